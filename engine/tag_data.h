@@ -1,0 +1,135 @@
+#pragma once
+// The fields of one track's ID3v2 tag and its ID3v1 tag.
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "engine/bytes.h"
+#include "engine/text.h"
+
+namespace melos {
+
+inline constexpr uint16_t kUnsetNumber = 65535;   // V2 track, tracks, set, sets
+inline constexpr uint8_t kUnsetV1 = 255;          // V1 track and genre
+inline constexpr size_t kMaxUniqueIdBytes = 64;
+inline constexpr size_t kMaxTimeText = 63;
+inline constexpr size_t kMaxPictureMime = 64;
+
+struct PopularityData {
+  std::string email;
+  uint8_t rate = 0;
+  std::string counter;  // the play count as decimal text
+  bool operator==(const PopularityData&) const = default;
+};
+
+struct UniqueFileID {
+  std::string owner;
+  Bytes data;  // at most kMaxUniqueIdBytes
+  int32_t datasize() const noexcept { return static_cast<int32_t>(data.size()); }
+  bool operator==(const UniqueFileID&) const = default;
+};
+
+struct PicData {
+  Bytes data;
+  std::string pictureSubtype;  // "jpeg", "png", "gif", "tiff" or "bmp"
+  bool operator==(const PicData&) const = default;
+};
+
+// A TXXX frame kept as its whole body (encoding byte, description, value), so
+// that it is written back byte for byte; description and value are its decoded
+// form for display.
+struct UserText {
+  Bytes body;
+  UnicodeText description;
+  UnicodeText value;
+  bool operator==(const UserText&) const = default;
+};
+
+// A frame that no decoder took, kept as it was read (flags are not kept).
+struct PrivateData {
+  std::string id;
+  Bytes body;
+  bool operator==(const PrivateData&) const = default;
+};
+
+using PicDataArray = std::vector<PicData>;
+using UserTextArray = std::vector<UserText>;
+using PrivateDataArray = std::vector<PrivateData>;
+
+struct TagData {
+  bool enabled = false;
+  UnicodeText title;
+  UnicodeText artist;
+  UnicodeText album;
+  std::string year;  // at most 4 characters
+  UnicodeText comment;
+  UnicodeText composer;
+  UnicodeText origArtist;
+  UnicodeText copyright;
+  std::string url;
+  std::string artisturl;
+  std::string encodedBy;
+  uint16_t track = kUnsetNumber;
+  uint16_t tracks = kUnsetNumber;
+  UnicodeText genre;
+  bool compilation = false;
+  std::string musiccdid;
+  std::string grouping;
+  PicDataArray picdata;
+  UnicodeText lyrics;
+  UnicodeText conductor;
+  UnicodeText lyricist;
+  UnicodeText publisher;
+  UnicodeText orchestra;
+  UnicodeText content;
+  UnicodeText subtitle;
+  UnicodeText encsettings;
+  UserTextArray usertext;
+  uint16_t set = kUnsetNumber;
+  uint16_t sets = kUnsetNumber;
+  std::string isrc;
+  std::string releasetime;
+  std::string recordtime;
+  std::string bpm;
+  std::string initialkey;
+  PopularityData popularity;
+  bool podcast = false;
+  UnicodeText podcastid;
+  std::string podcastfeed;
+  UnicodeText podcastdesc;
+  PrivateDataArray privdata;
+  int32_t advisory = 0;
+  std::string producednotice;
+  std::string mood;
+  std::string iswc;
+  UniqueFileID uniqueid;
+
+  void clear() { *this = TagData{}; }
+  bool operator==(const TagData&) const = default;
+};
+
+inline constexpr size_t kV1TextField = 30;
+inline constexpr size_t kV1YearField = 4;
+inline constexpr size_t kV1CommentField = 29;
+
+struct V1Tag {
+  bool enabled = false;
+  std::string title;    // at most 30 bytes, Latin-1
+  std::string artist;   // at most 30
+  std::string album;    // at most 30
+  std::string year;     // at most 4
+  std::string comment;  // at most 29
+  uint8_t track = kUnsetV1;
+  uint8_t genre = kUnsetV1;
+
+  void clear() { *this = V1Tag{}; }
+  bool operator==(const V1Tag&) const = default;
+};
+
+// The time text of a release or recording time as copied, exported and
+// compared: at most 63 characters, the first "T" replaced by a blank.
+std::string timeText(std::string_view time);
+
+}  // namespace melos
