@@ -1,0 +1,15 @@
+#include "tests/support/open_helpers.h"
+
+#include "tests/support/mpeg_builder.h"
+
+namespace melos::test {
+
+unsigned openBytes(const TempDir& dir, const std::string& name, const Bytes& bytes, ID3Tag& track,
+                   int scanMode) {
+  std::string path = dir.write(name, bytes);
+  return OpenTrack(track, path, scanMode, nullptr, true);
+}
+
+Bytes shortAudio(size_t frames) { return cbrStream(MpegHeader{}, frames); }
+
+}  // namespace melos::test
