@@ -1,0 +1,154 @@
+#include "engine/compare.h"
+
+#include <gtest/gtest.h>
+
+#include "engine/log.h"
+#include "tests/support/log_capture.h"
+
+namespace melos {
+namespace {
+
+ID3Tag v1Track() {
+  ID3Tag track;
+  track.isMp3File = true;
+  track.v1Loaded = true;
+  track.v1 = V1Tag{true, "Title", "Artist", "Album", "2001", "Comment", 3, 17};
+  return track;
+}
+
+TEST(CompareV1, FirstDifferingFieldWins) {
+  struct Case {
+    void (*change)(V1Tag&);
+    unsigned code;
+  };
+  const Case cases[] = {
+      {[](V1Tag&) {}, 0},
+      {[](V1Tag& t) { t.title = "x"; }, 3},
+      {[](V1Tag& t) { t.album = "x"; }, 4},
+      {[](V1Tag& t) { t.artist = "x"; }, 5},
+      {[](V1Tag& t) { t.comment = "x"; }, 6},
+      {[](V1Tag& t) { t.year = "1999"; }, 7},
+      {[](V1Tag& t) { t.track = 4; }, 8},
+      {[](V1Tag& t) { t.genre = 12; }, 10},
+      {[](V1Tag& t) { t.genre = 12; t.title = "Other"; }, 3},
+  };
+  for (const Case& c : cases) {
+    ID3Tag reread = v1Track();
+    c.change(reread.v1);
+    EXPECT_EQ(CompareV1Tags(v1Track(), reread), c.code);
+  }
+}
+
+TEST(CompareV1, NotMp3OrNotEnabledCompareNothing) {
+  ID3Tag a = v1Track(), b = v1Track();
+  b.v1.title = "other";
+  a.isMp3File = false;
+  EXPECT_EQ(CompareV1Tags(a, b), 0u);
+  a.isMp3File = true;
+  b.v1.enabled = false;
+  b.v1Loaded = false;
+  test::LogCapture log;
+  EXPECT_EQ(CompareV1Tags(a, b), 0u);
+  EXPECT_TRUE(log.has(LogStatus, "Comparing V1 loaded state failed (1 != 0)"));
+  EXPECT_TRUE(log.has(LogWarning, "Comparing V1 enabled state failed (1 != 0)"));
+}
+
+ID3Tag v2Track() {
+  ID3Tag track;
+  track.v2Read = true;
+  TagData& d = track.tagData;
+  d.enabled = true;
+  d.title = UnicodeText::latin1("Title");
+  d.album = UnicodeText::utf16(u"Album");
+  d.track = 3;
+  d.tracks = 12;
+  d.set = kUnsetNumber;
+  d.year = "2001";
+  d.usertext.push_back(UserText{});
+  d.recordtime = "2001";
+  d.uniqueid = UniqueFileID{"owner", {1, 2, 3}};
+  return track;
+}
+
+TEST(CompareV2, CodesInTableOrder) {
+  struct Case {
+    const char* name;
+    void (*change)(TagData&);
+    unsigned code;
+  };
+  const Case cases[] = {
+      {"same", [](TagData&) {}, 0},
+      {"title Latin-1 vs UTF-16", [](TagData& d) { d.title = UnicodeText::utf16(u"Title"); }, 103},
+      {"title trimmed", [](TagData& d) { d.title = UnicodeText::latin1(" Title\n"); }, 0},
+      {"title case", [](TagData& d) { d.title = UnicodeText::latin1("title"); }, 103},
+      {"title emptied", [](TagData& d) { d.title = UnicodeText{}; }, 103},
+      {"album other byte order", [](TagData& d) { d.album = UnicodeText{encodeUtf16(u"Album", true), true}; }, 104},
+      {"year only", [](TagData& d) { d.year = "1999"; }, 0},
+      {"track", [](TagData& d) { d.track = 4; }, 108},
+      {"tracks", [](TagData& d) { d.tracks = 13; }, 109},
+      {"genre", [](TagData& d) { d.genre = UnicodeText::latin1("Rock"); }, 110},
+      {"url", [](TagData& d) { d.url = "http://x"; }, 114},
+      {"podcast", [](TagData& d) { d.podcast = true; }, 125},
+      {"user text count", [](TagData& d) { d.usertext.clear(); }, 129},
+      {"sets ignored while set is unset", [](TagData& d) { d.sets = 2; }, 0},
+      {"record time never differs", [](TagData& d) { d.recordtime = "1999"; }, 0},
+      {"mood", [](TagData& d) { d.mood = "Calm"; }, 140},
+      {"ufid owner", [](TagData& d) { d.uniqueid.owner = "other"; }, 142},
+      {"ufid data", [](TagData& d) { d.uniqueid.data = {1, 9}; }, 143},
+      {"ufid shorter data", [](TagData& d) { d.uniqueid.data = {1, 2}; }, 0},
+      {"pictures not compared", [](TagData& d) { d.picdata.push_back(PicData{{1}, "png"}); }, 0},
+  };
+  for (const Case& c : cases) {
+    ID3Tag reread = v2Track();
+    c.change(reread.tagData);
+    EXPECT_EQ(CompareV2Tags(v2Track(), reread, 4), c.code) << c.name;
+  }
+  ID3Tag noTrack = v2Track();
+  noTrack.tagData.track = kUnsetNumber;
+  ID3Tag noTrackOtherTotal = v2Track();
+  noTrackOtherTotal.tagData.track = kUnsetNumber;
+  noTrackOtherTotal.tagData.tracks = 99;
+  EXPECT_EQ(CompareV2Tags(noTrack, noTrackOtherTotal, 3), 0u);
+}
+
+TEST(CompareV2, DisabledComparesNothing) {
+  ID3Tag a = v2Track(), b = v2Track();
+  b.tagData.enabled = false;
+  b.tagData.title = UnicodeText::latin1("zzz");
+  test::LogCapture log;
+  EXPECT_EQ(CompareV2Tags(a, b, 3), 0u);
+  EXPECT_TRUE(log.has(LogWarning, "Comparing V2 enabled state failed (1 != 0)"));
+}
+
+TEST(CompareV2, FieldNames) {
+  EXPECT_STREQ(compareFieldName(103), "Title");
+  EXPECT_STREQ(compareFieldName(129), "Picture count");
+  EXPECT_STREQ(compareFieldName(143), "UFID data");
+  EXPECT_STREQ(compareFieldName(102), "");
+  EXPECT_STREQ(compareFieldName(144), "");
+}
+
+TEST(DescribeTagVersions, Texts) {
+  struct Case {
+    bool v1, v2, podcast;
+    int version;
+    const char* text;
+  };
+  const Case cases[] = {
+      {true, true, false, 3, "V1 and V2.3"}, {false, true, false, 4, "V2.4"},
+      {true, false, false, 0, "V1"},         {false, false, false, 0, ""},
+      {false, true, false, 5, "V2.5 (unsupported)"}, {false, true, true, 3, "V2.3 (podcast)"},
+  };
+  for (const Case& c : cases) {
+    ID3Tag track;
+    track.v1Loaded = c.v1;
+    track.v2Read = c.v2;
+    track.tagData.podcast = c.podcast;
+    DescribeTagVersions(track, c.version);
+    EXPECT_EQ(track.versionText, c.text);
+    EXPECT_EQ(track.v2Version, c.version);
+  }
+}
+
+}  // namespace
+}  // namespace melos
