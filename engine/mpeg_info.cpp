@@ -86,7 +86,8 @@ uint32_t bitrateOf(const FrameHeader& h) noexcept {
 
 std::string cString(const uint8_t* bytes, size_t maxLength) {
   const void* zero = std::memchr(bytes, 0, maxLength);
-  size_t length = zero == nullptr ? maxLength : static_cast<size_t>(static_cast<const uint8_t*>(zero) - bytes);
+  size_t length =
+      zero == nullptr ? maxLength : static_cast<size_t>(static_cast<const uint8_t*>(zero) - bytes);
   return std::string(reinterpret_cast<const char*>(bytes), length);
 }
 
@@ -199,8 +200,8 @@ int parseMpeg(ID3Tag& track, const File& file, uint64_t start, int scanMode,
     for (;;) {
       int current = reader.readByte();
       if (current < 0) return 0;
-      if (previous == 0xFF && (current & 0xE0) == 0xE0 && (!track.isMp3File || (current & 0x02) != 0))
-        break;
+      bool sync = previous == 0xFF && (current & 0xE0) == 0xE0;
+      if (sync && (!track.isMp3File || (current & 0x02) != 0)) break;
       previous = current;
     }
     const uint64_t headerPos = reader.tell() - 2;
@@ -281,7 +282,8 @@ int parseMpeg(ID3Tag& track, const File& file, uint64_t start, int scanMode,
       if ((scanMode == kScanQuick || scanMode == kScanLimited) && !audio.vbr) {
         int limit = scanMode == kScanQuick ? kQuickScanCbrFrames : kLimitedScanCbrFrames;
         if (count == static_cast<uint64_t>(limit)) {
-          LogMessage(LogStatus, "VBR has not been found in the first %d frames (assuming CBR)", limit);
+          LogMessage(LogStatus, "VBR has not been found in the first %d frames (assuming CBR)",
+                     limit);
           audio.estimated = true;
           break;
         }

@@ -188,7 +188,8 @@ TEST(BuilderId3v2, FrameBodies) {
   EXPECT_EQ(userUrlBody(Enc::Utf8, "", "u"), (Bytes{3, 0, 'u'}));
   EXPECT_EQ(pictureBody(Enc::Latin1, "image/png", 3, "", {1, 2}),
             (Bytes{0, 'i', 'm', 'a', 'g', 'e', '/', 'p', 'n', 'g', 0, 3, 0, 1, 2}));
-  EXPECT_EQ(picture22Body(Enc::Latin1, "JPG", 0, "d", {1}), (Bytes{0, 'J', 'P', 'G', 0, 'd', 0, 1}));
+  EXPECT_EQ(picture22Body(Enc::Latin1, "JPG", 0, "d", {1}),
+            (Bytes{0, 'J', 'P', 'G', 0, 'd', 0, 1}));
   EXPECT_EQ(popularityBody("a", 255, 7), (Bytes{'a', 0, 255, 0, 0, 0, 7}));
   EXPECT_EQ(popularityBody("", 1, 0, 0), (Bytes{0, 1}));
   EXPECT_EQ(uniqueIdBody("o", {9}), (Bytes{'o', 0, 9}));

@@ -103,7 +103,8 @@ TEST_F(MpegInfo, QuickVbrStopsWhenTheAverageSettles) {
 TEST_F(MpegInfo, QuickVbrThatNeverSettlesStopsPast1000Frames) {
   // Blocks of 300 frames at 32 and 320 kbps keep the average moving.
   std::vector<uint8_t> rates;
-  for (int block = 0; block < 6; ++block) rates.insert(rates.end(), 300, block % 2 == 0 ? k32 : k320);
+  for (int block = 0; block < 6; ++block)
+    rates.insert(rates.end(), 300, block % 2 == 0 ? k32 : k320);
   ASSERT_EQ(parse(test::vbrStream({}, rates), kScanQuick), 1);
   EXPECT_TRUE(track.audio.estimated);
   EXPECT_EQ(track.audio.byteSum, 600u * kLength32 + 400u * kLength320);  // 1000 lengths
@@ -414,7 +415,8 @@ TEST(MpegTables, BitratesAndSampleRatesAreTheStandardOnes) {
   for (uint8_t version : {test::kMpeg1, test::kMpeg2, test::kMpeg25})
     for (uint8_t layer = 1; layer <= 3; ++layer)
       for (uint8_t index = 0; index < 16; ++index)
-        EXPECT_EQ(mpegBitrate(version, layer - 1u, index), test::mpegTestBitrate(version, layer, index))
+        EXPECT_EQ(mpegBitrate(version, layer - 1u, index),
+                  test::mpegTestBitrate(version, layer, index))
             << int{version} << " " << int{layer} << " " << int{index};
   for (uint8_t version = 0; version < 4; ++version)
     for (uint8_t index = 0; index < 4; ++index)

@@ -17,7 +17,8 @@ std::array<uint8_t, 10> extended80(double value);
 
 struct AiffChunk {
   AiffChunk() = default;
-  AiffChunk(std::string chunkId, Bytes chunkBody) : id(std::move(chunkId)), body(std::move(chunkBody)) {}
+  AiffChunk(std::string chunkId, Bytes chunkBody)
+      : id(std::move(chunkId)), body(std::move(chunkBody)) {}
 
   std::string id;                        // 4 characters, e.g. "COMM", "ID3 "
   Bytes body;

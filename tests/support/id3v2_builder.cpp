@@ -31,7 +31,10 @@ std::u32string decodeUtf8(std::string_view in) {
   size_t i = 0;
   while (i < in.size()) {
     auto b = static_cast<uint8_t>(in[i]);
-    size_t extra = b >= 0xF0 && b < 0xF5 ? 3 : b >= 0xE0 && b < 0xF0 ? 2 : b >= 0xC2 && b < 0xE0 ? 1 : 0;
+    size_t extra = b >= 0xF0 && b < 0xF5   ? 3
+                   : b >= 0xE0 && b < 0xF0 ? 2
+                   : b >= 0xC2 && b < 0xE0 ? 1
+                                           : 0;
     char32_t cp = extra == 3 ? (b & 0x07u) : extra == 2 ? (b & 0x0Fu) : (b & 0x1Fu);
     bool ok = extra > 0 && i + extra < in.size();
     if (ok) {
@@ -209,7 +212,8 @@ Bytes picture22Body(Enc enc, std::string_view format, uint8_t pictureType,
   return out;
 }
 
-Bytes popularityBody(std::string_view email, uint8_t rating, uint64_t counter, size_t counterBytes) {
+Bytes popularityBody(std::string_view email, uint8_t rating, uint64_t counter,
+                     size_t counterBytes) {
   Bytes out;
   appendLatin1(out, email);  // email
   out.push_back(0);          // its terminator

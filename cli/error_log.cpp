@@ -1,0 +1,71 @@
+#include "cli/error_log.h"
+
+#include <cstring>
+
+#include "engine/log.h"
+
+namespace melos::cli {
+namespace {
+
+constexpr std::string_view kLevelLetters = "XEWSNVD";
+// "YYYY-MM-DD hh:mm:ss"
+constexpr size_t kTimestampLength = 19;
+
+bool hasTimestamp(std::string_view line) {
+  if (line.size() < kTimestampLength) return false;
+  return line[4] == '-' && line[7] == '-' && line[10] == ' ' && line[13] == ':' &&
+         line[16] == ':';
+}
+
+// Position of the level text " [L]" behind the timestamp, or npos.
+size_t levelTextAt(std::string_view line) {
+  size_t at = hasTimestamp(line) ? kTimestampLength : 0;
+  if (line.size() >= at + 4 && line.substr(at, 2) == " [" && line[at + 3] == ']') return at;
+  return std::string_view::npos;
+}
+
+}  // namespace
+
+ErrorLog::ErrorLog() {
+  sink_ = std::fopen("/dev/null", "a");
+  // Letter mode 3 marks every line with its level letter: the observer is not
+  // told the level reliably, the letter tells failures from the rest.
+  AttachLogStream(LogError, sink_, nullptr, false, 3);
+  SetLogObserver(&ErrorLog::observe, this);
+}
+
+ErrorLog::~ErrorLog() {
+  SetLogObserver(nullptr, nullptr);
+  AttachLogStream(kInitialLogLevel, nullptr, nullptr, false, 0);
+  if (sink_ != nullptr) std::fclose(sink_);
+}
+
+unsigned ErrorLog::lineLevel(std::string_view line, unsigned fallbackLevel) {
+  size_t at = levelTextAt(line);
+  if (at == std::string_view::npos) return fallbackLevel;
+  size_t index = kLevelLetters.find(line[at + 2]);
+  return index == std::string_view::npos ? fallbackLevel : static_cast<unsigned>(index);
+}
+
+std::string ErrorLog::lineMessage(std::string_view line) {
+  size_t at = hasTimestamp(line) ? kTimestampLength : 0;
+  if (size_t level = levelTextAt(line); level != std::string_view::npos) at = level + 4;
+  // The suffix is ": " for an unnamed log.
+  if (line.substr(at, 2) == ": ") at += 2;
+  std::string_view message = line.substr(at);
+  while (!message.empty() && (message.back() == '\n' || message.back() == '\r'))
+    message.remove_suffix(1);
+  return std::string(message);
+}
+
+void ErrorLog::observe(unsigned level, const char* line, void* context) {
+  if (line == nullptr || context == nullptr) return;
+  auto* self = static_cast<ErrorLog*>(context);
+  std::string_view text(line);
+  // Lines of level 0 carry no letter in any mode but 3; with mode 3 set here a
+  // line without a letter is no failure.
+  if (lineLevel(text, LogAlways) == LogError) self->lastError_ = lineMessage(text);
+  (void)level;
+}
+
+}  // namespace melos::cli

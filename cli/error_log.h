@@ -1,0 +1,35 @@
+#pragma once
+// While a command runs, the engine's log goes to no file and no terminal: the
+// tool must never write into the user's own log, and a person reading the
+// output wants the cause of a failure, not the engine's progress lines. The last
+// failure line is kept so that it can be shown as the cause.
+
+#include <cstdio>
+#include <string>
+#include <string_view>
+
+namespace melos::cli {
+
+class ErrorLog {
+ public:
+  ErrorLog();
+  ~ErrorLog();
+  ErrorLog(const ErrorLog&) = delete;
+  ErrorLog& operator=(const ErrorLog&) = delete;
+
+  void clear() { lastError_.clear(); }
+  // The message of the last failure line since clear(), without its timestamp.
+  const std::string& lastError() const { return lastError_; }
+
+  // Splits a log line into its level (from the level letter when the line
+  // carries one, else `fallbackLevel`) and its message.
+  static unsigned lineLevel(std::string_view line, unsigned fallbackLevel);
+  static std::string lineMessage(std::string_view line);
+
+ private:
+  static void observe(unsigned level, const char* line, void* context);
+  FILE* sink_ = nullptr;
+  std::string lastError_;
+};
+
+}  // namespace melos::cli

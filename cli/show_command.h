@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QStringList>
+#include <ostream>
+
+#include "cli/exit_code.h"
+#include "engine/open_track.h"
+
+namespace melos::cli {
+
+struct ShowOptions {
+  bool json = false;
+  int scanMode = kScanQuick;
+};
+
+// Shows the tags and audio facts of each file. A file that cannot be opened is
+// reported and the run goes on; the result is then Failure.
+ExitCode showCommand(const QStringList& files, const ShowOptions& options, std::ostream& out,
+                     std::ostream& err);
+
+}  // namespace melos::cli

@@ -1,0 +1,41 @@
+#pragma once
+// Files for the command-line tests and a way to run a command and read its output.
+
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QStringList>
+#include <string>
+
+#include "cli/exit_code.h"
+#include "engine/bytes.h"
+
+namespace melos::test {
+
+// 128 kbps MPEG-1 Layer III at 44.1 kHz, joint stereo: 417 bytes a frame.
+Bytes cbrAudio(size_t frames);
+
+// A V2.3 tag with a Latin-1 title, a UTF-16 artist, TRCK "3/12", TCON "(17)",
+// a comment, a user text and a JPEG picture of kPictureSize bytes.
+Bytes richV23Tag();
+inline constexpr size_t kPictureSize = 300;
+
+// V1: title "V1 Title", artist "V1 Artist", album "V1 Album", year "1999",
+// comment "V1 comment", track 7, genre 17.
+Bytes richV1Tag();
+
+struct CommandResult {
+  cli::ExitCode code;
+  std::string out;
+  std::string err;
+};
+
+// Runs the whole command line; the program name is added in front.
+CommandResult runMelos(const QStringList& arguments);
+
+// `melos show --json --full-scan FILES`, its output parsed. Fails the test when
+// the output is not one JSON array.
+QJsonArray showJson(const QStringList& files, cli::ExitCode* code = nullptr);
+
+QStringList qpaths(std::initializer_list<std::string> paths);
+
+}  // namespace melos::test
