@@ -1,0 +1,119 @@
+#include "preferences/default_tag_data.h"
+
+#include <algorithm>
+#include <optional>
+#include <string>
+
+#include "engine/text.h"
+#include "preferences/preferences_controller.h"
+#include "preferences/value_conversion.h"
+
+namespace melos {
+
+namespace {
+
+// The defaults are stored as UTF-8; the V1 tag holds Latin-1 of fixed widths.
+std::string latin1Of(const std::string& utf8) { return u16ToLatin1(utf8ToU16(utf8)); }
+
+std::string cut(std::string text, size_t width) {
+  if (text.size() > width) text.resize(width);
+  return text;
+}
+
+UnicodeText v2Text(const std::string& utf8, bool allowUnicode) {
+  return allowUnicode ? UnicodeText::fromUtf8(utf8) : UnicodeText::latin1(latin1Of(utf8));
+}
+
+// An empty default empties the number; otherwise it is the text's integer value
+// as the V1 track field would store it (wrapped to a byte).
+uint8_t v1TrackOf(const std::string& text) {
+  if (text.empty()) return kUnsetV1;
+  return static_cast<uint8_t>(((intValueOfText(text) % 256) + 256) % 256);
+}
+
+uint16_t v2NumberOf(const std::string& text) {
+  if (text.empty()) return kUnsetNumber;
+  const int value = intValueOfText(text);
+  if (value < 0 || value > kUnsetNumber) return kUnsetNumber;
+  return static_cast<uint16_t>(value);
+}
+
+template <typename Field, typename Convert>
+void setIfSupplied(Field& field, const std::optional<std::string>& value, Convert convert) {
+  if (value) field = convert(*value);
+}
+
+void clearAllFields(ID3Tag& track) {
+  const bool v1Enabled = track.v1.enabled;
+  const bool v2Enabled = track.tagData.enabled;
+  track.v1.clear();
+  track.tagData.clear();
+  track.v1.enabled = v1Enabled;
+  track.tagData.enabled = v2Enabled;
+}
+
+void applyV1(V1Tag& v1, int index, const PreferencesController& prefs) {
+  auto text = [](size_t width) {
+    return [width](const std::string& value) { return cut(latin1Of(value), width); };
+  };
+  setIfSupplied(v1.title, prefs.getDefaultT2Title(index), text(kV1TextField));
+  setIfSupplied(v1.album, prefs.getDefaultT2Album(index), text(kV1TextField));
+  setIfSupplied(v1.artist, prefs.getDefaultT2Artist(index), text(kV1TextField));
+  setIfSupplied(v1.comment, prefs.getDefaultT2Comment(index), text(kV1CommentField));
+  setIfSupplied(v1.year, prefs.getDefaultT2Year(index), text(kV1YearField));
+  setIfSupplied(v1.track, prefs.getDefaultT2Track(index), v1TrackOf);
+}
+
+void applyV2(TagData& tag, int index, const PreferencesController& prefs) {
+  const bool unicode = prefs.allowUnicode();
+  auto text = [unicode](const std::string& value) { return v2Text(value, unicode); };
+  auto latin1 = [](const std::string& value) { return latin1Of(value); };
+  auto year = [](const std::string& value) { return cut(latin1Of(value), 4); };
+
+  setIfSupplied(tag.title, prefs.getDefaultT2Title(index), text);
+  setIfSupplied(tag.album, prefs.getDefaultT2Album(index), text);
+  setIfSupplied(tag.artist, prefs.getDefaultT2Artist(index), text);
+  setIfSupplied(tag.comment, prefs.getDefaultT2Comment(index), text);
+  setIfSupplied(tag.year, prefs.getDefaultT2Year(index), year);
+  setIfSupplied(tag.composer, prefs.getDefaultT2Composer(index), text);
+  setIfSupplied(tag.origArtist, prefs.getDefaultT2OriginalArtist(index), text);
+  setIfSupplied(tag.copyright, prefs.getDefaultT2Copyright(index), text);
+  setIfSupplied(tag.url, prefs.getDefaultT2URL(index), latin1);
+  setIfSupplied(tag.encodedBy, prefs.getDefaultT2EncodedBy(index), latin1);
+  setIfSupplied(tag.track, prefs.getDefaultT2Track(index), v2NumberOf);
+  setIfSupplied(tag.tracks, prefs.getDefaultT2OfTracks(index), v2NumberOf);
+  setIfSupplied(tag.genre, prefs.getDefaultT2Genre(index), text);
+}
+
+}  // namespace
+
+DefaultsApplied setDefaultTagData(ID3Tag& track, int index, const PreferencesController& prefs,
+                                  size_t pictureIndex) {
+  DefaultsApplied applied;
+  if (prefs.removeAllData()) clearAllFields(track);
+  if (prefs.applyDefaultsToV1()) applyV1(track.v1, index, prefs);
+  applyV2(track.tagData, index, prefs);
+
+  if (prefs.useDefaultT2Compilation(index))
+    track.tagData.compilation = prefs.getDefaultT2Compilation(index);
+
+  if (std::optional<DefaultPicture> picture = prefs.getDefaultPicture(index)) {
+    PicDataArray& pictures = track.tagData.picdata;
+    if (prefs.isReplaceWithDefaultPictureSet()) {
+      // Replacing with a set whose picture file holds no image removes them all.
+      pictures.clear();
+      if (picture->image) pictures.push_back(std::move(*picture->image));
+    } else if (picture->image) {
+      const size_t position = std::min(pictureIndex, pictures.size());
+      pictures.insert(pictures.begin() + static_cast<std::ptrdiff_t>(position),
+                      std::move(*picture->image));
+    }
+    applied.showPicture = !pictures.empty() && prefs.isShowPictureSet();
+  }
+
+  track.v1Changed = true;
+  track.v2Changed = true;
+  return applied;
+}
+
+}  // namespace melos

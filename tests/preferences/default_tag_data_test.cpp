@@ -1,0 +1,419 @@
+#include "preferences/default_tag_data.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <functional>
+
+#include "engine/log.h"
+#include "preferences/preferences_controller.h"
+#include "tests/preferences/store_fixture.h"
+#include "tests/support/log_capture.h"
+
+namespace melos::test {
+namespace {
+
+const Bytes kJpeg{0xFF, 0xD8, 0xFF, 0xE0, 0x00, 0x10, 'J', 'F', 'I', 'F'};
+const Bytes kPng{0x89, 'P', 'N', 'G', 0x0D, 0x0A, 0x1A, 0x0A, 0x00, 0x00};
+
+QString indexed(const char* base, int index) {
+  return QString::fromStdString(PreferencesController::getPreferenceName(base, index));
+}
+
+// The "use" flag and value of one field of set `index`.
+Seed useDefault(const char* field, int index, const QVariant& value) {
+  Seed seed{{indexed((std::string("Use default ") + field).c_str(), index), true}};
+  if (value.isValid())
+    seed.emplace_back(indexed((std::string("Default ") + field).c_str(), index), value);
+  return seed;
+}
+
+Seed operator+(Seed a, const Seed& b) {
+  a.insert(a.end(), b.begin(), b.end());
+  return a;
+}
+
+using TextGetter = std::optional<std::string> (PreferencesController::*)(int) const;
+
+struct TextGetterRow {
+  const char* field;  // as in "Use default <field>" / "Default <field>"
+  TextGetter getter;
+};
+
+const TextGetterRow kTextGetters[]{
+    {"title", &PreferencesController::getDefaultT2Title},
+    {"album", &PreferencesController::getDefaultT2Album},
+    {"artist", &PreferencesController::getDefaultT2Artist},
+    {"comment", &PreferencesController::getDefaultT2Comment},
+    {"composer", &PreferencesController::getDefaultT2Composer},
+    {"copyright", &PreferencesController::getDefaultT2Copyright},
+    {"encoder", &PreferencesController::getDefaultT2EncodedBy},
+    {"genre", &PreferencesController::getDefaultT2Genre},
+    {"track", &PreferencesController::getDefaultT2Track},
+    {"tracks", &PreferencesController::getDefaultT2OfTracks},
+    {"orig. artist", &PreferencesController::getDefaultT2OriginalArtist},
+    {"URL", &PreferencesController::getDefaultT2URL},
+    {"year", &PreferencesController::getDefaultT2Year},
+};
+
+class DefaultTagDataTest : public StoreTest {
+ protected:
+  void writePicture(const std::string& name, const Bytes& bytes) { dir().write(name, bytes); }
+
+  // A track with something in every field that a set can touch.
+  static ID3Tag track() {
+    ID3Tag t;
+    t.v1.enabled = true;
+    t.v1.title = "Old V1 title";
+    t.v1.artist = "Old V1 artist";
+    t.v1.album = "Old V1 album";
+    t.v1.year = "1999";
+    t.v1.comment = "Old V1 comment";
+    t.v1.track = 5;
+    t.v1.genre = 17;
+    TagData& d = t.tagData;
+    d.enabled = true;
+    d.title = UnicodeText::latin1("Old title");
+    d.artist = UnicodeText::latin1("Old artist");
+    d.album = UnicodeText::latin1("Old album");
+    d.year = "1998";
+    d.comment = UnicodeText::latin1("Old comment");
+    d.composer = UnicodeText::latin1("Old composer");
+    d.origArtist = UnicodeText::latin1("Old original artist");
+    d.copyright = UnicodeText::latin1("Old copyright");
+    d.url = "http://old.example";
+    d.encodedBy = "Old encoder";
+    d.track = 3;
+    d.tracks = 10;
+    d.genre = UnicodeText::latin1("Rock");
+    d.lyrics = UnicodeText::latin1("la la la");
+    d.isrc = "GBAYE0000001";
+    d.picdata = {PicData{{0x89, 'P', 'N', 'G', 1}, "png"},
+                 PicData{{0x89, 'P', 'N', 'G', 2}, "png"}};
+    return t;
+  }
+};
+
+TEST_P(DefaultTagDataTest, TextGettersSupplyAValueExactlyWhenTheSetUsesIt) {
+  for (const TextGetterRow& row : kTextGetters) {
+    for (int index : {0, 3, 9}) {
+      const std::string where = std::string(row.field) + " of set " + std::to_string(index);
+      const QString use = indexed((std::string("Use default ") + row.field).c_str(), index);
+      const QString value = indexed((std::string("Default ") + row.field).c_str(), index);
+
+      EXPECT_EQ((open().*row.getter)(index), std::nullopt) << where;
+      EXPECT_EQ((open({{value, "v"}}).*row.getter)(index), std::nullopt) << where;
+      EXPECT_EQ((open({{use, false}, {value, "v"}}).*row.getter)(index), std::nullopt) << where;
+      EXPECT_EQ((open({{use, 1}, {value, "v"}}).*row.getter)(index), std::nullopt) << where;
+      EXPECT_EQ((open({{use, true}}).*row.getter)(index), "") << where;
+      EXPECT_EQ((open({{use, true}, {value, "Välue"}}).*row.getter)(index), "Välue") << where;
+      // Another set's keys say nothing about this one.
+      EXPECT_EQ((open(useDefault(row.field, index + 1, "other")).*row.getter)(index), std::nullopt)
+          << where;
+    }
+  }
+}
+
+TEST_P(DefaultTagDataTest, CompilationHasAUseFlagAndABooleanValue) {
+  PreferencesController& none = open();
+  EXPECT_FALSE(none.useDefaultT2Compilation(2));
+  EXPECT_FALSE(none.getDefaultT2Compilation(2));
+
+  PreferencesController& set = open(useDefault("compilation", 2, true));
+  EXPECT_TRUE(set.useDefaultT2Compilation(2));
+  EXPECT_TRUE(set.getDefaultT2Compilation(2));
+  EXPECT_FALSE(set.useDefaultT2Compilation(0));
+  EXPECT_FALSE(set.getDefaultT2Compilation(0));
+
+  // The value is a boolean preference like any other: a number 1 is false.
+  EXPECT_FALSE(open(useDefault("compilation", 2, 1)).getDefaultT2Compilation(2));
+}
+
+TEST_P(DefaultTagDataTest, DefaultPictureIsReadFromTheOneSharedFile) {
+  EXPECT_EQ(open().getDefaultPicture(0), std::nullopt);
+
+  PreferencesController& prefs = open({{"Use default picture7", true}});
+  EXPECT_EQ(prefs.defaultPicturePath(7), dir().file("default0.img"));
+  EXPECT_EQ(prefs.defaultPicturePath(0), dir().file("default0.img"));
+
+  std::optional<DefaultPicture> missing = prefs.getDefaultPicture(7);
+  ASSERT_TRUE(missing.has_value());
+  EXPECT_FALSE(missing->image.has_value());
+
+  writePicture("default7.img", kPng);  // never read: every set shares file 0
+  writePicture("default0.img", kJpeg);
+  std::optional<DefaultPicture> picture = prefs.getDefaultPicture(7);
+  ASSERT_TRUE(picture && picture->image);
+  EXPECT_EQ(picture->image->data, kJpeg);
+  EXPECT_EQ(picture->image->pictureSubtype, "jpeg");
+  EXPECT_EQ(prefs.getDefaultPicture(6), std::nullopt);  // set 6 does not use it
+}
+
+TEST_P(DefaultTagDataTest, DefaultPictureMustBeAnAcceptedKind) {
+  struct Row {
+    const char* name;
+    Bytes bytes;
+    const char* subtype;  // nullptr: no image
+  };
+  const Row rows[]{
+      {"jpeg", kJpeg, "jpeg"},
+      {"png", kPng, "png"},
+      {"gif", {'G', 'I', 'F', '8', '9', 'a'}, "gif"},
+      {"big-endian tiff", {'M', 'M', 0x00, 0x2A}, "tiff"},
+      {"bmp", {'B', 'M', 0x10, 0x00}, "bmp"},
+      {"little-endian tiff", {'I', 'I', 0x2A, 0x00}, nullptr},
+      {"text", {'h', 'e', 'l', 'l', 'o'}, nullptr},
+      {"empty", {}, nullptr},
+  };
+  PreferencesController& prefs = open({{"Use default picture", true}});
+  for (const Row& row : rows) {
+    writePicture("default0.img", row.bytes);
+    LogCapture log;
+    std::optional<DefaultPicture> picture = prefs.getDefaultPicture(0);
+    ASSERT_TRUE(picture.has_value()) << row.name;
+    if (row.subtype == nullptr) {
+      EXPECT_FALSE(picture->image.has_value()) << row.name;
+      // A refused file is worth a line in the log; an empty one is simply unset.
+      EXPECT_EQ(log.has(LogWarning, "is not an accepted image"), !row.bytes.empty()) << row.name;
+    } else {
+      ASSERT_TRUE(picture->image.has_value()) << row.name;
+      EXPECT_EQ(picture->image->pictureSubtype, row.subtype) << row.name;
+      EXPECT_EQ(picture->image->data, row.bytes) << row.name;
+    }
+  }
+}
+
+TEST_P(DefaultTagDataTest, OversizedDefaultPictureIsRefusedUnread) {
+  const std::string path = dir().write("default0.img", kJpeg);
+  ASSERT_EQ(truncate(path.c_str(), static_cast<off_t>(kMaxDefaultPictureBytes + 1)), 0);
+  LogCapture log;
+  std::optional<DefaultPicture> picture =
+      open({{"Use default picture", true}}).getDefaultPicture(0);
+  ASSERT_TRUE(picture.has_value());
+  EXPECT_FALSE(picture->image.has_value());
+  EXPECT_TRUE(log.has(LogWarning, "is too large")) << log.dump();
+}
+
+// One V2 field of set 2 applied on its own: that field changes, nothing else.
+struct V2FieldRow {
+  const char* field;
+  const char* value;
+  std::function<void(TagData&)> expect;
+};
+
+TEST_P(DefaultTagDataTest, EachV2FieldIsTakenFromItsDefaultAndNothingElseMoves) {
+  const V2FieldRow rows[]{
+      {"title", "New title", [](TagData& d) { d.title = UnicodeText::latin1("New title"); }},
+      {"album", "Nouvel album é",
+       [](TagData& d) { d.album = UnicodeText::latin1("Nouvel album \xE9"); }},
+      {"artist", "Сергей", [](TagData& d) { d.artist = UnicodeText::utf16(u"Сергей"); }},
+      {"comment", "A comment", [](TagData& d) { d.comment = UnicodeText::latin1("A comment"); }},
+      {"year", "2024", [](TagData& d) { d.year = "2024"; }},
+      {"composer", "Satie", [](TagData& d) { d.composer = UnicodeText::latin1("Satie"); }},
+      {"orig. artist", "Someone",
+       [](TagData& d) { d.origArtist = UnicodeText::latin1("Someone"); }},
+      {"copyright", "(c) 2024", [](TagData& d) { d.copyright = UnicodeText::latin1("(c) 2024"); }},
+      {"URL", "http://new.example", [](TagData& d) { d.url = "http://new.example"; }},
+      {"encoder", "LAME", [](TagData& d) { d.encodedBy = "LAME"; }},
+      {"track", "12", [](TagData& d) { d.track = 12; }},
+      {"tracks", "14", [](TagData& d) { d.tracks = 14; }},
+      {"genre", "Trance", [](TagData& d) { d.genre = UnicodeText::latin1("Trance"); }},
+  };
+  for (const V2FieldRow& row : rows) {
+    PreferencesController& prefs =
+        open(useDefault(row.field, 2, row.value) + Seed{{"Apply defaults to V1 tags", false}});
+    ID3Tag t = track();
+    TagData expected = t.tagData;
+    row.expect(expected);
+    const V1Tag v1Before = t.v1;
+
+    setDefaultTagData(t, 2, prefs);
+    EXPECT_EQ(t.tagData, expected) << row.field;
+    EXPECT_EQ(t.v1, v1Before) << row.field;
+    // The same keys of set 0 are not set 2's.
+    ID3Tag other = track();
+    setDefaultTagData(other, 0, prefs);
+    EXPECT_EQ(other.tagData, track().tagData) << row.field;
+  }
+}
+
+TEST_P(DefaultTagDataTest, V1FieldsTakeTheirDefaultsCutToTheirWidthsButNeverTheGenre) {
+  PreferencesController& prefs = open(
+      useDefault("title", 4, "A title that is longer than thirty characters") +
+      useDefault("artist", 4, "Björk ☃") + useDefault("album", 4, "Album") +
+      useDefault("comment", 4, "A comment of exactly thirty ch") + useDefault("year", 4, "20245") +
+      useDefault("track", 4, "300") + useDefault("genre", 4, "Jazz"));
+  ID3Tag t = track();
+  V1Tag expected = t.v1;
+  expected.title = "A title that is longer than th";
+  expected.artist = "Bj\xF6rk ?";
+  expected.album = "Album";
+  expected.comment = "A comment of exactly thirty c";
+  expected.year = "2024";
+  expected.track = 44;
+
+  setDefaultTagData(t, 4, prefs);
+  EXPECT_EQ(t.v1, expected);
+  EXPECT_EQ(t.v1.genre, 17);
+  EXPECT_EQ(t.tagData.genre, UnicodeText::latin1("Jazz"));
+}
+
+TEST_P(DefaultTagDataTest, V1IsLeftAloneUnlessDefaultsApplyToIt) {
+  PreferencesController& prefs =
+      open(useDefault("title", 0, "New") + Seed{{"Apply defaults to V1 tags", false}});
+  ID3Tag t = track();
+  setDefaultTagData(t, 0, prefs);
+  EXPECT_EQ(t.v1, track().v1);
+  EXPECT_EQ(t.tagData.title, UnicodeText::latin1("New"));
+}
+
+TEST_P(DefaultTagDataTest, NumbersAreTheIntegerValuesOfTheTexts) {
+  struct Row {
+    const char* text;
+    uint8_t v1Track;
+    uint16_t v2Track;
+  };
+  const Row rows[]{{"7", 7, 7},        {"300", 44, 300},          {"", kUnsetV1, kUnsetNumber},
+                   {"abc", 0, 0},      {"-1", 255, kUnsetNumber}, {"70000", 112, kUnsetNumber},
+                   {" 9 of 12", 9, 9}, {"65534", 254, 65534}};
+  for (const Row& row : rows) {
+    PreferencesController& prefs =
+        open(useDefault("track", 1, row.text) + useDefault("tracks", 1, row.text));
+    ID3Tag t = track();
+    setDefaultTagData(t, 1, prefs);
+    EXPECT_EQ(t.v1.track, row.v1Track) << '"' << row.text << '"';
+    EXPECT_EQ(t.tagData.track, row.v2Track) << '"' << row.text << '"';
+    EXPECT_EQ(t.tagData.tracks, row.v2Track) << '"' << row.text << '"';
+  }
+}
+
+TEST_P(DefaultTagDataTest, EnabledEmptyDefaultEmptiesTheField) {
+  PreferencesController& prefs =
+      open(useDefault("title", 0, QVariant()) + useDefault("track", 0, QVariant()) +
+           useDefault("URL", 0, ""));
+  ID3Tag t = track();
+  setDefaultTagData(t, 0, prefs);
+  EXPECT_TRUE(t.v1.title.empty());
+  EXPECT_EQ(t.v1.track, kUnsetV1);
+  EXPECT_TRUE(t.tagData.title.empty());
+  EXPECT_EQ(t.tagData.track, kUnsetNumber);
+  EXPECT_TRUE(t.tagData.url.empty());
+  EXPECT_EQ(t.tagData.album, track().tagData.album);  // not supplied: kept
+}
+
+TEST_P(DefaultTagDataTest, TextsStayLatin1WhenUnicodeIsNotAllowed) {
+  PreferencesController& prefs =
+      open(useDefault("artist", 0, "Сергей and Zoë") + Seed{{"Allow Unicode text", false}});
+  ID3Tag t = track();
+  setDefaultTagData(t, 0, prefs);
+  EXPECT_EQ(t.tagData.artist, UnicodeText::latin1("?????? and Zo\xEB"));
+  EXPECT_FALSE(t.tagData.artist.unicode);
+}
+
+TEST_P(DefaultTagDataTest, RemoveAllDataClearsEveryFieldBeforeTheDefaults) {
+  PreferencesController& prefs =
+      open(useDefault("title", 5, "Only this") + Seed{{"Remove all data", true}});
+  ID3Tag t = track();
+  setDefaultTagData(t, 5, prefs);
+
+  TagData expectedV2;
+  expectedV2.enabled = true;
+  expectedV2.title = UnicodeText::latin1("Only this");
+  EXPECT_EQ(t.tagData, expectedV2);
+  V1Tag expectedV1;
+  expectedV1.enabled = true;
+  expectedV1.title = "Only this";
+  EXPECT_EQ(t.v1, expectedV1);
+}
+
+TEST_P(DefaultTagDataTest, CompilationIsSetOnlyWhenTheSetUsesIt) {
+  struct Row {
+    Seed seed;
+    bool before;
+    bool after;
+  };
+  const Row rows[]{
+      {{{"Default compilation3", true}}, false, false},
+      {useDefault("compilation", 3, true), false, true},
+      {useDefault("compilation", 3, false), true, false},
+      {useDefault("compilation", 3, QVariant()), true, false},
+  };
+  for (const Row& row : rows) {
+    PreferencesController& prefs = open(row.seed);
+    ID3Tag t = track();
+    t.tagData.compilation = row.before;
+    setDefaultTagData(t, 3, prefs);
+    EXPECT_EQ(t.tagData.compilation, row.after) << row.before;
+  }
+}
+
+TEST_P(DefaultTagDataTest, DefaultPictureGoesAtThePositionShownOrReplacesAll) {
+  writePicture("default0.img", kJpeg);
+  const PicData jpeg{kJpeg, "jpeg"};
+  const PicDataArray before = track().tagData.picdata;
+  struct Row {
+    const char* name;
+    Seed seed;
+    size_t pictureIndex;
+    PicDataArray expected;
+    bool showPicture;
+  };
+  const Row rows[]{
+      {"not used", {}, 0, before, false},
+      {"inserted", {{"Use default picture8", true}}, 1, {before[0], jpeg, before[1]}, true},
+      {"at the front", {{"Use default picture8", true}}, 0, {jpeg, before[0], before[1]}, true},
+      {"past the end", {{"Use default picture8", true}}, 99, {before[0], before[1], jpeg}, true},
+      {"replacing",
+       {{"Use default picture8", true}, {"Replace with default image", true}},
+       1,
+       {jpeg},
+       true},
+      // The replace switch is read un-indexed, whatever the set.
+      {"indexed replace ignored",
+       {{"Use default picture8", true}, {"Replace with default image8", true}},
+       2,
+       {before[0], before[1], jpeg},
+       true},
+      {"not shown",
+       {{"Use default picture8", true}, {"Always show picture", false}},
+       2,
+       {before[0], before[1], jpeg},
+       false},
+  };
+  for (const Row& row : rows) {
+    PreferencesController& prefs = open(row.seed);
+    ID3Tag t = track();
+    const DefaultsApplied applied = setDefaultTagData(t, 8, prefs, row.pictureIndex);
+    EXPECT_EQ(t.tagData.picdata, row.expected) << row.name;
+    EXPECT_EQ(applied.showPicture, row.showPicture) << row.name;
+  }
+}
+
+TEST_P(DefaultTagDataTest, ReplacingWithAMissingPictureRemovesThemAll) {
+  PreferencesController& prefs =
+      open({{"Use default picture", true}, {"Replace with default image", true}});
+  ID3Tag t = track();
+  EXPECT_FALSE(setDefaultTagData(t, 0, prefs).showPicture);
+  EXPECT_TRUE(t.tagData.picdata.empty());
+
+  // Without replacing, a missing picture adds nothing but the area still shows.
+  PreferencesController& adding = open({{"Use default picture", true}});
+  ID3Tag kept = track();
+  EXPECT_TRUE(setDefaultTagData(kept, 0, adding).showPicture);
+  EXPECT_EQ(kept.tagData.picdata, track().tagData.picdata);
+}
+
+TEST_P(DefaultTagDataTest, ApplyingMarksBothTagsChanged) {
+  ID3Tag t = track();
+  const TagData before = t.tagData;
+  setDefaultTagData(t, 0, open());
+  EXPECT_TRUE(t.v1Changed);
+  EXPECT_TRUE(t.v2Changed);
+  EXPECT_EQ(t.tagData, before);  // an empty set supplies nothing
+}
+
+INSTANTIATE_TEST_SUITE_P(Stores, DefaultTagDataTest,
+                         ::testing::Values(StoreKind::Memory, StoreKind::File), storeKindName);
+
+}  // namespace
+}  // namespace melos::test

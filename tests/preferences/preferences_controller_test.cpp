@@ -1,0 +1,546 @@
+#include "preferences/preferences_controller.h"
+
+#include <gtest/gtest.h>
+
+#include <QStringList>
+#include <functional>
+#include <set>
+#include <stdexcept>
+
+#include "engine/genres.h"
+#include "engine/log.h"
+#include "preferences/preference_keys.h"
+#include "tests/preferences/store_fixture.h"
+#include "tests/support/log_capture.h"
+
+namespace melos::test {
+namespace {
+
+QVariant asVariant(bool value) { return QVariant(value); }
+QVariant asVariant(int value) { return QVariant(value); }
+QVariant asVariant(int16_t value) { return QVariant(static_cast<int>(value)); }
+QVariant asVariant(const std::string& value) { return QVariant(QString::fromStdString(value)); }
+
+// One named getter: its key, its default, and a value of the key's own type
+// that differs from the default.
+struct GetterRow {
+  const char* key;
+  QVariant defaultValue;
+  QVariant other;
+  std::function<QVariant(const PreferencesController&)> read;
+};
+
+template <typename Result, typename Value>
+GetterRow row(const char* key, Value defaultValue, Value other,
+              Result (PreferencesController::*getter)() const) {
+  return {key, asVariant(static_cast<Result>(defaultValue)), asVariant(static_cast<Result>(other)),
+          [getter](const PreferencesController& prefs) { return asVariant((prefs.*getter)()); }};
+}
+
+const std::vector<GetterRow>& getterTable() {
+  using P = PreferencesController;
+  using S = std::string;
+  static const std::vector<GetterRow> rows{
+      row("Copy composer", false, true, &P::isCopyComposerSet),
+      row("Copy original artist", false, true, &P::isCopyOriginalArtistSet),
+      row("Copy title", false, true, &P::isCopyTitleSet),
+      row("Copy track", false, true, &P::isCopyTrackSet),
+      row("Set group check boxes on paste", false, true, &P::isSetGroupChecksSet),
+      row("Allow Unicode text", true, false, &P::allowUnicode),
+      row("Always show picture", true, false, &P::isShowPictureSet),
+      row("Sort by track", true, false, &P::isSortByTrackSet),
+      row("Edit in multiple windows", true, false, &P::isMultipleWindowsSet),
+      row("Add picture to end", true, false, &P::isAddPicToEndSet),
+      row("Show quick lists", true, false, &P::showQuickLists),
+      row("Show open file at start up", true, false, &P::showOpenFile),
+      row("Load full tag data", false, true, &P::loadFullTagData),
+      row("Show play controls", true, false, &P::isShowPlayControlsSet),
+      row("Save window position", true, false, &P::isSaveWindowPositionSet),
+      row("Open dropped files in group", false, true, &P::isOpenDroppedFileInGroupSet),
+      row("Show track", false, true, &P::isShowTrackSet),
+      row("Ignore AIFF corruption", true, false, &P::isIgnoreAIFFCorruptionSet),
+      row("VBR mode", true, false, &P::isQuickVBRSet),
+      row("Move original to trash", true, false, &P::isMoveToTrashSet),
+      row("Replace tag information", true, false, &P::isReplaceTagSet),
+      row("Rename updated file", false, true, &P::isRenameUpdateSet),
+      row("Create folder structure", false, true, &P::isCreateFolderSet),
+      row("Close window after update", true, false, &P::isCloseWindowSet),
+      row("Remove APE tag", false, true, &P::removeAPETag),
+      row("Copy file times", false, true, &P::isKeepFileDatesSet),
+      row("Trim whitespace", false, true, &P::isTrimWhitespaceSet),
+      row("Add track number", true, false, &P::isAddTrackNumberSet),
+      row("Date tracks", false, true, &P::isDateTracksSet),
+      row("UTF8 track names", false, true, &P::isUTF8TrackNameSet),
+      row("Tag 2 version", 0, 4, &P::getTag2SaveVersion),
+      row("Replace tag data in group", false, true, &P::isReplaceTagDataInGroupSet),
+      row("Set file icon", 1, 0, &P::isSetFileIconSet),
+      row("Replace with default image", false, true, &P::isReplaceWithDefaultPictureSet),
+      row("Apply defaults to V1 tags", true, false, &P::applyDefaultsToV1),
+      row("Remove all data", false, true, &P::removeAllData),
+      row("Show defaults button", false, true, &P::showDefaultsButton),
+      row("Replace V2 genre list", false, true, &P::replaceV2GenreList),
+      row("File name format type", 0, 1, &P::getFromFileNameFormatType),
+      row("File name format", S(), S("%A - %N %T"), &P::getFromCustomFileNameFormat),
+      row("To file name format type", 0, 1, &P::getToFileNameFormatType),
+      row("To file name format", S(), S("%N-%T"), &P::getToCustomFileNameFormat),
+      row("Editor style", 0, 2, &P::getWindowStyle),
+      row("Show user tab", false, true, &P::showUserTab),
+      row("Default path", S(), S("/srv/music"), &P::getDefaultPath),
+      row("Always apply default tag data", false, true, &P::isAlwaysApplyDefTagDataSet),
+      row("Defaults index", 0, 7, &P::getDefaultTypeIndex),
+      row("Window settings", S(), S("{{10, 20}, {640, 480}}"), &P::getWindowPosition),
+      row("Show splash", true, false, &P::showSplash),
+  };
+  return rows;
+}
+
+using PreferencesControllerTest = StoreTest;
+
+TEST_P(PreferencesControllerTest, EveryGetterGivesItsDefaultOnAnEmptyStore) {
+  PreferencesController& prefs = open();
+  for (const GetterRow& getter : getterTable())
+    EXPECT_EQ(getter.read(prefs), getter.defaultValue) << getter.key;
+  // Defaults are never written into the store by reading them.
+  EXPECT_TRUE(recorder().keys().isEmpty());
+  EXPECT_TRUE(recorder().events.empty());
+}
+
+TEST_P(PreferencesControllerTest, EachGetterReadsItsOwnKeyAndNoOther) {
+  for (const GetterRow& changed : getterTable()) {
+    PreferencesController& prefs = open({{changed.key, changed.other}});
+    for (const GetterRow& getter : getterTable()) {
+      const QVariant& expected = &getter == &changed ? getter.other : getter.defaultValue;
+      EXPECT_EQ(getter.read(prefs), expected) << getter.key << " with " << changed.key << " set";
+    }
+  }
+}
+
+TEST_P(PreferencesControllerTest, GettersReadTheStoreAtEachCall) {
+  PreferencesController& prefs = open();
+  EXPECT_TRUE(prefs.isMoveToTrashSet());
+  recorder().setValue("Move original to trash", false);
+  EXPECT_FALSE(prefs.isMoveToTrashSet());
+  recorder().remove("Move original to trash");
+  EXPECT_TRUE(prefs.isMoveToTrashSet());
+}
+
+struct MismatchRow {
+  const char* name;
+  const char* key;
+  QVariant stored;
+  std::function<QVariant(const PreferencesController&)> read;
+  QVariant expected;
+};
+
+QVariant readBool(const PreferencesController& p, const char* key, bool def) {
+  return p.getBoolPreferenceNamed(key, def);
+}
+
+const std::vector<MismatchRow>& mismatchTable() {
+  using P = const PreferencesController&;
+  static const std::vector<MismatchRow> rows{
+      {"NumberOneUnderBoolKeyIsFalse", "Allow Unicode text", 1,
+       [](P p) { return QVariant(p.allowUnicode()); }, false},
+      {"NumberOneUnderFalseDefaultIsFalse", "Copy title", 1,
+       [](P p) { return QVariant(p.isCopyTitleSet()); }, false},
+      {"TextTrueUnderBoolKeyIsFalse", "Show splash", "true",
+       [](P p) { return QVariant(p.showSplash()); }, false},
+      {"TextYesUnderBoolKeyIsFalse", "Copy composer", "YES",
+       [](P p) { return readBool(p, "Copy composer", true); }, false},
+      {"RealUnderBoolKeyIsFalse", "Sort by track", 1.5,
+       [](P p) { return QVariant(p.isSortByTrackSet()); }, false},
+      {"ArrayUnderBoolKeyIsFalse", "Show quick lists", QStringList{"1"},
+       [](P p) { return QVariant(p.showQuickLists()); }, false},
+      {"NullUnderBoolKeyIsFalse", "Show splash", QVariant::fromValue(nullptr),
+       [](P p) { return QVariant(p.showSplash()); }, false},
+      {"StoredFalseBeatsTrueDefault", "Move original to trash", false,
+       [](P p) { return QVariant(p.isMoveToTrashSet()); }, false},
+      {"TrueUnderIntKeyReadsOne", "Editor style", true,
+       [](P p) { return QVariant(p.getWindowStyle()); }, 1},
+      {"FalseUnderIntKeyReadsZero", "Set file icon", false,
+       [](P p) { return QVariant(static_cast<int>(p.isSetFileIconSet())); }, 0},
+      {"DigitsUnderIntKeyReadAsNumber", "Tag 2 version", "4",
+       [](P p) { return QVariant(static_cast<int>(p.getTag2SaveVersion())); }, 4},
+      {"LeadingNumberOfAText", "Editor style", " 2 wide",
+       [](P p) { return QVariant(p.getWindowStyle()); }, 2},
+      {"TextWithoutNumberReadsZero", "Defaults index", "abc",
+       [](P p) { return QVariant(p.getDefaultTypeIndex()); }, 0},
+      {"RealIsCutTowardZero", "Defaults index", 3.9,
+       [](P p) { return QVariant(p.getDefaultTypeIndex()); }, 3},
+      {"NegativeRealIsCutTowardZero", "File name format type", -1.5,
+       [](P p) { return QVariant(p.getFromFileNameFormatType()); }, -1},
+      {"ArrayUnderIntKeyReadsDefault", "Set file icon", QStringList{"0"},
+       [](P p) { return QVariant(static_cast<int>(p.isSetFileIconSet())); }, 1},
+      {"NullUnderIntKeyReadsDefault", "Set file icon", QVariant::fromValue(nullptr),
+       [](P p) { return QVariant(static_cast<int>(p.isSetFileIconSet())); }, 1},
+      {"Tag2VersionIsSigned16Bit", "Tag 2 version", 40000,
+       [](P p) { return QVariant(static_cast<int>(p.getTag2SaveVersion())); }, -25536},
+      {"NumberUnderStringKeyReadsAsText", "Default path", 42,
+       [](P p) { return QVariant(QString::fromStdString(p.getDefaultPath())); }, "42"},
+      {"BooleanUnderStringKeyReadsAsDigit", "Window settings", true,
+       [](P p) { return QVariant(QString::fromStdString(p.getWindowPosition())); }, "1"},
+      {"RealUnderStringKeyReadsAsText", "File name format", 2.5,
+       [](P p) { return QVariant(QString::fromStdString(p.getFromCustomFileNameFormat())); },
+       "2.5"},
+      {"ArrayUnderStringKeyReadsDefault", "To file name format", QStringList{"x"},
+       [](P p) {
+         return QVariant(
+             QString::fromStdString(p.getStringPreferenceNamed("To file name format", "fallback")));
+       },
+       "fallback"},
+  };
+  return rows;
+}
+
+TEST_P(PreferencesControllerTest, StoredValueOfAnotherTypeHasAFixedReading) {
+  for (const MismatchRow& mismatch : mismatchTable()) {
+    PreferencesController& prefs = open({{mismatch.key, mismatch.stored}});
+    EXPECT_EQ(mismatch.read(prefs), mismatch.expected) << mismatch.name;
+  }
+}
+
+TEST_P(PreferencesControllerTest, UserGenreListDefaultsToTheTwentyFiveNames) {
+  const std::vector<std::string> expected{
+      "Alternative", "Blues/R&B",  "Books & Spoken", "Children's Music",
+      "Classial",    "Country",    "Dance",          "Easy Listening",
+      "Electronic",  "Folk",       "Hip Hop/Rap",    "Holiday",
+      "House",       "Industrial", "Jazz",           "New Age",
+      "Podcast",     "Pop",        "Religious",      "Rock",
+      "Soundtrack",  "Techno",     "Trance",         "Unclassifiable",
+      "World"};
+  EXPECT_EQ(open().getUserGenreList(), expected);
+
+  // A text is not a list: the defaults stand in, and nothing is written back.
+  PreferencesController& prefs = open({{"User genre list", "Rock"}});
+  EXPECT_EQ(prefs.getUserGenreList(), expected);
+  EXPECT_EQ(recorder().value("User genre list"), QVariant("Rock"));
+  EXPECT_TRUE(recorder().events.empty());
+}
+
+TEST_P(PreferencesControllerTest, StoredUserGenreListIsReturnedAsItStands) {
+  PreferencesController& prefs =
+      open({{"User genre list", QVariantList{"Zydeco", 7, QVariantList{"x"}, "Ska"}}});
+  EXPECT_EQ(prefs.getUserGenreList(), (std::vector<std::string>{"Zydeco", "7", "", "Ska"}));
+
+  EXPECT_EQ(open({{"User genre list", QVariantList{}}}).getUserGenreList(),
+            std::vector<std::string>{});
+
+  PreferencesController& saved = open();
+  saved.setUserGenreList({"Gqom", "Amapiano"});
+  ASSERT_TRUE(saved.synchronize());
+  EXPECT_EQ(saved.getUserGenreList(), (std::vector<std::string>{"Gqom", "Amapiano"}));
+  EXPECT_EQ(persisted()["User genre list"].toStringList(), (QStringList{"Gqom", "Amapiano"}));
+}
+
+TEST_P(PreferencesControllerTest, EmptyStoreGivesEightyStandardGenresAllOn) {
+  const std::vector<GenreListRow> rows = open().getGenreList();
+  ASSERT_EQ(rows.size(), 80u);
+  for (int genre = 0; genre < 80; ++genre) {
+    EXPECT_EQ(rows[genre].genre, genre);
+    EXPECT_EQ(rows[genre].state, "on");
+    EXPECT_TRUE(rows[genre].enabled());
+    EXPECT_EQ(rows[genre].name, kGenres[genre]);
+  }
+  EXPECT_EQ(rows[0].name, "Blues");
+  EXPECT_EQ(rows[79].name, "Hard Rock");
+}
+
+TEST_P(PreferencesControllerTest, MalformedGenreListElementsAreSkippedOrCompleted) {
+  const QVariantList stored{
+      QStringList{"off", "Blues (old)"},  // 0: taken as it stands
+      "junk",                             // 1: not an array, no row
+      QVariantList{"off"},                // 2: the name comes from the table
+      QVariantList{},                     // 3: state and name come from a fresh row
+      5,                                  // 4: not an array, no row
+      QStringList{"on", "Dance", "x"},    // 5: extra items are ignored
+  };
+  const std::vector<GenreListRow> rows = open({{"Genre list", stored}}).getGenreList();
+  ASSERT_EQ(rows.size(), 78u);
+  EXPECT_EQ(rows[0], (GenreListRow{0, "off", "Blues (old)"}));
+  EXPECT_FALSE(rows[0].enabled());
+  EXPECT_EQ(rows[1], (GenreListRow{2, "off", std::string(kGenres[2])}));
+  EXPECT_EQ(rows[2], (GenreListRow{3, "on", std::string(kGenres[3])}));
+  EXPECT_EQ(rows[3], (GenreListRow{5, "on", "Dance"}));
+  // Past the stored array every genre is on with its table name.
+  EXPECT_EQ(rows[4], (GenreListRow{6, "on", std::string(kGenres[6])}));
+  EXPECT_EQ(rows.back(), (GenreListRow{79, "on", std::string(kGenres[79])}));
+
+  // A stored value that is not an array at all counts as missing.
+  const std::vector<GenreListRow> fromText = open({{"Genre list", "off"}}).getGenreList();
+  ASSERT_EQ(fromText.size(), 80u);
+  EXPECT_TRUE(fromText[17].enabled());
+}
+
+TEST_P(PreferencesControllerTest, GenreListIsStoredAsStatePairs) {
+  PreferencesController& prefs = open();
+  std::vector<GenreListRow> rows = prefs.getGenreList();
+  rows[17].state = "off";
+  prefs.setGenreList(rows);
+  ASSERT_TRUE(prefs.synchronize());
+
+  EXPECT_EQ(prefs.getGenreList(), rows);
+  const QVariantList stored = persisted()["Genre list"].toList();
+  ASSERT_EQ(stored.size(), 80);
+  EXPECT_EQ(stored[17].toStringList(), (QStringList{"off", "Rock"}));
+  EXPECT_EQ(stored[0].toStringList(), (QStringList{"on", "Blues"}));
+}
+
+struct IndexedNameRow {
+  const char* base;
+  int index;
+  const char* expected;
+};
+
+TEST(PreferenceName, IndexedKeysAppendTheIndexFromOneOn) {
+  const IndexedNameRow rows[]{
+      {"Default title", 0, "Default title"},
+      {"Default title", 3, "Default title3"},
+      {"Default title", 9, "Default title9"},
+      {"Default title", 10, "Default title10"},
+      {"Default title", -1, "Default title"},
+      {"Use default orig. artist", 1, "Use default orig. artist1"},
+      {"Replace with default image", 0, "Replace with default image"},
+  };
+  for (const IndexedNameRow& name : rows)
+    EXPECT_EQ(PreferencesController::getPreferenceName(name.base, name.index), name.expected)
+        << name.base << " " << name.index;
+}
+
+// The keys a reset removes, written out independently of the library's list.
+std::vector<std::string> expectedResetOrder() {
+  std::vector<std::string> keys{"Copy composer",
+                                "Copy original artist",
+                                "Copy title",
+                                "Copy track",
+                                "Set group check boxes on paste",
+                                "Allow Unicode text",
+                                "Always show picture",
+                                "Sort by track",
+                                "Edit in multiple windows",
+                                "Add picture to end",
+                                "Show quick lists",
+                                "Show open file at start up",
+                                "Load full tag data",
+                                "Show play controls",
+                                "Save window position",
+                                "Open dropped files in group",
+                                "Show track",
+                                "Ignore AIFF corruption",
+                                "VBR mode",
+                                "Move original to trash",
+                                "Replace tag information",
+                                "Rename updated file",
+                                "Create folder structure",
+                                "Close window after update",
+                                "Remove APE tag",
+                                "Copy file times",
+                                "Trim whitespace",
+                                "Add track number",
+                                "Date tracks",
+                                "UTF8 track names",
+                                "Tag 2 version",
+                                "Replace tag data in group",
+                                "Set file icon"};
+  const char* fields[]{"title",    "album",        "artist",  "comment", "compilation",
+                       "composer", "copyright",    "encoder", "genre",   "track",
+                       "tracks",   "orig. artist", "URL",     "year"};
+  for (int index = 0; index < 10; ++index) {
+    const std::string suffix = index == 0 ? "" : std::to_string(index);
+    for (const char* field : fields) {
+      keys.push_back(std::string("Use default ") + field + suffix);
+      keys.push_back(std::string("Default ") + field + suffix);
+    }
+    keys.push_back("Use default picture" + suffix);
+    keys.push_back("Replace with default image" + suffix);
+  }
+  for (const char* key : {"Apply defaults to V1 tags", "Remove all data", "Show defaults button",
+                          "Genre list", "User genre list", "Replace V2 genre list",
+                          "File name format type", "File name format", "To file name format type",
+                          "To file name format", "Editor style", "Show user tab", "Default path"})
+    keys.emplace_back(key);
+  return keys;
+}
+
+TEST(ResetKeys, AreTheListedKeysInOrder) {
+  const std::vector<std::string> keys = resetPreferenceKeys();
+  EXPECT_EQ(keys, expectedResetOrder());
+  EXPECT_EQ(keys.size(), 33u + 10u * 30u + 13u);
+}
+
+TEST_P(PreferencesControllerTest, ResetRemovesExactlyItsKeysInOrderAndKeepsTheRest) {
+  Seed seed;
+  for (const std::string& key : expectedResetOrder())
+    seed.emplace_back(QString::fromStdString(key), QVariant(true));
+  const Seed kept{
+      {"Window settings", "{{1, 2}, {300, 400}}"}, {"Defaults index", 4},
+      {"Always apply default tag data", true},     {"Show splash", false},
+      {"Default title10", "beyond the ten sets"},  {"Unknown key", "left alone"},
+  };
+  seed.insert(seed.end(), kept.begin(), kept.end());
+  std::set<QString> keptKeys;
+  for (const auto& entry : kept) keptKeys.insert(entry.first);
+  for (std::string_view list : prefs::kQuickListKeys) {
+    seed.emplace_back(QString::fromUtf8(list.data(), static_cast<qsizetype>(list.size())),
+                      QStringList{"recent"});
+    keptKeys.insert(seed.back().first);
+  }
+
+  PreferencesController& prefs = open(seed);
+  std::vector<std::string> eventsAtLoad;
+  int loads = 0;
+  prefs.setLoadPreferencesHandler([&] {
+    ++loads;
+    eventsAtLoad = recorder().events;
+    EXPECT_TRUE(prefs.allowUnicode());  // the window would load the defaults
+  });
+  prefs.resetPreferences();
+
+  std::vector<std::string> expected;
+  for (const std::string& key : expectedResetOrder()) expected.push_back("remove:" + key);
+  expected.push_back("sync");
+  EXPECT_EQ(recorder().events, expected);
+  EXPECT_EQ(loads, 1);
+  EXPECT_EQ(eventsAtLoad, expected);
+
+  std::set<QString> remaining;
+  for (const auto& [key, value] : persisted()) remaining.insert(key);
+  EXPECT_EQ(remaining, keptKeys);
+
+  EXPECT_EQ(prefs.getWindowPosition(), "{{1, 2}, {300, 400}}");
+  EXPECT_EQ(prefs.getDefaultTypeIndex(), 4);
+  EXPECT_TRUE(prefs.isAlwaysApplyDefTagDataSet());
+  EXPECT_FALSE(prefs.showSplash());
+  EXPECT_FALSE(prefs.isReplaceWithDefaultPictureSet());
+  EXPECT_TRUE(prefs.applyDefaultsToV1());
+  EXPECT_EQ(prefs.isSetFileIconSet(), 1);
+}
+
+TEST_P(PreferencesControllerTest, ClearingQuickListsRemovesTheFirstTwentyFive) {
+  Seed seed{{"Show quick lists", false}};
+  for (std::string_view list : prefs::kQuickListKeys)
+    seed.emplace_back(QString::fromUtf8(list.data(), static_cast<qsizetype>(list.size())),
+                      QStringList{"recent"});
+  PreferencesController& prefs = open(seed);
+  prefs.clearQuickLists();
+
+  std::vector<std::string> expected;
+  for (const char* key : {"V1 album",
+                          "V1 artist",
+                          "V1 year",
+                          "V1 comment",
+                          "V2 album",
+                          "V2 artist",
+                          "V2 comment",
+                          "V2 composer",
+                          "V2 copyright",
+                          "V2 encoded by",
+                          "V2 original artist",
+                          "V2 URL",
+                          "V2 year",
+                          "V2 conductor",
+                          "V2 lyricist",
+                          "V2 orchestra (album artist in iTunes)",
+                          "V2 publisher",
+                          "V2 content",
+                          "V2 subtitle",
+                          "V2 genre",
+                          "V2 ISRC",
+                          "V2 release time",
+                          "V2 record time",
+                          "V2 initial key",
+                          "V2 BPM"}) {
+    expected.push_back(std::string("remove:") + key);
+    expected.push_back("sync");  // each list is gone from the file at once
+  }
+  EXPECT_EQ(recorder().events, expected);
+
+  std::set<QString> remaining;
+  for (const auto& [key, value] : persisted()) remaining.insert(key);
+  EXPECT_EQ(remaining, (std::set<QString>{"Artist URL", "Podcast identifier", "Podcast feed",
+                                          "Podcast description", "Show quick lists"}));
+}
+
+TEST_P(PreferencesControllerTest, ClearRecentListIsSavedAtOnce) {
+  PreferencesController& prefs =
+      open({{"V2 genre", QStringList{"Rock"}}, {"V2 BPM", QStringList{"120"}}});
+  prefs.clearRecentList("V2 genre");
+  EXPECT_EQ(recorder().events, (std::vector<std::string>{"remove:V2 genre", "sync"}));
+  const auto saved = persisted();
+  EXPECT_EQ(saved.count("V2 genre"), 0u);
+  EXPECT_EQ(saved.count("V2 BPM"), 1u);
+}
+
+TEST_P(PreferencesControllerTest, SetShowSplashStoresTrueOnlyForOne) {
+  const std::pair<int, bool> rows[]{{1, true}, {0, false}, {2, false}, {-1, false}};
+  for (const auto& [flag, stored] : rows) {
+    PreferencesController& prefs = open();
+    prefs.setShowSplash(flag);
+    EXPECT_EQ(recorder().events, (std::vector<std::string>{"set:Show splash", "sync"})) << flag;
+    const QVariant saved = persisted()["Show splash"];
+    EXPECT_EQ(saved.typeId(), QMetaType::Bool) << flag;
+    EXPECT_EQ(saved.toBool(), stored) << flag;
+    EXPECT_EQ(prefs.showSplash(), stored) << flag;
+  }
+}
+
+TEST_P(PreferencesControllerTest, SetWindowPositionLeavesTheSaveToLater) {
+  PreferencesController& prefs = open();
+  prefs.setWindowPosition("{{5, 6}, {700, 500}}");
+  EXPECT_EQ(recorder().events, std::vector<std::string>{"set:Window settings"});
+  EXPECT_EQ(prefs.getWindowPosition(), "{{5, 6}, {700, 500}}");
+  if (GetParam() == StoreKind::File) {
+    EXPECT_EQ(persisted().count("Window settings"), 0u);
+  }
+  ASSERT_TRUE(prefs.synchronize());
+  EXPECT_EQ(persisted()["Window settings"], QVariant("{{5, 6}, {700, 500}}"));
+}
+
+TEST_P(PreferencesControllerTest, TypedSettersStoreTheirOwnTypes) {
+  PreferencesController& prefs = open();
+  prefs.setBoolPreferenceNamed("Copy title", true);
+  prefs.setIntPreferenceNamed("Tag 2 version", 4);
+  prefs.setStringPreferenceNamed("Default path", "/srv/müsik");
+  ASSERT_TRUE(prefs.synchronize());
+  auto saved = persisted();
+  EXPECT_EQ(saved["Copy title"].typeId(), QMetaType::Bool);
+  EXPECT_TRUE(saved["Tag 2 version"].typeId() == QMetaType::Int ||
+              saved["Tag 2 version"].typeId() == QMetaType::LongLong);
+  EXPECT_EQ(saved["Tag 2 version"].toInt(), 4);
+  EXPECT_EQ(saved["Default path"], QVariant(QString::fromUtf8("/srv/müsik")));
+  EXPECT_EQ(prefs.getDefaultPath(), "/srv/müsik");
+
+  prefs.removePreferenceNamed("Copy title");
+  EXPECT_FALSE(prefs.isCopyTitleSet());
+  EXPECT_FALSE(recorder().value("Copy title").has_value());
+}
+
+INSTANTIATE_TEST_SUITE_P(Stores, PreferencesControllerTest,
+                         ::testing::Values(StoreKind::Memory, StoreKind::File), storeKindName);
+
+// A store that has gone away under the window: every change throws.
+class FailingStore : public MemoryPreferenceStore {
+ public:
+  void remove(const QString&) override { throw std::runtime_error("store is gone"); }
+};
+
+TEST(PreferencesControllerGuard, WindowOperationsLogAndEndOnAnException) {
+  LogCapture log;
+  PreferencesController prefs(std::make_unique<FailingStore>(), "unused");
+  bool loaded = false;
+  prefs.setLoadPreferencesHandler([&] { loaded = true; });
+
+  EXPECT_NO_THROW(prefs.resetPreferences());
+  EXPECT_FALSE(loaded);
+  EXPECT_TRUE(
+      log.has(LogError, "[PreferencesController:rp] error:std::runtime_error - store is gone"))
+      << log.dump();
+
+  EXPECT_NO_THROW(prefs.clearQuickLists());
+  EXPECT_TRUE(log.has(LogError,
+                      "[PreferencesController:cql] error:std::runtime_error - "
+                      "store is gone"))
+      << log.dump();
+}
+
+}  // namespace
+}  // namespace melos::test
