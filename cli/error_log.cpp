@@ -58,14 +58,13 @@ std::string ErrorLog::lineMessage(std::string_view line) {
   return std::string(message);
 }
 
-void ErrorLog::observe(unsigned level, const char* line, void* context) {
+void ErrorLog::observe(unsigned, const char* line, void* context) {
   if (line == nullptr || context == nullptr) return;
   auto* self = static_cast<ErrorLog*>(context);
   std::string_view text(line);
-  // Lines of level 0 carry no letter in any mode but 3; with mode 3 set here a
-  // line without a letter is no failure.
+  // With letter mode 3 every line with a timestamp carries its letter; a line
+  // without one (the log's header) is no failure.
   if (lineLevel(text, LogAlways) == LogError) self->lastError_ = lineMessage(text);
-  (void)level;
 }
 
 }  // namespace melos::cli

@@ -146,7 +146,7 @@ void addV1(Rows& rows, const ID3Tag& track) {
 void addV2(Rows& rows, const ID3Tag& track) {
   const TagData& tag = track.tagData;
   if (!tag.enabled) return;
-  rows.heading(track.v2Version > 0 ? "V2." + std::to_string(track.v2Version) : "V2");
+  rows.heading("V2");
   rows.unicodeField("Title", tag.title);
   rows.unicodeField("Artist", tag.artist);
   rows.unicodeField("Album", tag.album);

@@ -21,7 +21,7 @@ struct StageWatch {
 std::string fallbackCause(const ID3Tag& track, bool started) {
   if (!started) return "the file could not be read as a track";
   if (track.isMp3File) return "no MPEG audio frames found";
-  if (track.isAiffFile) return "no sample rate in the AIFF COMM chunk";
+  if (track.isAiffFile) return "the AIFF file has no COMM chunk with a sample rate";
   return "the file could not be read as a track";
 }
 

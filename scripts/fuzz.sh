@@ -59,6 +59,6 @@ if [[ $status -ne 0 ]]; then
   echo "fuzz_open_track failed with status $status; see $log and $artifact_dir" >&2
   exit "$status"
 fi
-grep -E '^#[0-9]+[[:space:]]+DONE' "$log" | tail -1 || true
-grep -E '^stat::number_of_executed_units' "$log" | tail -1
-grep -E '^Done [0-9]+ runs' "$log" | tail -1
+grep -aE '^#[0-9]+[[:space:]]+DONE' "$log" | tail -1 || true
+grep -aE '^stat::number_of_executed_units' "$log" | tail -1 || true
+grep -aE '^Done [0-9]+ runs' "$log" | tail -1 || true

@@ -55,7 +55,10 @@ TEST(ShowTextTest, HeaderSectionsAndAlignedLabels) {
   EXPECT_NE(audio->find("128 kbps (CBR), 0:13, 44.1 kHz"), std::string::npos) << *audio;
 
   ASSERT_NE(lineStartingWith(lines, "V1"), nullptr) << result.out;
-  ASSERT_NE(lineStartingWith(lines, "V2.3"), nullptr) << result.out;
+  ASSERT_NE(lineStartingWith(lines, "V2"), nullptr) << result.out;
+  const std::string* tags = lineStartingWith(lines, "Tags:");
+  ASSERT_NE(tags, nullptr) << result.out;
+  EXPECT_NE(tags->find("V1 and V2.3"), std::string::npos) << *tags;
   const std::string* v2Title = lineStartingWith(lines, "Title:   ");
   ASSERT_NE(v2Title, nullptr);
   size_t column = 0;
