@@ -307,9 +307,11 @@ bool decodeFrame(ID3Tag& track, const FrameSpec& spec, std::string_view id, Byte
         d.genre = UnicodeText{encodeUtf16(name, isBigEndianUtf16(text)), true};
       return true;
     }
-    case FrameForm::Flag:
-      d.compilation = parseNumber(text.toU16()) != 0 && parseNumber(text.toU16()) != kUnsetNumber;
+    case FrameForm::Flag: {
+      uint16_t value = parseNumber(text.toU16());
+      d.compilation = value != 0 && value != kUnsetNumber;
       return true;
+    }
     case FrameForm::Advisory: {
       uint16_t value = parseNumber(text.toU16());
       d.advisory = value == kUnsetNumber ? 0 : value;
