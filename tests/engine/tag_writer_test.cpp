@@ -289,9 +289,9 @@ TEST(TagWriter, TimesAreWrittenInTheVersion24Form) {
 
 TEST(TagWriter, AdvisoryIsOneOrTwo) {
   const std::pair<int32_t, const char*> cases[] = {{1, "1"}, {2, "2"}, {7, "2"}, {-1, "2"}};
-  for (const auto& [value, text] : cases) {
-    ID3Tag track = trackWith([&](TagData& d) { d.advisory = value; });
-    EXPECT_EQ(framesOf(build(track, 3)), (std::vector<WrittenFrame>{{"TRTG", cat({kLatin1, ascii(text)})}}));
+  for (const auto& c : cases) {
+    ID3Tag track = trackWith([&c](TagData& d) { d.advisory = c.first; });
+    EXPECT_EQ(framesOf(build(track, 3)), (std::vector<WrittenFrame>{{"TRTG", cat({kLatin1, ascii(c.second)})}}));
   }
   ID3Tag none = trackWith([](TagData& d) { d.advisory = 0; });
   EXPECT_TRUE(framesOf(build(none, 3)).empty());
