@@ -9,6 +9,7 @@
 #include "engine/log.h"
 #include "tests/support/id3v2_builder.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/open_helpers.h"
 
 namespace melos {
 namespace {
@@ -17,12 +18,7 @@ using test::Enc;
 using test::Id3Frame;
 using test::Id3v2Builder;
 
-ID3Tag walk(const Bytes& tag, int keepMode = 1) {
-  ID3Tag track;
-  track.keepMode = keepMode;
-  ReadV2Frames(track, tag, true);
-  return track;
-}
+ID3Tag walk(const Bytes& tag, int keepMode = 1) { return test::walkTag(tag, keepMode); }
 
 ID3Tag walkFrames(uint8_t major, std::initializer_list<Id3Frame> frames, int keepMode = 1) {
   Id3v2Builder builder(major);

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/byte_text.h"
+#include "tests/support/mp3_file_builder.h"
+
 #include <initializer_list>
 
 #include "engine/frames_read.h"
@@ -9,20 +12,8 @@
 namespace melos {
 namespace {
 
-Bytes cat(std::initializer_list<Bytes> parts) {
-  Bytes out;
-  for (const Bytes& part : parts) out.insert(out.end(), part.begin(), part.end());
-  return out;
-}
-
-Bytes ascii(std::string_view text) { return Bytes(text.begin(), text.end()); }
-
-// UTF-16 little-endian units of ASCII text, no mark, no terminator.
-Bytes units(std::string_view text) {
-  Bytes out;
-  for (char c : text) out.insert(out.end(), {static_cast<uint8_t>(c), 0});
-  return out;
-}
+using test::ascii;
+using test::units;
 
 std::string stored(const Bytes& bytes) { return std::string(bytes.begin(), bytes.end()); }
 
@@ -40,7 +31,7 @@ Bytes header(std::string_view id, uint32_t size, int version) {
 }
 
 Bytes frame(std::string_view id, const Bytes& content, int version = 3) {
-  return cat({header(id, static_cast<uint32_t>(content.size()), version), content});
+  return test::concat({header(id, static_cast<uint32_t>(content.size()), version), content});
 }
 
 const Bytes kLatin1{0x00};        // encoding ISO 8859-1
@@ -59,52 +50,52 @@ struct TextCase {
 };
 
 TEST(FrameWrite, TextFrames) {
-  const Bytes beHi = cat({kMarkBE, {0, 'H', 0, 'i'}});
+  const Bytes beHi = test::concat({kMarkBE, {0, 'H', 0, 'i'}});
   const TextCase cases[] = {
-      {"latin1 has no terminator", "TIT2", ascii("Title"), false, false, cat({kLatin1, ascii("Title")})},
-      {"utf16 little-endian as stored", "TIT2", cat({kMarkLE, units("Hi")}), true, false,
-       cat({kUtf16, kMarkLE, units("Hi"), kEnd16})},
-      {"utf16 big-endian is swapped", "TPE1", beHi, true, false, cat({kUtf16, kMarkLE, units("Hi"), kEnd16})},
-      {"unicode flag off writes the bytes as Latin-1", "TENC", ascii("Enc"), false, false, cat({kLatin1, ascii("Enc")})},
+      {"latin1 has no terminator", "TIT2", ascii("Title"), false, false, test::concat({kLatin1, ascii("Title")})},
+      {"utf16 little-endian as stored", "TIT2", test::concat({kMarkLE, units("Hi")}), true, false,
+       test::concat({kUtf16, kMarkLE, units("Hi"), kEnd16})},
+      {"utf16 big-endian is swapped", "TPE1", beHi, true, false, test::concat({kUtf16, kMarkLE, units("Hi"), kEnd16})},
+      {"unicode flag off writes the bytes as Latin-1", "TENC", ascii("Enc"), false, false, test::concat({kLatin1, ascii("Enc")})},
       {"empty text", "TIT2", {}, false, false, {}},
       {"empty utf16 text", "TIT2", {}, true, false, {}},
       {"a mark alone is empty", "TIT2", kMarkLE, true, false, {}},
-      {"latin1 ends at a zero byte", "TALB", cat({ascii("ab"), {0}, ascii("cd")}), false, false,
-       cat({kLatin1, ascii("ab")})},
-      {"utf16 ends at a zero unit", "TALB", cat({kMarkLE, units("a"), kEnd16, units("b")}), true, false,
-       cat({kUtf16, kMarkLE, units("a"), kEnd16})},
-      {"trim latin1", "TIT2", ascii(" \t x y\r\n "), false, true, cat({kLatin1, ascii("x y")})},
+      {"latin1 ends at a zero byte", "TALB", test::concat({ascii("ab"), {0}, ascii("cd")}), false, false,
+       test::concat({kLatin1, ascii("ab")})},
+      {"utf16 ends at a zero unit", "TALB", test::concat({kMarkLE, units("a"), kEnd16, units("b")}), true, false,
+       test::concat({kUtf16, kMarkLE, units("a"), kEnd16})},
+      {"trim latin1", "TIT2", ascii(" \t x y\r\n "), false, true, test::concat({kLatin1, ascii("x y")})},
       {"trim only spaces", "TIT2", ascii("   "), false, true, {}},
-      {"spaces untrimmed", "TIT2", ascii("   "), false, false, cat({kLatin1, ascii("   ")})},
-      {"trim utf16 after the mark", "TIT2", cat({kMarkLE, units(" a b\t")}), true, true,
-       cat({kUtf16, kMarkLE, units("a b"), kEnd16})},
-      {"trim utf16 big-endian", "TIT2", cat({kMarkBE, {0, ' ', 0, 'a', 0, ' '}}), true, true,
-       cat({kUtf16, kMarkLE, units("a"), kEnd16})},
-      {"trim utf16 only blanks", "TIT2", cat({kMarkLE, units(" \n")}), true, true, {}},
+      {"spaces untrimmed", "TIT2", ascii("   "), false, false, test::concat({kLatin1, ascii("   ")})},
+      {"trim utf16 after the mark", "TIT2", test::concat({kMarkLE, units(" a b\t")}), true, true,
+       test::concat({kUtf16, kMarkLE, units("a b"), kEnd16})},
+      {"trim utf16 big-endian", "TIT2", test::concat({kMarkBE, {0, ' ', 0, 'a', 0, ' '}}), true, true,
+       test::concat({kUtf16, kMarkLE, units("a"), kEnd16})},
+      {"trim utf16 only blanks", "TIT2", test::concat({kMarkLE, units(" \n")}), true, true, {}},
       // Only text frames are trimmed; COMM keeps its blanks.
       {"comment not trimmed", "COMM", ascii(" c "), false, true,
-       cat({kLatin1, ascii("eng"), {0}, ascii(" c ")})},
-      {"genre number in front", "TCON", ascii("blues"), false, false, cat({kLatin1, ascii("(0)blues")})},
-      {"genre any case", "TCON", ascii("ROCK"), false, false, cat({kLatin1, ascii("(17)ROCK")})},
-      {"genre two digits", "TCON", ascii("Other"), false, false, cat({kLatin1, ascii("(12)Other")})},
-      {"genre unknown unchanged", "TCON", ascii("Chiptune"), false, false, cat({kLatin1, ascii("Chiptune")})},
-      {"genre trimmed first", "TCON", ascii(" Rock "), false, true, cat({kLatin1, ascii("(17)Rock")})},
-      {"genre utf16 number after the mark", "TCON", cat({kMarkLE, units("Rock")}), true, false,
-       cat({kUtf16, kMarkLE, units("(17)Rock"), kEnd16})},
-      {"genre utf16 big-endian", "TCON", cat({kMarkBE, {0, 'P', 0, 'o', 0, 'p'}}), true, false,
-       cat({kUtf16, kMarkLE, units("(13)Pop"), kEnd16})},
-      {"genre utf16 not Latin-1", "TCON", cat({kMarkLE, {0x2D, 0x4E}}), true, false,
-       cat({kUtf16, kMarkLE, {0x2D, 0x4E}, kEnd16})},
+       test::concat({kLatin1, ascii("eng"), {0}, ascii(" c ")})},
+      {"genre number in front", "TCON", ascii("blues"), false, false, test::concat({kLatin1, ascii("(0)blues")})},
+      {"genre any case", "TCON", ascii("ROCK"), false, false, test::concat({kLatin1, ascii("(17)ROCK")})},
+      {"genre two digits", "TCON", ascii("Other"), false, false, test::concat({kLatin1, ascii("(12)Other")})},
+      {"genre unknown unchanged", "TCON", ascii("Chiptune"), false, false, test::concat({kLatin1, ascii("Chiptune")})},
+      {"genre trimmed first", "TCON", ascii(" Rock "), false, true, test::concat({kLatin1, ascii("(17)Rock")})},
+      {"genre utf16 number after the mark", "TCON", test::concat({kMarkLE, units("Rock")}), true, false,
+       test::concat({kUtf16, kMarkLE, units("(17)Rock"), kEnd16})},
+      {"genre utf16 big-endian", "TCON", test::concat({kMarkBE, {0, 'P', 0, 'o', 0, 'p'}}), true, false,
+       test::concat({kUtf16, kMarkLE, units("(13)Pop"), kEnd16})},
+      {"genre utf16 not Latin-1", "TCON", test::concat({kMarkLE, {0x2D, 0x4E}}), true, false,
+       test::concat({kUtf16, kMarkLE, {0x2D, 0x4E}, kEnd16})},
       {"comment latin1", "COMM", ascii("hi"), false, false,
-       cat({kLatin1, ascii("eng"), {0} /* empty description */, ascii("hi")})},
-      {"comment utf16 overshoots by two", "COMM", cat({kMarkLE, units("hi")}), true, false,
-       cat({kUtf16, ascii("eng"), kMarkLE, kEnd16 /* empty description */, kMarkLE, units("hi"), kEnd16,
+       test::concat({kLatin1, ascii("eng"), {0} /* empty description */, ascii("hi")})},
+      {"comment utf16 overshoots by two", "COMM", test::concat({kMarkLE, units("hi")}), true, false,
+       test::concat({kUtf16, ascii("eng"), kMarkLE, kEnd16 /* empty description */, kMarkLE, units("hi"), kEnd16,
             {0, 0} /* overshoot */})},
-      {"lyrics utf16 big-endian", "USLT", cat({kMarkBE, {0, 'l', 0, 'a'}}), true, false,
-       cat({kUtf16, ascii("eng"), kMarkLE, kEnd16, kMarkLE, units("la"), kEnd16, {0, 0}})},
-      {"lyrics latin1", "USLT", ascii("la"), false, false, cat({kLatin1, ascii("eng"), {0}, ascii("la")})},
-      {"user url", "WXXX", ascii("http://a"), false, false, cat({kLatin1, {0} /* description */, ascii("http://a")})},
-      {"podcast feed like a text frame", "WFED", ascii("http://f"), false, false, cat({kLatin1, ascii("http://f")})},
+      {"lyrics utf16 big-endian", "USLT", test::concat({kMarkBE, {0, 'l', 0, 'a'}}), true, false,
+       test::concat({kUtf16, ascii("eng"), kMarkLE, kEnd16, kMarkLE, units("la"), kEnd16, {0, 0}})},
+      {"lyrics latin1", "USLT", ascii("la"), false, false, test::concat({kLatin1, ascii("eng"), {0}, ascii("la")})},
+      {"user url", "WXXX", ascii("http://a"), false, false, test::concat({kLatin1, {0} /* description */, ascii("http://a")})},
+      {"podcast feed like a text frame", "WFED", ascii("http://f"), false, false, test::concat({kLatin1, ascii("http://f")})},
       {"artist url bare", "WOAR", ascii("http://w"), false, false, ascii("http://w")},
       {"other url bare", "WCOM", ascii("http://c"), false, true, ascii("http://c")},
       {"url not trimmed", "WOAR", ascii(" u "), false, true, ascii(" u ")},
@@ -119,7 +110,7 @@ TEST(FrameWrite, TextFrames) {
       bool error = false;
       uint32_t written = writeFrame(out, c.id, text, c.unicode, error, version, c.trim);
       EXPECT_FALSE(error);
-      Bytes expected = c.content.empty() ? Bytes{0xAA} : cat({{0xAA}, frame(c.id, c.content, version)});
+      Bytes expected = c.content.empty() ? Bytes{0xAA} : test::concat({{0xAA}, frame(c.id, c.content, version)});
       EXPECT_EQ(out, expected);
       EXPECT_EQ(written, out.size() - 1);
     }
@@ -127,13 +118,13 @@ TEST(FrameWrite, TextFrames) {
 }
 
 TEST(FrameWrite, BigEndianTextIsSwappedInTheField) {
-  std::string text = stored(cat({kMarkBE, {0, 'A', 0x4E, 0x2D}}));
+  std::string text = stored(test::concat({kMarkBE, {0, 'A', 0x4E, 0x2D}}));
   Bytes out;
   bool error = false;
   writeFrame(out, "TIT2", text, true, error, 3, true);
-  EXPECT_EQ(text, stored(cat({kMarkLE, {'A', 0, 0x2D, 0x4E}})));
+  EXPECT_EQ(text, stored(test::concat({kMarkLE, {'A', 0, 0x2D, 0x4E}})));
 
-  std::string little = stored(cat({kMarkLE, units("A")}));
+  std::string little = stored(test::concat({kMarkLE, units("A")}));
   const std::string before = little;
   writeFrame(out, "TIT2", little, true, error, 3, false);
   EXPECT_EQ(little, before);
@@ -150,8 +141,8 @@ TEST(FrameWrite, GenreReadsBackAsItsName) {
     bool unicode;
   };
   const Case cases[] = {{ascii("blues"), false}, {ascii("Other"), false}, {ascii("Chiptune"), false},
-                        {ascii("Rock & Roll"), false}, {cat({kMarkLE, units("Rock")}), true},
-                        {cat({kMarkLE, units("Acid Jazz")}), true}, {cat({kMarkLE, units("Own Genre")}), true}};
+                        {ascii("Rock & Roll"), false}, {test::concat({kMarkLE, units("Rock")}), true},
+                        {test::concat({kMarkLE, units("Acid Jazz")}), true}, {test::concat({kMarkLE, units("Own Genre")}), true}};
   for (const Case& c : cases) {
     std::string text = stored(c.text);
     Bytes out;
@@ -185,10 +176,10 @@ TEST(FrameWrite, Pictures) {
   };
   const Case cases[] = {
       {"jpeg", {jpeg, "jpeg"},
-       cat({kLatin1, ascii("image/jpeg"), {0} /* MIME end */, {0} /* type */, {0} /* description */, jpeg})},
-      {"png", {jpeg, "png"}, cat({kLatin1, ascii("image/png"), {0}, {0}, {0}, jpeg})},
+       test::concat({kLatin1, ascii("image/jpeg"), {0} /* MIME end */, {0} /* type */, {0} /* description */, jpeg})},
+      {"png", {jpeg, "png"}, test::concat({kLatin1, ascii("image/png"), {0}, {0}, {0}, jpeg})},
       // "image/%s" is cut to 11 characters.
-      {"long subtype", {jpeg, "abcdefgh"}, cat({kLatin1, ascii("image/abcde"), {0}, {0}, {0}, jpeg})},
+      {"long subtype", {jpeg, "abcdefgh"}, test::concat({kLatin1, ascii("image/abcde"), {0}, {0}, {0}, jpeg})},
       {"no image", {{}, "jpeg"}, {}},
   };
   for (const Case& c : cases) {
@@ -223,10 +214,10 @@ TEST(FrameWrite, UniqueFileId) {
   };
   const Bytes longId(70, 'z');
   const Case cases[] = {
-      {"owner and data", {"http://mb", {'a', 'b'}}, cat({ascii("http://mb"), {0} /* owner end */, ascii("ab")})},
+      {"owner and data", {"http://mb", {'a', 'b'}}, test::concat({ascii("http://mb"), {0} /* owner end */, ascii("ab")})},
       {"no owner", {"", {'a'}}, {}},
       {"no data", {"owner", {}}, {}},
-      {"data cut to 64", {"o", longId}, cat({ascii("o"), {0}, Bytes(64, 'z')})},
+      {"data cut to 64", {"o", longId}, test::concat({ascii("o"), {0}, Bytes(64, 'z')})},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
@@ -270,13 +261,13 @@ TEST(FrameWrite, FrameTextSize) {
   const Case cases[] = {
       {{}, false, 0},
       {ascii("abc"), false, 3},
-      {cat({ascii("ab"), {0}, ascii("c")}), false, 2},
+      {test::concat({ascii("ab"), {0}, ascii("c")}), false, 2},
       {{}, true, 0},
       {kMarkLE, true, 0},
-      {cat({kMarkLE, units("ab")}), true, 8},  // mark, two units, terminator
-      {cat({kMarkBE, {0, 'a'}}), true, 6},
-      {cat({kMarkLE, units("ab"), {'c'}}), true, 8},  // an odd byte is no unit
-      {cat({kMarkLE, units("a"), kEnd16, units("b")}), true, 6},
+      {test::concat({kMarkLE, units("ab")}), true, 8},  // mark, two units, terminator
+      {test::concat({kMarkBE, {0, 'a'}}), true, 6},
+      {test::concat({kMarkLE, units("ab"), {'c'}}), true, 8},  // an odd byte is no unit
+      {test::concat({kMarkLE, units("a"), kEnd16, units("b")}), true, 6},
   };
   for (const Case& c : cases) EXPECT_EQ(frameTextSize(stored(c.text), c.unicode), c.size) << stored(c.text);
 }

@@ -15,13 +15,7 @@ using test::Enc;
 using test::Id3Frame;
 using test::Id3v2Builder;
 
-// Walks a tag held in memory, as the opening does after reading it whole.
-ID3Tag walk(const Bytes& tag, int keepMode = 1) {
-  ID3Tag track;
-  track.keepMode = keepMode;
-  ReadV2Frames(track, tag, true);
-  return track;
-}
+ID3Tag walk(const Bytes& tag, int keepMode = 1) { return test::walkTag(tag, keepMode); }
 
 std::string title(const ID3Tag& track) { return track.tagData.title.toUtf8(); }
 

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/byte_text.h"
+#include "tests/support/mp3_file_builder.h"
+
 #include <functional>
 #include <initializer_list>
 #include <set>
@@ -19,21 +22,9 @@ namespace melos {
 namespace {
 
 using test::Enc;
+using test::ascii;
+using test::units;
 using WrittenFrame = std::pair<std::string, Bytes>;
-
-Bytes cat(std::initializer_list<Bytes> parts) {
-  Bytes out;
-  for (const Bytes& part : parts) out.insert(out.end(), part.begin(), part.end());
-  return out;
-}
-
-Bytes ascii(std::string_view text) { return Bytes(text.begin(), text.end()); }
-
-Bytes units(std::string_view text) {
-  Bytes out;
-  for (char c : text) out.insert(out.end(), {static_cast<uint8_t>(c), 0});
-  return out;
-}
 
 const Bytes kLatin1{0x00};        // encoding ISO 8859-1
 const Bytes kUtf16{0x01};         // encoding UTF-16 with a mark
@@ -111,50 +102,50 @@ std::vector<RowCase> rowCases() {
   const Bytes jpeg = test::jpegBytes(8);
   const UserText mood = userText(Enc::Utf16LE, "MOOD", "calm");
   return {
-      {"TRCK", [](TagData& d) { d.track = 3; d.tracks = 12; }, cat({kLatin1, ascii("3/12")})},
-      {"TIT2", [](TagData& d) { d.title = wide(u"Hi"); }, cat({kUtf16, kMarkLE, units("Hi"), kEnd16})},
-      {"TPE1", [](TagData& d) { d.artist = narrow("Artist"); }, cat({kLatin1, ascii("Artist")})},
-      {"TALB", [](TagData& d) { d.album = wide(u"Al"); }, cat({kUtf16, kMarkLE, units("Al"), kEnd16})},
-      {"TYER", [](TagData& d) { d.year = "1999"; }, cat({kLatin1, ascii("1999")})},
-      {"TCON", [](TagData& d) { d.genre = narrow("Rock"); }, cat({kLatin1, ascii("(17)Rock")})},
+      {"TRCK", [](TagData& d) { d.track = 3; d.tracks = 12; }, test::concat({kLatin1, ascii("3/12")})},
+      {"TIT2", [](TagData& d) { d.title = wide(u"Hi"); }, test::concat({kUtf16, kMarkLE, units("Hi"), kEnd16})},
+      {"TPE1", [](TagData& d) { d.artist = narrow("Artist"); }, test::concat({kLatin1, ascii("Artist")})},
+      {"TALB", [](TagData& d) { d.album = wide(u"Al"); }, test::concat({kUtf16, kMarkLE, units("Al"), kEnd16})},
+      {"TYER", [](TagData& d) { d.year = "1999"; }, test::concat({kLatin1, ascii("1999")})},
+      {"TCON", [](TagData& d) { d.genre = narrow("Rock"); }, test::concat({kLatin1, ascii("(17)Rock")})},
       {"COMM", [](TagData& d) { d.comment = narrow("c"); },
-       cat({kLatin1, ascii("eng"), {0} /* empty description */, ascii("c")})},
-      {"TCOM", [](TagData& d) { d.composer = narrow("Comp"); }, cat({kLatin1, ascii("Comp")})},
-      {"TCOP", [](TagData& d) { d.copyright = narrow("(c) 2001"); }, cat({kLatin1, ascii("(c) 2001")})},
-      {"TOPE", [](TagData& d) { d.origArtist = wide(u"O"); }, cat({kUtf16, kMarkLE, units("O"), kEnd16})},
-      {"TENC", [](TagData& d) { d.encodedBy = "LAME"; }, cat({kLatin1, ascii("LAME")})},
-      {"WXXX", [](TagData& d) { d.url = "http://u"; }, cat({kLatin1, {0} /* description */, ascii("http://u")})},
-      {"TCMP", [](TagData& d) { d.compilation = true; }, cat({kLatin1, ascii("1")})},
-      {"TPE3", [](TagData& d) { d.conductor = narrow("Cond"); }, cat({kLatin1, ascii("Cond")})},
-      {"TEXT", [](TagData& d) { d.lyricist = narrow("Lyr"); }, cat({kLatin1, ascii("Lyr")})},
-      {"TPUB", [](TagData& d) { d.publisher = narrow("Pub"); }, cat({kLatin1, ascii("Pub")})},
-      {"TPE2", [](TagData& d) { d.orchestra = narrow("Band"); }, cat({kLatin1, ascii("Band")})},
-      {"TIT1", [](TagData& d) { d.content = narrow("Group"); }, cat({kLatin1, ascii("Group")})},
-      {"TIT3", [](TagData& d) { d.subtitle = narrow("Sub"); }, cat({kLatin1, ascii("Sub")})},
-      {"TSSE", [](TagData& d) { d.encsettings = narrow("-V2"); }, cat({kLatin1, ascii("-V2")})},
-      {"TPOS", [](TagData& d) { d.set = 1; d.sets = 2; }, cat({kLatin1, ascii("1/2")})},
-      {"TSRC", [](TagData& d) { d.isrc = "USRC17607839"; }, cat({kLatin1, ascii("USRC17607839")})},
-      {"TBPM", [](TagData& d) { d.bpm = "120"; }, cat({kLatin1, ascii("120")})},
-      {"TKEY", [](TagData& d) { d.initialkey = "Dbm"; }, cat({kLatin1, ascii("Dbm")})},
+       test::concat({kLatin1, ascii("eng"), {0} /* empty description */, ascii("c")})},
+      {"TCOM", [](TagData& d) { d.composer = narrow("Comp"); }, test::concat({kLatin1, ascii("Comp")})},
+      {"TCOP", [](TagData& d) { d.copyright = narrow("(c) 2001"); }, test::concat({kLatin1, ascii("(c) 2001")})},
+      {"TOPE", [](TagData& d) { d.origArtist = wide(u"O"); }, test::concat({kUtf16, kMarkLE, units("O"), kEnd16})},
+      {"TENC", [](TagData& d) { d.encodedBy = "LAME"; }, test::concat({kLatin1, ascii("LAME")})},
+      {"WXXX", [](TagData& d) { d.url = "http://u"; }, test::concat({kLatin1, {0} /* description */, ascii("http://u")})},
+      {"TCMP", [](TagData& d) { d.compilation = true; }, test::concat({kLatin1, ascii("1")})},
+      {"TPE3", [](TagData& d) { d.conductor = narrow("Cond"); }, test::concat({kLatin1, ascii("Cond")})},
+      {"TEXT", [](TagData& d) { d.lyricist = narrow("Lyr"); }, test::concat({kLatin1, ascii("Lyr")})},
+      {"TPUB", [](TagData& d) { d.publisher = narrow("Pub"); }, test::concat({kLatin1, ascii("Pub")})},
+      {"TPE2", [](TagData& d) { d.orchestra = narrow("Band"); }, test::concat({kLatin1, ascii("Band")})},
+      {"TIT1", [](TagData& d) { d.content = narrow("Group"); }, test::concat({kLatin1, ascii("Group")})},
+      {"TIT3", [](TagData& d) { d.subtitle = narrow("Sub"); }, test::concat({kLatin1, ascii("Sub")})},
+      {"TSSE", [](TagData& d) { d.encsettings = narrow("-V2"); }, test::concat({kLatin1, ascii("-V2")})},
+      {"TPOS", [](TagData& d) { d.set = 1; d.sets = 2; }, test::concat({kLatin1, ascii("1/2")})},
+      {"TSRC", [](TagData& d) { d.isrc = "USRC17607839"; }, test::concat({kLatin1, ascii("USRC17607839")})},
+      {"TBPM", [](TagData& d) { d.bpm = "120"; }, test::concat({kLatin1, ascii("120")})},
+      {"TKEY", [](TagData& d) { d.initialkey = "Dbm"; }, test::concat({kLatin1, ascii("Dbm")})},
       {"WOAR", [](TagData& d) { d.artisturl = "http://a"; }, ascii("http://a")},
       {"POPM", [](TagData& d) { d.popularity.rate = 196; }, {0x00 /* empty email */, 0xC4 /* rating */}},
       {"UFID", [](TagData& d) { d.uniqueid = UniqueFileID{"o", {'a', 'b'}}; },
-       cat({ascii("o"), {0} /* owner end */, ascii("ab")})},
+       test::concat({ascii("o"), {0} /* owner end */, ascii("ab")})},
       {"MCDI", [](TagData& d) { d.musiccdid = "0A1B"; }, ascii("0A1B")},
-      {"TDRL", [](TagData& d) { d.releasetime = "2001-02-03"; }, cat({kLatin1, ascii("2001-02-03")})},
-      {"TDRC", [](TagData& d) { d.recordtime = "2004-05-06 07:08"; }, cat({kLatin1, ascii("2004-05-06T07:08")})},
-      {"TPRO", [](TagData& d) { d.producednotice = "2004 Label"; }, cat({kLatin1, ascii("2004 Label")})},
-      {"TMOO", [](TagData& d) { d.mood = "Calm"; }, cat({kLatin1, ascii("Calm")})},
+      {"TDRL", [](TagData& d) { d.releasetime = "2001-02-03"; }, test::concat({kLatin1, ascii("2001-02-03")})},
+      {"TDRC", [](TagData& d) { d.recordtime = "2004-05-06 07:08"; }, test::concat({kLatin1, ascii("2004-05-06T07:08")})},
+      {"TPRO", [](TagData& d) { d.producednotice = "2004 Label"; }, test::concat({kLatin1, ascii("2004 Label")})},
+      {"TMOO", [](TagData& d) { d.mood = "Calm"; }, test::concat({kLatin1, ascii("Calm")})},
       {"PCST", [](TagData& d) { d.podcast = true; }, {0, 0, 0, 0}},
-      {"TGID", [](TagData& d) { d.podcastid = narrow("id-1"); }, cat({kLatin1, ascii("id-1")})},
-      {"WFED", [](TagData& d) { d.podcastfeed = "http://f"; }, cat({kLatin1, ascii("http://f")})},
-      {"TDES", [](TagData& d) { d.podcastdesc = wide(u"D"); }, cat({kUtf16, kMarkLE, units("D"), kEnd16})},
-      {"TRTG", [](TagData& d) { d.advisory = 2; }, cat({kLatin1, ascii("2")})},
-      {"TSWC", [](TagData& d) { d.iswc = "T-123"; }, cat({kLatin1, ascii("T-123")})},
+      {"TGID", [](TagData& d) { d.podcastid = narrow("id-1"); }, test::concat({kLatin1, ascii("id-1")})},
+      {"WFED", [](TagData& d) { d.podcastfeed = "http://f"; }, test::concat({kLatin1, ascii("http://f")})},
+      {"TDES", [](TagData& d) { d.podcastdesc = wide(u"D"); }, test::concat({kUtf16, kMarkLE, units("D"), kEnd16})},
+      {"TRTG", [](TagData& d) { d.advisory = 2; }, test::concat({kLatin1, ascii("2")})},
+      {"TSWC", [](TagData& d) { d.iswc = "T-123"; }, test::concat({kLatin1, ascii("T-123")})},
       {"TXXX", [mood](TagData& d) { d.usertext = {mood}; }, mood.body},
-      {"USLT", [](TagData& d) { d.lyrics = narrow("la"); }, cat({kLatin1, ascii("eng"), {0}, ascii("la")})},
+      {"USLT", [](TagData& d) { d.lyrics = narrow("la"); }, test::concat({kLatin1, ascii("eng"), {0}, ascii("la")})},
       {"APIC", [jpeg](TagData& d) { d.picdata = {PicData{jpeg, "jpeg"}}; },
-       cat({kLatin1, ascii("image/jpeg"), {0} /* MIME end */, {0} /* type */, {0} /* description */, jpeg})},
+       test::concat({kLatin1, ascii("image/jpeg"), {0} /* MIME end */, {0} /* type */, {0} /* description */, jpeg})},
   };
 }
 
@@ -280,7 +271,7 @@ TEST(TagWriter, TimesAreWrittenInTheVersion24Form) {
   for (const Case& c : cases) {
     ID3Tag track = trackWith([&](TagData& d) { d.recordtime = c.stored; });
     std::vector<WrittenFrame> expected;
-    if (*c.written != '\0') expected.emplace_back("TDRC", cat({kLatin1, ascii(c.written)}));
+    if (*c.written != '\0') expected.emplace_back("TDRC", test::concat({kLatin1, ascii(c.written)}));
     EXPECT_EQ(framesOf(build(track, 4)), expected) << c.stored;
     // The track keeps the time as it was typed.
     EXPECT_EQ(track.tagData.recordtime, c.stored);
@@ -291,7 +282,7 @@ TEST(TagWriter, AdvisoryIsOneOrTwo) {
   const std::pair<int32_t, const char*> cases[] = {{1, "1"}, {2, "2"}, {7, "2"}, {-1, "2"}};
   for (const auto& c : cases) {
     ID3Tag track = trackWith([&c](TagData& d) { d.advisory = c.first; });
-    EXPECT_EQ(framesOf(build(track, 3)), (std::vector<WrittenFrame>{{"TRTG", cat({kLatin1, ascii(c.second)})}}));
+    EXPECT_EQ(framesOf(build(track, 3)), (std::vector<WrittenFrame>{{"TRTG", test::concat({kLatin1, ascii(c.second)})}}));
   }
   ID3Tag none = trackWith([](TagData& d) { d.advisory = 0; });
   EXPECT_TRUE(framesOf(build(none, 3)).empty());
@@ -299,15 +290,15 @@ TEST(TagWriter, AdvisoryIsOneOrTwo) {
 
 TEST(TagWriter, TrackTextFollowsTheTotalWithoutNumberFlag) {
   ID3Tag track = trackWith([](TagData& d) { d.tracks = 12; d.sets = 2; });
-  EXPECT_EQ(framesOf(build(track, 3)), (std::vector<WrittenFrame>{{"TRCK", cat({kLatin1, ascii("/12")})},
-                                                                  {"TPOS", cat({kLatin1, ascii("/2")})}}));
+  EXPECT_EQ(framesOf(build(track, 3)), (std::vector<WrittenFrame>{{"TRCK", test::concat({kLatin1, ascii("/12")})},
+                                                                  {"TPOS", test::concat({kLatin1, ascii("/2")})}}));
   track.v2Read = false;
   EXPECT_TRUE(framesOf(build(track, 3)).empty());
 }
 
 TEST(TagWriter, YearIsCutToFourCharacters) {
   ID3Tag track = trackWith([](TagData& d) { d.year = "19991"; });
-  EXPECT_EQ(framesOf(build(track, 3)), (std::vector<WrittenFrame>{{"TYER", cat({kLatin1, ascii("1999")})}}));
+  EXPECT_EQ(framesOf(build(track, 3)), (std::vector<WrittenFrame>{{"TYER", test::concat({kLatin1, ascii("1999")})}}));
 }
 
 TEST(TagWriter, TrimDropsBlankTitlesAndStripsTexts) {
@@ -318,8 +309,8 @@ TEST(TagWriter, TrimDropsBlankTitlesAndStripsTexts) {
   });
   EXPECT_EQ(idsOf(build(track, 3, true)), (std::vector<std::string>{"TPE1", "TSWC"}));
   std::vector<WrittenFrame> frames = framesOf(build(track, 3, true));
-  EXPECT_EQ(frames[0].second, cat({kUtf16, kMarkLE, units("A"), kEnd16}));
-  EXPECT_EQ(frames[1].second, cat({kLatin1, ascii(" T-1 ")}));
+  EXPECT_EQ(frames[0].second, test::concat({kUtf16, kMarkLE, units("A"), kEnd16}));
+  EXPECT_EQ(frames[1].second, test::concat({kLatin1, ascii(" T-1 ")}));
   // The track's own texts stay as they are.
   EXPECT_EQ(track.tagData.title.data, "   ");
   EXPECT_EQ(idsOf(build(track, 3, false)), (std::vector<std::string>{"TIT2", "TPE1", "TSWC"}));
@@ -551,7 +542,7 @@ TEST(TagWriter, JpegWithAnOddMimeIsWrittenBackAsImageJpeg) {
   ASSERT_EQ(track.tagData.picdata.size(), 1u);
   EXPECT_EQ(track.tagData.picdata[0].pictureSubtype, "jpeg");
   EXPECT_EQ(framesOf(build(track, 3)),
-            (std::vector<WrittenFrame>{{"APIC", cat({kLatin1, ascii("image/jpeg"), {0} /* MIME end */,
+            (std::vector<WrittenFrame>{{"APIC", test::concat({kLatin1, ascii("image/jpeg"), {0} /* MIME end */,
                                                      {0} /* type */, {0} /* description */, jpeg})}}));
 }
 

@@ -16,7 +16,7 @@ unsigned openBytes(const TempDir& dir, const std::string& name, const Bytes& byt
 // A short valid MPEG-1 Layer III stream (128 kbps CBR) to put behind tags.
 Bytes shortAudio(size_t frames = 20);
 
-// A tag-data file's bytes: a V2 tag alone.
-inline Bytes tdf(const Bytes& tag) { return tag; }
+// Walks a whole tag held in memory, as opening does after reading it.
+ID3Tag walkTag(const Bytes& tag, int keepMode = 1);
 
 }  // namespace melos::test
