@@ -2,12 +2,6 @@
 
 namespace melos {
 
-bool ByteCursor::skip(size_t n) noexcept {
-  if (n > remaining()) return false;
-  pos_ += n;
-  return true;
-}
-
 bool ByteCursor::readByte(uint8_t& out) noexcept {
   if (atEnd()) return false;
   out = bytes_[pos_++];

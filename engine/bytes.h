@@ -16,14 +16,8 @@ using ByteSpan = std::span<const uint8_t>;
 inline uint16_t readU16BE(const uint8_t* p) noexcept {
   return static_cast<uint16_t>((p[0] << 8) | p[1]);
 }
-inline uint32_t readU24BE(const uint8_t* p) noexcept {
-  return (uint32_t{p[0]} << 16) | (uint32_t{p[1]} << 8) | p[2];
-}
 inline uint32_t readU32BE(const uint8_t* p) noexcept {
   return (uint32_t{p[0]} << 24) | (uint32_t{p[1]} << 16) | (uint32_t{p[2]} << 8) | p[3];
-}
-inline uint32_t readU32LE(const uint8_t* p) noexcept {
-  return (uint32_t{p[3]} << 24) | (uint32_t{p[2]} << 16) | (uint32_t{p[1]} << 8) | p[0];
 }
 inline void writeU32BE(uint8_t* p, uint32_t v) noexcept {
   p[0] = static_cast<uint8_t>(v >> 24);
@@ -53,7 +47,6 @@ class ByteCursor {
   size_t position() const noexcept { return pos_; }
   size_t remaining() const noexcept { return bytes_.size() - pos_; }
   bool atEnd() const noexcept { return pos_ >= bytes_.size(); }
-  bool skip(size_t n) noexcept;
   bool readByte(uint8_t& out) noexcept;
   bool readBytes(size_t n, ByteSpan& out) noexcept;
   // Bytes up to a terminator of `width` zero bytes (1 or 2, aligned to width);

@@ -203,6 +203,7 @@ int ReadV2Frames(ID3Tag& track, ByteSpan tagIn, bool option) noexcept {
       if (size > capacity || usablePlain > capacity) {
         size_t wanted = std::max<size_t>(size, usablePlain) + kFrameBufferSpare;
         try {
+          // The spare bytes behind the capacity hold the text terminators.
           buffer.resize(wanted + kFrameBufferSpare);
         } catch (...) {
           LogMessage(LogError, "Failed to allocate a frame buffer of size %d", static_cast<int>(capacity));
