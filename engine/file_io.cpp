@@ -54,6 +54,20 @@ ssize_t write(int fd, const void* buffer, size_t size) noexcept {
   while (n < 0 && errno == EINTR);
   return n;
 }
+ssize_t pwrite(int fd, const void* buffer, size_t size, off_t offset) noexcept {
+  if (injected(FileOp::Write)) return -1;
+  ssize_t n;
+  do n = ::pwrite(fd, buffer, size, offset);
+  while (n < 0 && errno == EINTR);
+  return n;
+}
+ssize_t copyFileRange(int from, off_t* fromOffset, int to, off_t* toOffset, size_t size) noexcept {
+  if (injected(FileOp::Write)) return -1;
+  ssize_t n;
+  do n = ::copy_file_range(from, fromOffset, to, toOffset, size, 0);
+  while (n < 0 && errno == EINTR);
+  return n;
+}
 int fsync(int fd) noexcept { return injected(FileOp::Fsync) ? -1 : ::fsync(fd); }
 int rename(const char* from, const char* to) noexcept {
   return injected(FileOp::Rename) ? -1 : ::rename(from, to);

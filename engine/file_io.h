@@ -31,6 +31,9 @@ int open(const char* path, int flags, mode_t mode = 0) noexcept;
 ssize_t read(int fd, void* buffer, size_t size) noexcept;
 ssize_t pread(int fd, void* buffer, size_t size, off_t offset) noexcept;
 ssize_t write(int fd, const void* buffer, size_t size) noexcept;
+ssize_t pwrite(int fd, const void* buffer, size_t size, off_t offset) noexcept;
+// Counts as a write for the injector: it is the output that matters.
+ssize_t copyFileRange(int from, off_t* fromOffset, int to, off_t* toOffset, size_t size) noexcept;
 int fsync(int fd) noexcept;
 int rename(const char* from, const char* to) noexcept;
 int unlink(const char* path) noexcept;

@@ -28,6 +28,15 @@ void parseV1Block(V1Tag& tag, const uint8_t* block) noexcept {
   tag.genre = block[127] < kGenreCount ? block[127] : static_cast<uint8_t>(kGenreOther);
 }
 
+int hasV1Tag(const File& file) noexcept {
+  const int64_t size = file.size();
+  if (size < 0) return -1;
+  if (size < static_cast<int64_t>(kV1TagSize)) return 0;
+  uint8_t marker[3];
+  if (file.readAt(static_cast<uint64_t>(size) - kV1TagSize, marker) != 3) return -1;
+  return std::memcmp(marker, "TAG", 3) == 0 ? 1 : 0;
+}
+
 int loadV1(ID3Tag& track, const File& file) noexcept {
   uint8_t block[kV1TagSize];
   int64_t size = file.size();

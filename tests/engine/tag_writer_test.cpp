@@ -17,6 +17,7 @@
 #include "engine/log.h"
 #include "tests/support/id3v2_builder.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/tag_fixtures.h"
 
 namespace melos {
 namespace {
@@ -33,15 +34,6 @@ const Bytes kEnd16{0x00, 0x00};   // UTF-16 terminator
 
 UnicodeText wide(std::u16string_view text) { return UnicodeText::utf16(text); }
 UnicodeText narrow(std::string text) { return UnicodeText::latin1(std::move(text)); }
-
-UserText userText(Enc enc, std::string_view description, std::string_view value) {
-  UserText entry;
-  entry.body = test::userTextBody(enc, description, value);
-  const bool unicode = enc != Enc::Latin1;
-  entry.description = unicode ? UnicodeText::utf16(utf8ToU16(description)) : narrow(std::string(description));
-  entry.value = unicode ? UnicodeText::utf16(utf8ToU16(value)) : narrow(std::string(value));
-  return entry;
-}
 
 // The frames of a built tag, as ID and content, up to the padding.
 std::vector<WrittenFrame> framesOf(const Bytes& tag) {
@@ -100,7 +92,7 @@ struct RowCase {
 
 std::vector<RowCase> rowCases() {
   const Bytes jpeg = test::jpegBytes(8);
-  const UserText mood = userText(Enc::Utf16LE, "MOOD", "calm");
+  const UserText mood = test::userText(Enc::Utf16LE, "MOOD", "calm");
   return {
       {"TRCK", [](TagData& d) { d.track = 3; d.tracks = 12; }, test::concat({kLatin1, ascii("3/12")})},
       {"TIT2", [](TagData& d) { d.title = wide(u"Hi"); }, test::concat({kUtf16, kMarkLE, units("Hi"), kEnd16})},
@@ -317,7 +309,7 @@ TEST(TagWriter, TrimDropsBlankTitlesAndStripsTexts) {
 }
 
 TEST(TagWriter, UserTextsAndKeptFramesAreAlwaysWritten) {
-  const UserText entry = userText(Enc::Latin1, "MOOD", "happy");
+  const UserText entry = test::userText(Enc::Latin1, "MOOD", "happy");
   const PrivateData kept{"PRIV", {'o', 0, 1, 2}};
   for (bool keepExtraFrames : {false, true}) {
     ID3Tag track = trackWith([&](TagData& d) {
@@ -378,7 +370,7 @@ TEST(TagWriter, FrameOrder) {
     d.podcastdesc = narrow("d");
     d.advisory = 1;
     d.iswc = "i";
-    d.usertext = {userText(Enc::Latin1, "a", "1"), userText(Enc::Latin1, "b", "2")};
+    d.usertext = {test::userText(Enc::Latin1, "a", "1"), test::userText(Enc::Latin1, "b", "2")};
     d.lyrics = narrow("l");
     d.picdata = {PicData{test::jpegBytes(8), "jpeg"}, PicData{test::pngBytes(12), "png"}};
     d.privdata = {PrivateData{"PRIV", {1}}, PrivateData{"TLAN", {0, 'x'}}};
@@ -391,75 +383,6 @@ TEST(TagWriter, FrameOrder) {
                                       "TRTG", "TSWC", "TXXX", "TXXX", "USLT", "APIC", "APIC", "PRIV", "TLAN"}));
 }
 
-// Every field a version holds, in Latin-1 or in UTF-16.
-TagData fullData(bool unicode) {
-  auto text = [unicode](std::u16string_view value) {
-    return unicode ? UnicodeText::utf16(value) : UnicodeText::latin1(u16ToLatin1(value));
-  };
-  TagData d;
-  d.enabled = true;
-  d.title = text(u"Title \u00e9\u4e2d");
-  d.artist = text(u"Artist");
-  d.album = text(u"Album \u0100");
-  d.year = "1999";
-  d.comment = text(u"A comment\nover lines");
-  d.composer = text(u"Composer");
-  d.origArtist = text(u"Original");
-  d.copyright = text(u"(c) 2001");
-  d.url = "http://example.org/u";
-  d.artisturl = "http://example.org/a";
-  d.encodedBy = "LAME";
-  d.track = 3;
-  d.tracks = 12;
-  d.genre = text(u"Rock");
-  d.compilation = true;
-  d.musiccdid = "0A1B2C";
-  d.picdata = {PicData{test::jpegBytes(40), "jpeg"}, PicData{test::pngBytes(30), "png"}};
-  d.lyrics = text(u"la la\r\nla");
-  d.conductor = text(u"Conductor");
-  d.lyricist = text(u"Lyricist");
-  d.publisher = text(u"Publisher");
-  d.orchestra = text(u"Band");
-  d.content = text(u"Group");
-  d.subtitle = text(u"Sub");
-  d.encsettings = text(u"-V2");
-  d.usertext = {userText(Enc::Latin1, "MOOD", "happy"), userText(Enc::Utf16LE, "WHO", "\u00e9\u4e2d")};
-  d.set = 1;
-  d.sets = 2;
-  d.isrc = "USRC17607839";
-  d.releasetime = "2001-02-03";
-  d.recordtime = "2004-05-06T07:08";
-  d.bpm = "120";
-  d.initialkey = "Dbm";
-  d.popularity = PopularityData{"me@example.org", 196, "7"};
-  d.podcast = true;
-  d.podcastid = text(u"id-1");
-  d.podcastfeed = "http://example.org/feed";
-  d.podcastdesc = text(u"About");
-  d.privdata = {PrivateData{"PRIV", {'o', 'w', 'n', 0, 1, 2, 3}}, PrivateData{"TLAN", {0, 'e', 'n', 'g'}}};
-  d.advisory = 1;
-  d.producednotice = "2004 Label";
-  d.mood = "Calm";
-  d.iswc = "T-123.456.789-0";
-  d.uniqueid = UniqueFileID{"http://musicbrainz.org", {'a', 'b', 'c', 0, 'd'}};
-  return d;
-}
-
-// What a reread holds of the written data: no email or play counter, no
-// grouping, and in 2.3 none of the 2.4 frames.
-TagData rereadForm(TagData d, int version) {
-  d.popularity.email.clear();
-  d.popularity.counter.clear();
-  d.grouping.clear();
-  if (version < 4) {
-    d.releasetime.clear();
-    d.recordtime.clear();
-    d.producednotice.clear();
-    d.mood.clear();
-  }
-  return d;
-}
-
 TEST(TagWriter, RoundTripsThroughTheReader) {
   test::LogCapture log;
   for (int version : {3, 4}) {
@@ -467,7 +390,7 @@ TEST(TagWriter, RoundTripsThroughTheReader) {
       for (bool trim : {false, true}) {
         SCOPED_TRACE("2." + std::to_string(version) + (unicode ? " utf16" : " latin1") + (trim ? " trim" : ""));
         ID3Tag written;
-        written.tagData = fullData(unicode);
+        written.tagData = test::fullTagData(unicode);
         written.v2Read = true;
         if (version < 4) {
           // Kept out of 2.3 by the version choice; see Version23HasNoVersion24Frames.
@@ -479,7 +402,7 @@ TEST(TagWriter, RoundTripsThroughTheReader) {
         EXPECT_EQ(again.v2Version, version);
         EXPECT_EQ(CompareV2Tags(written, again, version), 0u);
 
-        const TagData expected = rereadForm(written.tagData, version);
+        const TagData expected = test::rereadForm(written.tagData, version);
         const TagData& got = again.tagData;
         EXPECT_EQ(got.picdata, expected.picdata);
         EXPECT_EQ(got.usertext, expected.usertext);

@@ -1,0 +1,41 @@
+#pragma once
+// What a rewrite must carry over from the original file: its dates, its mode
+// and owner; and the lock that keeps two saves of one file apart.
+
+#include <sys/stat.h>
+
+#include <string>
+
+#include "engine/file_io.h"
+
+namespace melos {
+
+struct FileState {
+  bool valid = false;
+  struct timespec accessed {};
+  struct timespec modified {};
+  mode_t mode = 0;
+  uid_t owner = 0;
+  gid_t group = 0;
+};
+
+FileState recordFileState(const std::string& path) noexcept;
+// Access and modification times to the nanosecond; failures are logged.
+bool restoreFileDates(const std::string& path, const FileState& state) noexcept;
+// The permission bits, and the owner where the process may set it.
+void applyFileMode(int fd, const FileState& state) noexcept;
+
+// The file a symbolic link points at, so that a save rewrites the target and
+// keeps the link; other paths are returned as they are.
+std::string resolveTrackPath(const std::string& path);
+
+// Opens the track and takes an exclusive advisory lock on it for as long as the
+// File stays open. Another save of the same file, in this process or another,
+// finds the lock held: the result is then closed with errno EWOULDBLOCK. A file
+// replaced while we waited to open it is opened again.
+File openLocked(const std::string& path, int flags) noexcept;
+
+// The line every operation logs when the lock is held.
+void logLockHeld(const std::string& path) noexcept;
+
+}  // namespace melos

@@ -1,0 +1,505 @@
+#include "engine/v2_update.h"
+
+#include <gtest/gtest.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <thread>
+
+#include "engine/compare.h"
+#include "engine/log.h"
+#include "engine/output_file.h"
+#include "engine/trash.h"
+#include "tests/support/aiff_builder.h"
+#include "tests/support/byte_text.h"
+#include "tests/support/fault_injector.h"
+#include "tests/support/id3v1_builder.h"
+#include "tests/support/id3v2_builder.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/mp3_file_builder.h"
+#include "tests/support/open_helpers.h"
+#include "tests/support/tag_fixtures.h"
+
+namespace melos {
+namespace {
+
+namespace fs = std::filesystem;
+using test::Enc;
+using test::readFile;
+
+const Bytes kAudio = test::shortAudio(30);
+
+Bytes oldTag() {
+  return test::Id3v2Builder(3).text("TIT2", Enc::Latin1, "Old title").text("TPE1", Enc::Latin1, "Old").padding(300).build();
+}
+
+Bytes v1Block() {
+  test::Id3v1Fields fields;
+  fields.title = "V1 title";
+  return test::id3v1Tag(fields);
+}
+
+Bytes mp3WithTags() {
+  return test::mp3File({oldTag(), kAudio, {}, v1Block()});
+}
+
+Bytes tail(const Bytes& bytes, size_t from) { return Bytes(bytes.begin() + static_cast<long>(from), bytes.end()); }
+
+std::vector<std::string> leftovers(const std::string& folder) {
+  std::vector<std::string> names;
+  for (const auto& entry : fs::directory_iterator(folder))
+    if (entry.path().filename().string().find(".t") != std::string::npos &&
+        entry.path().extension().string().rfind(".t", 0) == 0 && entry.path().extension() != ".tdf")
+      names.push_back(entry.path().filename().string());
+  return names;
+}
+
+ID3Tag reopen(const std::string& path) {
+  ID3Tag track;
+  OpenTrack(track, path, kScanQuick, nullptr, false);
+  return track;
+}
+
+void setAllFields(ID3Tag& track, bool unicode, int version) {
+  track.tagData = test::fullTagData(unicode);
+  track.tagData.enabled = true;
+  if (version < 4) {
+    track.tagData.releasetime.clear();
+    track.tagData.recordtime.clear();
+    track.tagData.producednotice.clear();
+    track.tagData.mood.clear();
+  }
+}
+
+TEST(V2Save, Mp3RoundTripsEveryFieldAndKeepsTheAudio) {
+  test::LogCapture log;
+  for (int version : {3, 4}) {
+    for (bool unicode : {false, true}) {
+      SCOPED_TRACE("2." + std::to_string(version) + (unicode ? " utf16" : " latin1"));
+      test::TempDir dir;
+      const Bytes original = mp3WithTags();
+      ID3Tag track;
+      ASSERT_NE(test::openBytes(dir, "a.mp3", original, track), 0u);
+      setAllFields(track, unicode, version);
+      track.v2Changed = true;
+
+      ASSERT_EQ(updateV2ToTrack(track, false, version, false, false, 0), kSaveOk) << log.dump();
+      EXPECT_FALSE(track.v2Changed);
+      const Bytes saved = readFile(track.path());
+      const ID3Tag again = reopen(track.path());
+      EXPECT_EQ(again.v2Version, version);
+      EXPECT_TRUE(again.tagData == test::rereadForm(track.tagData, version));
+      // The audio and the V1 tag behind the old tag travel unchanged.
+      const size_t newTag = 10 + syncsafeDecode(&saved[6]);
+      EXPECT_EQ(newTag % 128, 0u);
+      EXPECT_EQ(tail(saved, newTag), tail(original, oldTag().size()));
+      EXPECT_TRUE(leftovers(dir.path()).empty());
+      EXPECT_EQ(log.count(LogError), 0u) << log.dump();
+    }
+  }
+}
+
+Bytes aiffWith(bool id3First) {
+  test::AiffBuilder builder;
+  builder.chunk(test::commChunk(2, 4, 16, 44100.0));
+  if (id3First) builder.chunk(test::id3Chunk(oldTag()));
+  builder.chunk(test::ssndChunk({1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16}));
+  builder.chunk("NAME", {'o', 'd', 'd'});  // an odd body with its pad byte
+  if (!id3First) builder.chunk(test::id3Chunk(oldTag()));
+  builder.chunk("ANNO", {'n', 'o', 't', 'e'});
+  return builder.build();
+}
+
+struct Chunk {
+  std::string id;
+  Bytes bytes;  // header and body with its pad byte
+  bool operator==(const Chunk&) const = default;
+};
+
+std::vector<Chunk> chunksOf(const Bytes& file) {
+  std::vector<Chunk> chunks;
+  EXPECT_EQ(readU32BE(&file[4]), file.size() - 8);
+  size_t pos = 12;
+  while (pos + 8 <= file.size()) {
+    size_t size = readU32BE(&file[pos + 4]);
+    size_t whole = 8 + size + (size & 1);
+    chunks.push_back({std::string(file.begin() + static_cast<long>(pos), file.begin() + static_cast<long>(pos) + 4),
+                      Bytes(file.begin() + static_cast<long>(pos), file.begin() + static_cast<long>(pos + whole))});
+    pos += whole;
+  }
+  EXPECT_EQ(pos, file.size());
+  return chunks;
+}
+
+std::vector<std::string> idsOf(const std::vector<Chunk>& chunks) {
+  std::vector<std::string> ids;
+  for (const Chunk& c : chunks) ids.push_back(c.id);
+  return ids;
+}
+
+std::vector<Chunk> withoutId3(std::vector<Chunk> chunks) {
+  std::erase_if(chunks, [](const Chunk& c) { return c.id == "ID3 "; });
+  return chunks;
+}
+
+TEST(V2Save, AiffPlacesTheTagChunkBehindTheSoundOrAtTheEnd) {
+  test::LogCapture log;
+  for (bool afterSound : {true, false}) {
+    for (int version : {3, 4}) {
+      for (bool unicode : {false, true}) {
+        SCOPED_TRACE(std::string(afterSound ? "after SSND" : "at the end") + " 2." + std::to_string(version) +
+                     (unicode ? " utf16" : " latin1"));
+        test::TempDir dir;
+        const Bytes original = aiffWith(true);
+        ID3Tag track;
+        ASSERT_NE(test::openBytes(dir, "a.aif", original, track), 0u);
+        track.id3ChunkAfterSound = afterSound;
+        setAllFields(track, unicode, version);
+        track.tagData.picdata.resize(1);  // an odd-sized tag body needs a pad byte
+        track.tagData.picdata[0].data.push_back(1);
+
+        ASSERT_EQ(updateV2ToTrack(track, false, version, false, false, 0), kSaveOk) << log.dump();
+        const Bytes saved = readFile(track.path());
+        const std::vector<Chunk> chunks = chunksOf(saved);
+        const std::vector<std::string> behindSound{"COMM", "SSND", "ID3 ", "NAME", "ANNO"};
+        const std::vector<std::string> atTheEnd{"COMM", "SSND", "NAME", "ANNO", "ID3 "};
+        EXPECT_EQ(idsOf(chunks), afterSound ? behindSound : atTheEnd);
+        EXPECT_EQ(withoutId3(chunks), withoutId3(chunksOf(original)));
+        const ID3Tag again = reopen(track.path());
+        EXPECT_TRUE(again.tagData == test::rereadForm(track.tagData, version));
+        EXPECT_EQ(log.count(LogError), 0u) << log.dump();
+      }
+    }
+  }
+}
+
+TEST(V2Save, TemporaryNames) {
+  EXPECT_EQ(temporaryName("/m/a.mp3", 0), "/m/a.mp3.t0");
+  EXPECT_EQ(temporaryName("/m/a.mp3", 99), "/m/a.mp3.t99");
+
+  test::TempDir dir;
+  ID3Tag track;
+  ASSERT_NE(test::openBytes(dir, "a.mp3", mp3WithTags(), track), 0u);
+  // Someone else's file under the first name is passed over and left alone.
+  dir.write("a.mp3.t0", {'x'});
+  test::CountingInjector counter;
+  {
+    test::ScopedInjector scoped(counter);
+    ASSERT_EQ(updateV2ToTrack(track, false, 3, false, false, 0), kSaveOk);
+  }
+  EXPECT_EQ(readFile(dir.file("a.mp3.t0")), Bytes{'x'});
+  EXPECT_FALSE(fs::exists(dir.file("a.mp3.t1")));
+  // The original is replaced by one rename and never deleted.
+  EXPECT_EQ(counter.count(FileOp::Rename), 1);
+  EXPECT_EQ(counter.count(FileOp::Unlink), 0);
+
+  // Saving again finds the first free name again.
+  fs::remove(dir.file("a.mp3.t0"));
+  track.tagData.title = UnicodeText::latin1("Second");
+  ASSERT_EQ(updateV2ToTrack(track, false, 3, false, false, 0), kSaveOk);
+  EXPECT_EQ(reopen(track.path()).tagData.title.data, "Second");
+  EXPECT_TRUE(leftovers(dir.path()).empty());
+}
+
+TEST(V2Save, NoFreeTemporaryNameIsCode3) {
+  test::TempDir dir;
+  ID3Tag track;
+  const Bytes original = mp3WithTags();
+  ASSERT_NE(test::openBytes(dir, "a.mp3", original, track), 0u);
+  for (int n = 0; n <= kMaxTemporaryNumber; ++n) dir.write("a.mp3.t" + std::to_string(n), {});
+  test::LogCapture log;
+  EXPECT_EQ(updateV2ToTrack(track, false, 3, false, false, 0), kSaveCannotOpenOutput);
+  EXPECT_TRUE(log.has(LogError, "Failed to open the output file '" + dir.file("a.mp3.t99") + "'")) << log.dump();
+  EXPECT_EQ(readFile(track.path()), original);
+}
+
+TEST(V2Save, ResultCodes) {
+  struct Case {
+    const char* name;
+    FileOp op;
+    int nth;
+    int times;
+    int expected;
+    const char* logged;
+  };
+  const Case cases[] = {
+      {"source", FileOp::Open, 1, 1, kSaveCannotOpenSource, "Failed to open the source for read only"},
+      {"output", FileOp::Open, 2, 1, kSaveCannotOpenOutput, "Failed to open the output file"},
+      {"tag write", FileOp::Write, 1, 1, kSaveFailed, "Failed to save the version 2 tag data"},
+      {"audio copy", FileOp::Write, 2, 1, kSaveCannotCopyAudio, "Failed to copy the MPEG data to the output file"},
+      {"flush", FileOp::Fsync, 1, 1, kSaveFailed, "Failed to flush the output file"},
+      {"replace", FileOp::Rename, 1, 2, kSaveCannotReplace, "Failed to replace the temporary file from"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    test::TempDir dir;
+    const Bytes original = mp3WithTags();
+    ID3Tag track;
+    ASSERT_NE(test::openBytes(dir, "a.mp3", original, track), 0u);
+    track.tagData.title = UnicodeText::latin1("New");
+    test::LogCapture log;
+    test::FailNth fail(c.op, c.nth, c.times);
+    {
+      test::ScopedInjector scoped(fail);
+      EXPECT_EQ(updateV2ToTrack(track, false, 3, false, false, 0), c.expected);
+    }
+    EXPECT_TRUE(log.has(LogError, c.logged)) << log.dump();
+    const bool written = c.expected >= kSaveCannotCopyAudio && c.expected <= kSaveAiffChunkFailed;
+    EXPECT_EQ(log.has(LogError, "NOTE: the original file has not been altered."), written);
+    EXPECT_EQ(readFile(track.path()), original);
+    EXPECT_TRUE(leftovers(dir.path()).empty());
+  }
+
+  ID3Tag noPath;
+  EXPECT_EQ(updateV2ToTrack(noPath, false, 3, false, false, 0), kSaveNoPath);
+
+  test::TempDir dir;
+  ID3Tag gone;
+  ASSERT_NE(test::openBytes(dir, "gone.mp3", mp3WithTags(), gone), 0u);
+  fs::remove(gone.path());
+  test::LogCapture log;
+  EXPECT_EQ(updateV2ToTrack(gone, false, 3, false, false, 0), kSaveCannotOpenSource);
+  EXPECT_FALSE(fs::exists(gone.path()));
+}
+
+TEST(V2Save, AiffTagChunkFailureIsCode6) {
+  test::TempDir dir;
+  const Bytes original = aiffWith(false);
+  ID3Tag track;
+  ASSERT_NE(test::openBytes(dir, "a.aif", original, track), 0u);
+  // The header, COMM, SSND, the FORM size, then the tag chunk.
+  test::FailNth fail(FileOp::Write, 5);
+  test::LogCapture log;
+  {
+    test::ScopedInjector scoped(fail);
+    EXPECT_EQ(updateV2ToTrack(track, false, 3, false, false, 0), kSaveAiffChunkFailed);
+  }
+  EXPECT_EQ(readFile(track.path()), original);
+  EXPECT_TRUE(leftovers(dir.path()).empty());
+}
+
+TEST(V2Save, A23SaveOfA24OnlyFieldDoesNotVerify) {
+  test::TempDir dir;
+  ID3Tag track;
+  ASSERT_NE(test::openBytes(dir, "a.mp3", mp3WithTags(), track), 0u);
+  track.tagData.mood = "Calm";
+  test::LogCapture log;
+  EXPECT_EQ(updateV2ToTrack(track, false, 3, false, false, 0), kSaveNotVerified);
+  EXPECT_TRUE(log.has(LogError, "Failed to verify the saved V2 tag data in '" + track.path() + "' (140:Mood)"))
+      << log.dump();
+}
+
+TEST(V2Save, VersionChoiceFollowsTheTimes) {
+  test::TempDir dir;
+  ID3Tag track;
+  ASSERT_NE(test::openBytes(dir, "a.mp3", mp3WithTags(), track), 0u);
+  track.tagData.recordtime = "2001-02-03";
+  ASSERT_EQ(updateV2ToTrack(track, false, 0, false, false, 0), kSaveOk);
+  EXPECT_EQ(reopen(track.path()).v2Version, 4);
+  track.tagData.recordtime.clear();
+  ASSERT_EQ(updateV2ToTrack(track, false, 0, false, false, 0), kSaveOk);
+  EXPECT_EQ(reopen(track.path()).v2Version, 3);
+}
+
+TEST(V2Save, AnMp3WithoutATagGetsOneInFrontOfTheAudio) {
+  test::TempDir dir;
+  const Bytes original = test::mp3File({{}, kAudio, {}, {}});
+  ID3Tag track;
+  ASSERT_NE(test::openBytes(dir, "bare.mp3", original, track), 0u);
+  track.tagData.title = UnicodeText::latin1("Now tagged");
+  ASSERT_EQ(updateV2ToTrack(track, false, 3, false, false, 0), kSaveOk);
+  const Bytes saved = readFile(track.path());
+  EXPECT_EQ(tail(saved, 10 + syncsafeDecode(&saved[6])), original);
+}
+
+TEST(V2Save, AVersion24FooterGoesWithTheOldTag) {
+  test::TempDir dir;
+  Bytes tag = test::Id3v2Builder(4).text("TIT2", Enc::Latin1, "Old").flags(0x10).build();
+  Bytes footer(tag.begin(), tag.begin() + 10);
+  footer[0] = '3';
+  footer[1] = 'D';
+  footer[2] = 'I';
+  const Bytes original = test::concat({tag, footer, kAudio});
+  ID3Tag track;
+  ASSERT_NE(test::openBytes(dir, "f.mp3", original, track), 0u);
+  ASSERT_EQ(updateV2ToTrack(track, false, 4, false, false, 0), kSaveOk);
+  const Bytes saved = readFile(track.path());
+  EXPECT_EQ(tail(saved, 10 + syncsafeDecode(&saved[6])), kAudio);
+}
+
+TEST(V2Save, ATagClaimingMoreThanTheFileIsNotRewritten) {
+  test::TempDir dir;
+  const Bytes original = test::concat({test::Id3v2Builder(3).text("TIT2", Enc::Latin1, "x").headerSize(1u << 20).build(),
+                                       kAudio});
+  const std::string path = dir.write("broken.mp3", original);
+  ID3Tag track;
+  GetFileKind(path, &track);
+  track.setPath(path);
+  test::LogCapture log;
+  EXPECT_EQ(updateV2ToTrack(track, false, 3, false, false, 0), kSaveCannotCopyAudio);
+  EXPECT_EQ(readFile(path), original);
+}
+
+TEST(V2Save, AnOutputPathLeavesTheOriginalAlone) {
+  test::TempDir dir;
+  const Bytes original = mp3WithTags();
+  ID3Tag track;
+  ASSERT_NE(test::openBytes(dir, "a.mp3", original, track), 0u);
+  const std::string copy = dir.file("copy.mp3");
+  track.tagData.title = UnicodeText::latin1("Copy");
+  ASSERT_EQ(updateV2ToTrack(track, true, 3, false, false, 0, &copy), kSaveOk);
+  EXPECT_EQ(track.path(), copy);
+  EXPECT_EQ(readFile(dir.file("a.mp3")), original);
+  EXPECT_EQ(reopen(copy).tagData.title.data, "Copy");
+  // The same path in other letter case is no other path.
+  std::string same = copy;
+  same.replace(same.size() - 8, 4, "COPY");
+  ASSERT_EQ(updateV2ToTrack(track, false, 3, false, false, 0, &same), kSaveOk);
+  EXPECT_EQ(track.path(), copy);
+  EXPECT_FALSE(fs::exists(same));
+}
+
+TEST(V2Save, KeepsPermissionBitsAndRestoresDatesToTheNanosecond) {
+  test::TempDir dir;
+  ID3Tag track;
+  ASSERT_NE(test::openBytes(dir, "a.mp3", mp3WithTags(), track), 0u);
+  ASSERT_EQ(::chmod(track.path().c_str(), 0640), 0);
+  const struct timespec times[2] = {{1000000000, 123456789}, {1100000000, 987654321}};
+  ASSERT_EQ(::utimensat(AT_FDCWD, track.path().c_str(), times, 0), 0);
+
+  for (bool keepDates : {true, false}) {
+    SCOPED_TRACE(keepDates ? "keep dates" : "new dates");
+    ASSERT_EQ(updateV2ToTrack(track, false, 3, keepDates, false, 0), kSaveOk);
+    struct stat st;
+    ASSERT_EQ(::stat(track.path().c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 07777, 0640u);
+    EXPECT_EQ(st.st_mtim.tv_sec == times[1].tv_sec && st.st_mtim.tv_nsec == times[1].tv_nsec, keepDates);
+    if (keepDates) {
+      EXPECT_EQ(st.st_atim.tv_nsec, times[0].tv_nsec);
+    }
+  }
+}
+
+TEST(V2Save, ASymbolicLinkStaysALinkToTheSavedFile) {
+  test::TempDir dir;
+  const std::string real = dir.write("real.mp3", mp3WithTags());
+  const std::string link = dir.file("link.mp3");
+  fs::create_symlink(real, link);
+  ID3Tag track;
+  ASSERT_NE(OpenTrack(track, link, kScanQuick, nullptr, true), 0u);
+  track.tagData.title = UnicodeText::latin1("Through the link");
+  ASSERT_EQ(updateV2ToTrack(track, false, 3, false, false, 0), kSaveOk);
+  EXPECT_TRUE(fs::is_symlink(link));
+  EXPECT_EQ(reopen(real).tagData.title.data, "Through the link");
+}
+
+TEST(V2Save, TheTrashKeepsEachOriginalWithItsInfo) {
+  test::TempDir home;
+  test::ScopedEnv data("XDG_DATA_HOME", home.path());
+  test::TempDir one, two;
+  const Bytes first = mp3WithTags();
+  const Bytes second = test::mp3File({oldTag(), test::shortAudio(5), {}, {}});
+  ID3Tag a, b;
+  ASSERT_NE(test::openBytes(one, "song.mp3", first, a), 0u);
+  ASSERT_NE(test::openBytes(two, "song.mp3", second, b), 0u);
+  ASSERT_EQ(updateV2ToTrack(a, true, 3, false, false, 0), kSaveOk);
+  ASSERT_EQ(updateV2ToTrack(b, true, 3, false, false, 0), kSaveOk);
+
+  const std::string trash = trashDirectory();
+  EXPECT_EQ(trash, home.path() + "/Trash");
+  EXPECT_EQ(readFile(trash + "/files/song.mp3"), first);
+  EXPECT_EQ(readFile(trash + "/files/song-1.mp3"), second);
+  const Bytes info = readFile(trash + "/info/song-1.mp3.trashinfo");
+  const std::string text(info.begin(), info.end());
+  EXPECT_EQ(text.rfind("[Trash Info]\nPath=" + fs::canonical(two.path()).string() + "/song.mp3\nDeletionDate=", 0), 0u)
+      << text;
+}
+
+TEST(V2Save, TrashNamesAndInfo) {
+  EXPECT_EQ(trashCandidate("song.mp3", 0), "song.mp3");
+  EXPECT_EQ(trashCandidate("song.mp3", 1), "song-1.mp3");
+  EXPECT_EQ(trashCandidate("a.b.aif", 12), "a.b-12.aif");
+  EXPECT_EQ(trashCandidate("noext", 2), "noext-2");
+  EXPECT_EQ(trashCandidate(".hidden", 3), ".hidden-3");
+  std::tm when{};
+  when.tm_year = 126;
+  when.tm_mon = 10;
+  when.tm_mday = 21;
+  when.tm_hour = 9;
+  when.tm_min = 5;
+  when.tm_sec = 7;
+  when.tm_isdst = -1;
+  EXPECT_EQ(trashInfoText("/m/A b%é.mp3", std::mktime(&when)),
+            "[Trash Info]\nPath=/m/A%20b%25%C3%A9.mp3\nDeletionDate=2026-11-21T09:05:07\n");
+}
+
+TEST(V2Save, AFailedTrashCopyIsLoggedAndTheSaveGoesOn) {
+  test::TempDir home;
+  const std::string blocked = home.write("not-a-folder", {});
+  test::ScopedEnv data("XDG_DATA_HOME", blocked);
+  test::TempDir dir;
+  ID3Tag track;
+  ASSERT_NE(test::openBytes(dir, "a.mp3", mp3WithTags(), track), 0u);
+  test::LogCapture log;
+  EXPECT_EQ(updateV2ToTrack(track, true, 3, false, false, 0), kSaveOk);
+  EXPECT_TRUE(log.has(LogError, "Error moving the original to the trash (")) << log.dump();
+}
+
+TEST(V2Save, AHeldLockLeavesTheFileAlone) {
+  test::TempDir dir;
+  const Bytes original = mp3WithTags();
+  ID3Tag track;
+  ASSERT_NE(test::openBytes(dir, "a.mp3", original, track), 0u);
+  File holder = File::openRead(track.path());
+  ASSERT_EQ(::flock(holder.fd(), LOCK_EX), 0);
+  test::LogCapture log;
+  track.tagData.title = UnicodeText::latin1("Blocked");
+  EXPECT_EQ(updateV2ToTrack(track, false, 3, false, false, 0), kSaveCannotOpenSource);
+  EXPECT_TRUE(log.has(LogError, "is being saved by another task")) << log.dump();
+  EXPECT_EQ(readFile(track.path()), original);
+  holder.close();
+  EXPECT_EQ(updateV2ToTrack(track, false, 3, false, false, 0), kSaveOk);
+}
+
+TEST(V2Save, ConcurrentSavesOfOneFileNeverCorruptIt) {
+  test::TempDir dir;
+  ID3Tag first, second;
+  ASSERT_NE(test::openBytes(dir, "a.mp3", mp3WithTags(), first), 0u);
+  ASSERT_NE(OpenTrack(second, first.path(), kScanQuick, nullptr, true), 0u);
+  first.tagData.title = UnicodeText::latin1("First");
+  second.tagData.title = UnicodeText::latin1("Second");
+  test::LogCapture log(1);
+  int results[2][40];
+  std::thread a([&] {
+    for (int& r : results[0]) r = updateV2ToTrack(first, false, 3, false, false, 0);
+  });
+  std::thread b([&] {
+    for (int& r : results[1]) r = updateV2ToTrack(second, false, 3, false, false, 0);
+  });
+  a.join();
+  b.join();
+  for (const auto& row : results)
+    for (int r : row) EXPECT_TRUE(r == kSaveOk || r == kSaveCannotOpenSource || r == kSaveNotVerified) << r;
+  const ID3Tag again = reopen(dir.file("a.mp3"));
+  EXPECT_TRUE(again.tagData.title.data == "First" || again.tagData.title.data == "Second");
+  const Bytes saved = readFile(dir.file("a.mp3"));
+  EXPECT_EQ(tail(saved, 10 + syncsafeDecode(&saved[6])), tail(mp3WithTags(), oldTag().size()));
+  EXPECT_TRUE(leftovers(dir.path()).empty());
+}
+
+TEST(V2Save, ATagDataFileHoldsTheTagAlone) {
+  test::TempDir dir;
+  ID3Tag track;
+  const std::string path = dir.write("clip.tdf", oldTag());
+  OpenTrack(track, path, kScanQuick, nullptr, true);
+  track.tagData.album = UnicodeText::latin1("Clipboard");
+  ASSERT_EQ(updateV2ToTrack(track, false, 3, false, false, 0), kSaveOk);
+  const Bytes saved = readFile(path);
+  EXPECT_EQ(saved.size(), 10 + syncsafeDecode(&saved[6]));
+  EXPECT_EQ(reopen(path).tagData.album.data, "Clipboard");
+}
+
+}  // namespace
+}  // namespace melos
