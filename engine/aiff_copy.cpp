@@ -45,8 +45,13 @@ int copyChunks(const ID3Tag& track, const File& source, OutputFile& output, cons
     uint8_t chunk[8];
     errno = 0;
     int64_t got = source.readAt(position, std::span<uint8_t>(chunk, 4));
-    if (got != 4) {
+    // A failed read is never a short file: tolerance would cut real chunks.
+    if (got >= 0 && got != 4) {
       if (got == remaining || (soundPassed && tolerant)) break;
+      LogMessage(LogError, "Error reading the AIFF chunk ID (%d)", errno);
+      return 5;
+    }
+    if (got < 0) {
       LogMessage(LogError, "Error reading the AIFF chunk ID (%d)", errno);
       return 5;
     }

@@ -24,6 +24,12 @@ uint32_t readU32LE(const uint8_t* p) {
   return uint32_t{p[0]} | (uint32_t{p[1]} << 8) | (uint32_t{p[2]} << 16) | (uint32_t{p[3]} << 24);
 }
 
+int64_t unreadable(const std::string& path) {
+  LogMessage(LogError, "Failed to remove the APE tag from '%s'", path.c_str());
+  LogMessage(LogError, "The end of the file could not be read (error: %s)", errorText(errno).c_str());
+  return kApeUnreadable;
+}
+
 int copyWithoutV2(ID3Tag& tag, const File& input, OutputFile& output) {
   if (tag.isAiffFile) return CopyAiffChunks(tag, input, output, nullptr, nullptr);
   if (!tag.isMp3File) {
@@ -100,35 +106,43 @@ int removeV2FromTrack(ID3Tag& tag, bool moveToTrash, bool keepDates) noexcept {
   }
 }
 
-int stripAPETagFrom(const ID3Tag& tag, const std::string& path, const File& file) noexcept {
-  if (!tag.isMp3File) return 0;
+int64_t findAPETag(const ID3Tag& tag, const std::string& path, const File& file) noexcept {
+  if (!tag.isMp3File) return kNoApeTag;
   try {
     const int64_t size = file.size();
-    if (size < static_cast<int64_t>(kApeFooterSize)) return 0;
     const int v1 = hasV1Tag(file);
-    if (v1 < 0) return 0;
+    if (size < 0 || v1 < 0) return unreadable(path);
     const bool v1Behind = v1 == 1;
     const int64_t footer = size - static_cast<int64_t>(kApeFooterSize) - (v1Behind ? static_cast<int64_t>(kV1TagSize) : 0);
+    if (footer < 0) return kNoApeTag;
     uint8_t bytes[16];
-    if (footer < 0 || !file.readExactAt(static_cast<uint64_t>(footer), bytes) || !isApeId(bytes)) return 0;
+    if (file.readAt(static_cast<uint64_t>(footer), bytes) < 0) return unreadable(path);
+    if (!isApeId(bytes)) return kNoApeTag;
     // Behind the identifier: a four-byte version, then the size of the items
     // and the footer, little-endian.
-    const int64_t tagSize = readU32LE(bytes + 12);
-    const int64_t header = footer - tagSize;
+    const int64_t header = footer - readU32LE(bytes + 12);
+    if (header < 0) return kNoApeTag;
     uint8_t headerId[8];
+    if (file.readAt(static_cast<uint64_t>(header), headerId) < 0) return unreadable(path);
     // A tag without a header is left alone: without it the start is a guess.
-    if (header < 0 || !file.readExactAt(static_cast<uint64_t>(header), headerId) || !isApeId(headerId)) return 0;
-    // The cut begins at the header and takes the V1 tag behind the APE tag too.
-    if (sys::ftruncate(file.fd(), header) != 0) {
-      LogMessage(LogError, "Failed to truncate the file '%s' after removing the APE tag (error: %s)", path.c_str(),
-                 errorText(errno).c_str());
-      return 0;
-    }
-    return 1;
+    return isApeId(headerId) ? header : kNoApeTag;
   } catch (...) {
     LogMessage(LogError, "Failed to remove the APE tag from '%s'", path.c_str());
-    return 0;
+    return kApeUnreadable;
   }
+}
+
+int stripAPETagFrom(const ID3Tag& tag, const std::string& path, const File& file) noexcept {
+  const int64_t header = findAPETag(tag, path, file);
+  if (header == kApeUnreadable) return -1;
+  if (header < 0) return 0;
+  // The cut begins at the header and takes the V1 tag behind the APE tag too.
+  if (sys::ftruncate(file.fd(), header) != 0) {
+    LogMessage(LogError, "Failed to truncate the file '%s' after removing the APE tag (error: %s)", path.c_str(),
+               errorText(errno).c_str());
+    return -1;
+  }
+  return 1;
 }
 
 int stripAPETag(const ID3Tag& tag, const std::string& path) noexcept {
@@ -142,7 +156,7 @@ int stripAPETag(const ID3Tag& tag, const std::string& path) noexcept {
                       errorText(errno).c_str());
       return 0;
     }
-    return stripAPETagFrom(tag, target, file);
+    return stripAPETagFrom(tag, target, file) == 1 ? 1 : 0;
   } catch (...) {
     LogMessage(LogError, "Failed to remove the APE tag from '%s'", path.c_str());
     return 0;

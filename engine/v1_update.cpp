@@ -1,5 +1,6 @@
 #include "engine/v1_update.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -39,6 +40,71 @@ V1Tag asSaved(const V1Tag& tag, bool trim) {
   return saved;
 }
 
+// Puts bytes back where a failed save changed them.
+void restore(const File& file, uint64_t offset, const Bytes& old, int64_t oldSize) {
+  size_t done = 0;
+  while (done < old.size()) {
+    ssize_t n = sys::pwrite(file.fd(), old.data() + done, old.size() - done, static_cast<off_t>(offset + done));
+    if (n <= 0) break;
+    done += static_cast<size_t>(n);
+  }
+  (void)sys::ftruncate(file.fd(), oldSize);
+}
+
+// Writes the tag over an old one, at the end, or (with an APE tag to remove)
+// over the APE header and cuts the file behind it. The new block is written
+// before anything is cut, and a failure puts the old bytes back, so the file is
+// either as it was or fully saved.
+int writeV1(ID3Tag& tag, const File& file, bool trim, int64_t apeStart) noexcept {
+  uint64_t reached = 0;
+  try {
+    const int64_t size = file.size();
+    const int present = hasV1Tag(file);
+    if (size < 0 || present < 0) {
+      LogMessage(LogError, "Failed to save the version 1 tag data (pos %lu)", 0ul);
+      LogMessage(LogError, "The end of the file could not be read (error: %s)", errorText(errno).c_str());
+      return 5;
+    }
+    uint64_t offset = present == 1 ? static_cast<uint64_t>(size) - kV1TagSize : static_cast<uint64_t>(size);
+    if (apeStart >= 0) offset = static_cast<uint64_t>(apeStart);
+    Bytes old(static_cast<size_t>(std::min<uint64_t>(kV1TagSize, static_cast<uint64_t>(size) - offset)));
+    if (file.readAt(offset, old) != static_cast<int64_t>(old.size())) {
+      LogMessage(LogError, "Failed to save the version 1 tag data (pos %lu)", 0ul);
+      LogMessage(LogError, "The end of the file could not be read (error: %s)", errorText(errno).c_str());
+      return 5;
+    }
+    uint8_t block[kV1TagSize];
+    buildV1Block(tag.v1, trim, block);
+    int error = 0;
+    while (reached < kV1TagSize) {
+      ssize_t n = sys::pwrite(file.fd(), block + reached, kV1TagSize - reached, static_cast<off_t>(offset + reached));
+      if (n <= 0) {
+        error = n < 0 ? errno : ENOSPC;
+        break;
+      }
+      reached += static_cast<uint64_t>(n);
+    }
+    if (reached == kV1TagSize && apeStart >= 0 &&
+        sys::ftruncate(file.fd(), static_cast<off_t>(offset + kV1TagSize)) != 0) {
+      error = errno;
+      LogMessage(LogError, "Failed to truncate the file '%s' after removing the APE tag (error: %s)",
+                 tag.path().c_str(), errorText(error).c_str());
+      reached = 0;
+    }
+    if (reached < kV1TagSize) {
+      restore(file, offset, old, size);
+      LogMessage(LogError, "Failed to save the version 1 tag data (pos %lu)", static_cast<unsigned long>(reached));
+      LogMessage(LogError, "The version 1 tag could not be written (error: %s)", errorText(error).c_str());
+      return 5;
+    }
+    tag.v1 = asSaved(tag.v1, trim);
+    return 0;
+  } catch (...) {
+    LogMessage(LogError, "Failed to save the version 1 tag data (pos %lu)", static_cast<unsigned long>(reached));
+    return 5;
+  }
+}
+
 int updateV1(ID3Tag& tag, bool removeApe, bool keepDates, bool trim) {
   if (!tag.isMp3File || tag.path().empty()) return 1;
   const std::string path = resolveTrackPath(tag.path());
@@ -54,8 +120,9 @@ int updateV1(ID3Tag& tag, bool removeApe, bool keepDates, bool trim) {
   }
   // Cutting an APE tag takes the old V1 tag with it; the new one is written
   // all the same, so that the save leaves the tag the user asked for.
-  if (removeApe) stripAPETagFrom(tag, path, file);
-  if (int saved = saveV1(tag, file, trim); saved != 0) return saved;
+  const int64_t apeStart = removeApe ? findAPETag(tag, path, file) : kNoApeTag;
+  if (apeStart == kApeUnreadable) return 5;
+  if (int saved = writeV1(tag, file, trim, apeStart); saved != 0) return saved;
   file.close();
   tag.v1Changed = false;
 
@@ -87,7 +154,9 @@ int removeV1(ID3Tag& tag, bool removeApe, bool keepDates) {
                     errorText(errno).c_str());
     return 2;
   }
-  if (!(removeApe && stripAPETagFrom(tag, path, file) == 1)) {
+  const int apeCut = removeApe ? stripAPETagFrom(tag, path, file) : 0;
+  if (apeCut < 0) return 5;
+  if (apeCut == 0) {
     const int present = hasV1Tag(file);
     if (present < 0) {
       LogMessage(LogError, "Failed to remove the version 1 tag from '%s' (error: %s)", path.c_str(),
@@ -124,44 +193,7 @@ void buildV1Block(const V1Tag& tag, bool trim, uint8_t* block) noexcept {
   block[127] = tag.genre;
 }
 
-int saveV1(ID3Tag& tag, const File& file, bool trim) noexcept {
-  uint64_t reached = 0;
-  try {
-    const int64_t size = file.size();
-    const int present = hasV1Tag(file);
-    if (present < 0) {
-      LogMessage(LogError, "Failed to save the version 1 tag data (pos %lu)", 0ul);
-      LogMessage(LogError, "The end of the file could not be read (error: %s)", errorText(errno).c_str());
-      return 5;
-    }
-    const bool overwrite = present == 1;
-    const uint64_t offset = overwrite ? static_cast<uint64_t>(size) - kV1TagSize : static_cast<uint64_t>(size);
-    uint8_t block[kV1TagSize];
-    buildV1Block(tag.v1, trim, block);
-    int error = 0;
-    while (reached < kV1TagSize) {
-      ssize_t n = sys::pwrite(file.fd(), block + reached, kV1TagSize - reached, static_cast<off_t>(offset + reached));
-      if (n <= 0) {
-        error = n < 0 ? errno : ENOSPC;
-        break;
-      }
-      reached += static_cast<uint64_t>(n);
-    }
-    if (reached < kV1TagSize) {
-      // A tag half appended would read as audio garbage: the file goes back
-      // to its old length.
-      if (!overwrite) (void)sys::ftruncate(file.fd(), size);
-      LogMessage(LogError, "Failed to save the version 1 tag data (pos %lu)", static_cast<unsigned long>(reached));
-      LogMessage(LogError, "The version 1 tag could not be written (error: %s)", errorText(error).c_str());
-      return 5;
-    }
-    tag.v1 = asSaved(tag.v1, trim);
-    return 0;
-  } catch (...) {
-    LogMessage(LogError, "Failed to save the version 1 tag data (pos %lu)", static_cast<unsigned long>(reached));
-    return 5;
-  }
-}
+int saveV1(ID3Tag& tag, const File& file, bool trim) noexcept { return writeV1(tag, file, trim, kNoApeTag); }
 
 int updateV1ToTrack(ID3Tag& tag, bool removeApe, bool keepDates, bool trim) noexcept {
   try {

@@ -1,0 +1,196 @@
+// Every call of every file operation on every save and removal path is made to
+// fail in turn. Whatever fails, the file must be either as it was or the
+// complete new file, no temporary file may stay behind, and a failure must
+// explain itself in the log.
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <regex>
+
+#include "engine/log.h"
+#include "engine/tag_removal.h"
+#include "engine/v1_update.h"
+#include "engine/v2_update.h"
+#include "tests/support/aiff_builder.h"
+#include "tests/support/ape_builder.h"
+#include "tests/support/fault_injector.h"
+#include "tests/support/id3v1_builder.h"
+#include "tests/support/id3v2_builder.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/mp3_file_builder.h"
+#include "tests/support/open_helpers.h"
+#include "tests/support/tag_fixtures.h"
+
+namespace melos {
+namespace {
+
+namespace fs = std::filesystem;
+using test::Enc;
+using test::readFile;
+
+Bytes oldTag() { return test::Id3v2Builder(3).text("TIT2", Enc::Latin1, "Old").padding(40).build(); }
+
+Bytes v1Block() {
+  test::Id3v1Fields fields;
+  fields.title = "Old V1";
+  return test::id3v1Tag(fields);
+}
+
+Bytes apeBlock() {
+  test::ApeTag tag;
+  tag.items = {test::apeText("Title", "ape")};
+  return test::apeTag(tag);
+}
+
+Bytes mp3() { return test::mp3File({oldTag(), test::shortAudio(12), apeBlock(), v1Block()}); }
+
+Bytes aiff() {
+  return test::AiffBuilder()
+      .chunk(test::commChunk(1, 4, 8, 8000.0))
+      .chunk(test::id3Chunk(oldTag()))
+      .chunk(test::ssndChunk(Bytes(300, 9)))
+      .chunk("ANNO", {'a', 'b', 'c'})
+      .build();
+}
+
+struct Scenario {
+  const char* name;
+  const char* file;  // the track's name
+  Bytes (*bytes)();
+  // Changes the opened track and runs the operation; returns its result.
+  std::function<int(ID3Tag&, const std::string& folder)> run;
+  const char* outputName = nullptr;  // a save under another name
+};
+
+void newTag(ID3Tag& track) {
+  track.tagData = test::fullTagData(true);
+  track.tagData.releasetime.clear();
+  track.tagData.recordtime.clear();
+  track.tagData.producednotice.clear();
+  track.tagData.mood.clear();
+  track.v1.enabled = true;
+  track.v1.title = "New V1";
+  track.v1.track = 4;
+}
+
+std::vector<Scenario> scenarios() {
+  auto saveV2 = [](ID3Tag& t, const std::string&) {
+    newTag(t);
+    return updateV2ToTrack(t, true, 3, true, true, 0);
+  };
+  return {
+      {"V2 save of an MP3, trash and dates", "a.mp3", mp3, saveV2},
+      {"V2 save of an AIFF behind the sound", "a.aif", aiff, saveV2},
+      {"V2 save of an AIFF at the end", "a.aif", aiff,
+       [](ID3Tag& t, const std::string&) {
+         newTag(t);
+         t.id3ChunkAfterSound = false;
+         return updateV2ToTrack(t, false, 4, false, false, 1);
+       }},
+      {"V2 save under another name", "a.mp3", mp3,
+       [](ID3Tag& t, const std::string& folder) {
+         newTag(t);
+         const std::string output = folder + "/b.mp3";
+         return updateV2ToTrack(t, false, 3, false, false, 0, &output);
+       },
+       "b.mp3"},
+      {"V2 removal from an MP3", "a.mp3", mp3, [](ID3Tag& t, const std::string&) { return removeV2FromTrack(t, true, true); }},
+      {"V2 removal from an AIFF", "a.aif", aiff, [](ID3Tag& t, const std::string&) { return removeV2FromTrack(t, false, false); }},
+      {"V1 save over the APE tag", "a.mp3", mp3,
+       [](ID3Tag& t, const std::string&) {
+         newTag(t);
+         return updateV1ToTrack(t, true, true, true);
+       }},
+      {"V1 save over the old V1 tag", "a.mp3", mp3,
+       [](ID3Tag& t, const std::string&) {
+         newTag(t);
+         return updateV1ToTrack(t, false, false, false);
+       }},
+      {"V1 removal with the APE tag", "a.mp3", mp3, [](ID3Tag& t, const std::string&) { return removeV1FromTrack(t, true, true); }},
+      {"V1 removal", "a.mp3", mp3, [](ID3Tag& t, const std::string&) { return removeV1FromTrack(t, false, false); }},
+      {"APE removal", "a.mp3", mp3, [](ID3Tag& t, const std::string&) { return stripAPETag(t, t.path()) == 1 ? 0 : 1; }},
+  };
+}
+
+constexpr FileOp kOps[] = {FileOp::Open,   FileOp::Read,     FileOp::Write,     FileOp::Fsync, FileOp::Rename,
+                           FileOp::Unlink, FileOp::Truncate, FileOp::Utimensat, FileOp::Link};
+
+std::vector<std::string> temporaries(const std::string& folder) {
+  static const std::regex kTemporary(R"(.*\.t[0-9]+)");
+  std::vector<std::string> names;
+  for (const auto& entry : fs::directory_iterator(folder))
+    if (std::regex_match(entry.path().filename().string(), kTemporary)) names.push_back(entry.path().filename().string());
+  return names;
+}
+
+struct Outcome {
+  int result;
+  Bytes track;
+  std::optional<Bytes> output;
+  bool errorLogged;
+  std::vector<std::string> leftovers;
+};
+
+Outcome runOnce(const Scenario& s, FaultInjector* injector) {
+  test::TempDir dir, home;
+  test::ScopedEnv data("XDG_DATA_HOME", home.path());
+  ID3Tag track;
+  EXPECT_NE(test::openBytes(dir, s.file, s.bytes(), track), 0u);
+  const std::string path = track.path();
+  test::LogCapture log(2);
+  Outcome outcome{};
+  if (injector != nullptr) setFaultInjector(injector);
+  outcome.result = s.run(track, dir.path());
+  setFaultInjector(nullptr);
+  outcome.track = readFile(path);
+  if (s.outputName != nullptr && fs::exists(dir.file(s.outputName))) outcome.output = readFile(dir.file(s.outputName));
+  outcome.errorLogged = log.count(LogError) > 0;
+  outcome.leftovers = temporaries(dir.path());
+  return outcome;
+}
+
+TEST(FaultSweep, NoFaultLosesTheFile) {
+  int points = 0;
+  for (const Scenario& s : scenarios()) {
+    SCOPED_TRACE(s.name);
+    test::CountingInjector counter;
+    const Outcome clean = runOnce(s, &counter);
+    ASSERT_EQ(clean.result, 0);
+    ASSERT_FALSE(clean.errorLogged);
+    const Bytes original = s.bytes();
+    const Bytes& saved = s.outputName != nullptr ? *clean.output : clean.track;
+    ASSERT_NE(saved, original);
+
+    int scenarioPoints = 0;
+    for (FileOp op : kOps) scenarioPoints += counter.count(op);
+    EXPECT_GE(scenarioPoints, 3) << "the counter sees the operations";
+    for (FileOp op : kOps) {
+      for (int n = 1; n <= counter.count(op); ++n) {
+        SCOPED_TRACE(std::string(test::fileOpName(op)) + " #" + std::to_string(n));
+        ++points;
+        test::FailNth fail(op, n);
+        const Outcome o = runOnce(s, &fail);
+        EXPECT_TRUE(o.leftovers.empty()) << o.leftovers.front();
+        if (s.outputName != nullptr) {
+          EXPECT_EQ(o.track, original);
+          EXPECT_TRUE(!o.output || *o.output == saved);
+          EXPECT_EQ(o.result == 0 || o.result == kSaveNotVerified, o.output.has_value());
+        } else {
+          EXPECT_TRUE(o.track == original || o.track == saved);
+        }
+        if (o.result != 0) {
+          EXPECT_TRUE(o.errorLogged) << "result " << o.result;
+        } else {
+          EXPECT_EQ(s.outputName != nullptr ? *o.output : o.track, saved);
+        }
+      }
+    }
+  }
+  std::printf("fault points covered: %d\n", points);
+}
+
+}  // namespace
+}  // namespace melos
