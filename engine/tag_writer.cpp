@@ -6,11 +6,34 @@
 #include "engine/frame_table.h"
 #include "engine/frames_write.h"
 #include "engine/log.h"
+#include "engine/text.h"
 #include "engine/timestamp.h"
 
 namespace melos {
 
 namespace {
+
+constexpr uint8_t kUtf8Encoding = 3;
+
+// ID3v2.3 has no UTF-8: a text frame kept from a 2.4 tag in UTF-8 would be
+// invalid there, so its texts are written as UTF-16 with a byte-order mark.
+// Only frames made of an encoding byte and texts are turned; others stay.
+Bytes bodyForVersion(std::string_view id, ByteSpan body, int version) {
+  const bool textOnly = !id.empty() && id[0] == 'T';
+  if (version >= 4 || !textOnly || body.empty() || body[0] != kUtf8Encoding) return Bytes(body.begin(), body.end());
+  Bytes out{1};
+  size_t start = 1;
+  while (start <= body.size()) {
+    size_t end = start;
+    while (end < body.size() && body[end] != 0) ++end;
+    if (start == body.size()) break;  // a terminator ended the last text
+    const std::string wide = encodeUtf16(utf8ToU16(asText(body.subspan(start, end - start))), false);
+    out.insert(out.end(), wide.begin(), wide.end());
+    if (end < body.size()) out.insert(out.end(), {0, 0});
+    start = end + 1;
+  }
+  return out;
+}
 
 uint64_t writeRow(const FrameSpec& row, ID3Tag& tag, Bytes& out, bool& error, int version, bool trim) {
   TagData& d = tag.tagData;
@@ -40,7 +63,8 @@ uint64_t writeRow(const FrameSpec& row, ID3Tag& tag, Bytes& out, bool& error, in
     case FrameForm::UserText: {
       // The whole body as read, so that reader and writer agree byte for byte.
       uint64_t sum = 0;
-      for (const UserText& entry : d.usertext) sum += writeFrame(out, row.id, ByteSpan(entry.body), error, version);
+      for (const UserText& entry : d.usertext)
+        sum += writeFrame(out, row.id, bodyForVersion(row.id, entry.body, version), error, version);
       return sum;
     }
     case FrameForm::Picture: {
@@ -78,7 +102,7 @@ uint64_t writeKeptFrames(const TagData& d, Bytes& out, bool& error, int version)
       LogMessage(LogWarning, "Kept frame '%s' is not written: its ID is not four characters", kept.id.c_str());
       continue;
     }
-    sum += writeFrame(out, kept.id, ByteSpan(kept.body), error, version);
+    sum += writeFrame(out, kept.id, bodyForVersion(kept.id, kept.body, version), error, version);
   }
   return sum;
 }

@@ -471,3 +471,24 @@ TEST(TagWriter, JpegWithAnOddMimeIsWrittenBackAsImageJpeg) {
 
 }  // namespace
 }  // namespace melos
+
+namespace melos {
+namespace {
+
+TEST(TagWriter, Utf8TextFramesBecomeUtf16In23) {
+  ID3Tag track;
+  UserText entry;
+  entry.body = test::userTextBody(Enc::Utf8, "d\xC3\xA9", "v");  // "dé", "v"
+  track.tagData.usertext = {entry};
+  track.tagData.privdata = {PrivateData{"TSOP", {3, 'S', 0xC3, 0xA9, 0}}, PrivateData{"PRIV", {3, 'x'}}};
+  const std::vector<WrittenFrame> in23 = framesOf(build(track, 3));
+  ASSERT_EQ(in23.size(), 3u);
+  EXPECT_EQ(in23[0].second, test::concat({kUtf16, kMarkLE, Bytes{'d', 0, 0xE9, 0}, kEnd16, kMarkLE, units("v")}));
+  EXPECT_EQ(in23[1].second, test::concat({kUtf16, kMarkLE, Bytes{'S', 0, 0xE9, 0}, kEnd16}));
+  EXPECT_EQ(in23[2].second, (Bytes{3, 'x'}));  // not a text frame: as it was
+  // 2.4 keeps UTF-8.
+  EXPECT_EQ(framesOf(build(track, 4))[0].second, entry.body);
+}
+
+}  // namespace
+}  // namespace melos
