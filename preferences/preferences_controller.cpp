@@ -252,6 +252,21 @@ void PreferencesController::setGenreList(const std::vector<GenreListRow>& rows) 
   store_->setValue(fromUtf8(prefs::kGenreList), QVariant(list));
 }
 
+std::optional<std::vector<std::string>> PreferencesController::getRecentList(
+    std::string_view key) const {
+  const std::optional<QVariant> stored = store_->value(fromUtf8(key));
+  if (!stored || !isArray(*stored)) return std::nullopt;
+  std::vector<std::string> entries;
+  for (const QVariant& entry : stored->toList()) entries.push_back(textOf(entry).value_or(""));
+  return entries;
+}
+
+void PreferencesController::setRecentList(std::string_view key,
+                                          const std::vector<std::string>& entries) {
+  store_->setValue(fromUtf8(key), QVariant(toStringList(entries)));
+  store_->sync();
+}
+
 void PreferencesController::clearRecentList(std::string_view key) {
   store_->remove(fromUtf8(key));
   store_->sync();

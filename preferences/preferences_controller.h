@@ -124,6 +124,11 @@ class PreferencesController {
   std::vector<GenreListRow> getGenreList() const;
   void setGenreList(const std::vector<GenreListRow>& rows);
 
+  // One quick list, most recent entry first; none when no array is stored
+  // under the key.
+  std::optional<std::vector<std::string>> getRecentList(std::string_view key) const;
+  // Stores the list and synchronises at once, so that other windows see it.
+  void setRecentList(std::string_view key, const std::vector<std::string>& entries);
   // Removes one quick list and synchronises at once.
   void clearRecentList(std::string_view key);
   // Clears the first 25 quick lists; the artist URL and podcast lists stay.
