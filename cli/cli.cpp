@@ -3,7 +3,11 @@
 #include <QCommandLineOption>
 #include <QCommandLineParser>
 
+#include "cli/export_command.h"
+#include "cli/from_filename_command.h"
+#include "cli/rename_command.h"
 #include "cli/show_command.h"
+#include "cli/tag_commands.h"
 #include "melos_version.h"
 
 namespace melos::cli {
@@ -36,13 +40,85 @@ ExitCode runShow(const QStringList& arguments, std::ostream& out, std::ostream& 
   return showCommand(files, options, out, err);
 }
 
+ExitCode runConvert(const QStringList& arguments, std::ostream& out, std::ostream& err) {
+  QCommandLineParser parser;
+  const QCommandLineOption help(QStringList{QStringLiteral("h"), kHelp});
+  const QCommandLineOption to(QStringLiteral("to"), QString(), QStringLiteral("VERSION"));
+  const QCommandLineOption force(QStringLiteral("force"));
+  parser.addOptions({help, to, force});
+  if (!parser.parse(arguments)) return usageError(err, parser.errorText(), convertUsageText());
+  if (parser.isSet(help)) {
+    out << convertUsageText();
+    return ExitCode::Ok;
+  }
+  const QStringList files = parser.positionalArguments().mid(1);
+  const QString version = parser.value(to);
+  if (version != QStringLiteral("3") && version != QStringLiteral("4"))
+    return usageError(err, QStringLiteral("convert: --to must be 3 or 4"), convertUsageText());
+  if (files.isEmpty()) return usageError(err, QStringLiteral("convert: no FILE given"), convertUsageText());
+  ConvertOptions options;
+  options.version = version.toInt();
+  options.force = parser.isSet(force);
+  return convertCommand(files, options, saveFlagsFromPreferences(), out, err);
+}
+
+ExitCode runRemove(const QStringList& arguments, std::ostream& out, std::ostream& err) {
+  QCommandLineParser parser;
+  const QCommandLineOption help(QStringList{QStringLiteral("h"), kHelp});
+  const QCommandLineOption v1(QStringLiteral("v1"));
+  const QCommandLineOption v2(QStringLiteral("v2"));
+  const QCommandLineOption ape(QStringLiteral("ape"));
+  parser.addOptions({help, v1, v2, ape});
+  if (!parser.parse(arguments)) return usageError(err, parser.errorText(), removeUsageText());
+  if (parser.isSet(help)) {
+    out << removeUsageText();
+    return ExitCode::Ok;
+  }
+  const QStringList files = parser.positionalArguments().mid(1);
+  const int kinds = int{parser.isSet(v1)} + int{parser.isSet(v2)} + int{parser.isSet(ape)};
+  if (kinds != 1) return usageError(err, QStringLiteral("remove: give one of --v1, --v2 and --ape"), removeUsageText());
+  if (files.isEmpty()) return usageError(err, QStringLiteral("remove: no FILE given"), removeUsageText());
+  const TagKind kind = parser.isSet(v1) ? TagKind::V1 : parser.isSet(v2) ? TagKind::V2 : TagKind::Ape;
+  return removeCommand(files, kind, saveFlagsFromPreferences(), out, err);
+}
+
 }  // namespace
+
+std::string convertUsageText() {
+  return "Usage: melos convert --to 3|4 [--force] FILE...\n"
+         "\n"
+         "Rewrites the ID3v2 tag of each FILE at version 2.3 or 2.4. A field that\n"
+         "ID3v2.3 cannot hold (Release time, Record time, Produced notice, Mood)\n"
+         "leaves the file alone unless --force is given, which drops it.\n"
+         "\n"
+         "Options:\n"
+         "  --to VERSION  3 or 4\n"
+         "  --force       convert to 2.3 even when fields are lost\n"
+         "\n"
+         "Exit status: 0 when every file was converted or needed nothing, 1 when a\n"
+         "file failed, 2 on a usage error.\n";
+}
+
+std::string removeUsageText() {
+  return "Usage: melos remove --v1|--v2|--ape FILE...\n"
+         "\n"
+         "Removes the ID3v1 tag, the ID3v2 tag or the APE tag of each FILE. An\n"
+         "ID3v1 tag behind a removed APE tag is kept.\n"
+         "\n"
+         "Exit status: 0 when every file was done or had no such tag, 1 when a\n"
+         "file failed, 2 on a usage error.\n";
+}
 
 std::string usageText() {
   return "Usage: melos COMMAND [OPTIONS] FILE...\n"
          "\n"
          "Commands:\n"
          "  show      show the ID3 tags and audio facts of MP3, AIFF and .tdf files\n"
+         "  export    export the tags as an XML document or as rows of a CSV table\n"
+         "  rename    rename files from their tags, optionally into folders\n"
+         "  from-filename  show the tag fields that the file names give\n"
+         "  convert   rewrite ID3v2 tags at version 2.3 or 2.4\n"
+         "  remove    remove the ID3v1, ID3v2 or APE tag\n"
          "\n"
          "Options:\n"
          "  -h, --help  show this help (after a command: the command's help)\n"
@@ -90,6 +166,11 @@ ExitCode runCli(const QStringList& arguments, std::ostream& out, std::ostream& e
     return ExitCode::Ok;
   }
   if (command == QStringLiteral("show")) return runShow(arguments, out, err);
+  if (command == QStringLiteral("export")) return runExport(arguments, out, err);
+  if (command == QStringLiteral("rename")) return runRename(arguments, out, err);
+  if (command == QStringLiteral("from-filename")) return runFromFileName(arguments, out, err);
+  if (command == QStringLiteral("convert")) return runConvert(arguments, out, err);
+  if (command == QStringLiteral("remove")) return runRemove(arguments, out, err);
   return usageError(err, QStringLiteral("unknown command '%1'").arg(command), usageText());
 }
 

@@ -13,5 +13,7 @@ ExitCode runCli(const QStringList& arguments, std::ostream& out, std::ostream& e
 
 std::string usageText();
 std::string showUsageText();
+std::string convertUsageText();
+std::string removeUsageText();
 
 }  // namespace melos::cli

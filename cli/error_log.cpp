@@ -64,7 +64,9 @@ void ErrorLog::observe(unsigned, const char* line, void* context) {
   std::string_view text(line);
   // With letter mode 3 every line with a timestamp carries its letter; a line
   // without one (the log's header) is no failure.
-  if (lineLevel(text, LogAlways) == LogError) self->lastError_ = lineMessage(text);
+  if (lineLevel(text, LogAlways) != LogError) return;
+  self->lastError_ = lineMessage(text);
+  if (self->firstError_.empty()) self->firstError_ = self->lastError_;
 }
 
 }  // namespace melos::cli

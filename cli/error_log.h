@@ -17,9 +17,14 @@ class ErrorLog {
   ErrorLog(const ErrorLog&) = delete;
   ErrorLog& operator=(const ErrorLog&) = delete;
 
-  void clear() { lastError_.clear(); }
+  void clear() {
+    lastError_.clear();
+    firstError_.clear();
+  }
   // The message of the last failure line since clear(), without its timestamp.
   const std::string& lastError() const { return lastError_; }
+  // The first one: for a save, the cause; the lines behind it tell what followed.
+  const std::string& firstError() const { return firstError_; }
 
   // Splits a log line into its level (from the level letter when the line
   // carries one, else `fallbackLevel`) and its message.
@@ -30,6 +35,7 @@ class ErrorLog {
   static void observe(unsigned level, const char* line, void* context);
   FILE* sink_ = nullptr;
   std::string lastError_;
+  std::string firstError_;
 };
 
 }  // namespace melos::cli

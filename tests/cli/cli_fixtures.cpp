@@ -4,6 +4,7 @@
 
 #include <QJsonDocument>
 #include <QJsonParseError>
+#include <QStandardPaths>
 #include <sstream>
 
 #include "cli/cli.h"
@@ -12,6 +13,14 @@
 #include "tests/support/mpeg_builder.h"
 
 namespace melos::test {
+
+namespace {
+// The tool reads the user's preferences; tests read Qt's test locations instead.
+[[maybe_unused]] const bool kTestLocations = [] {
+  QStandardPaths::setTestModeEnabled(true);
+  return true;
+}();
+}  // namespace
 
 Bytes cbrAudio(size_t frames) {
   MpegHeader header;

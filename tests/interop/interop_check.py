@@ -263,6 +263,102 @@ def eyed3_cases(work, sources, eyed3, jpeg_path, jpeg_size):
     return cases
 
 
+# --- files rewritten by melos -----------------------------------------------------
+
+def tool_environment(work):
+    """The user's own settings and trash stay out of the test."""
+    env = dict(os.environ)
+    env["XDG_CONFIG_HOME"] = os.path.join(work, "config")
+    env["XDG_DATA_HOME"] = os.path.join(work, "data")
+    return env
+
+
+def tag_end(data):
+    if data[:3] != b"ID3":
+        return 0
+    s = data[6:10]
+    return 10 + ((s[0] & 0x7F) << 21 | (s[1] & 0x7F) << 14 | (s[2] & 0x7F) << 7 | (s[3] & 0x7F))
+
+
+def peer_reading(path):
+    """What mutagen and eyeD3 read from a file, in the keys of melos's JSON."""
+    readings = {}
+    if HAVE_MUTAGEN:
+        tags = ID3(path)
+        texts = {key: str(tags[key].text[0]) for key in ("TIT2", "TPE1", "TALB", "TRCK") if key in tags}
+        comments = [str(frame.text[0]) for frame in tags.getall("COMM")]
+        readings["mutagen"] = {
+            "version": tags.version[1],
+            "title": texts.get("TIT2"), "artist": texts.get("TPE1"), "album": texts.get("TALB"),
+            "track": texts.get("TRCK"),
+            "genre": tags["TCON"].genres[0] if "TCON" in tags else None,
+            "comments": comments,
+            "usertext": sorted((frame.desc, str(frame.text[0])) for frame in tags.getall("TXXX")),
+            "pictures": sorted(len(frame.data) for frame in tags.getall("APIC")),
+        }
+    try:
+        import eyed3
+        import logging
+        logging.getLogger("eyed3").setLevel(logging.ERROR)
+        tag = eyed3.load(path).tag
+        readings["eyeD3"] = {
+            "version": tag.version[1],
+            "title": tag.title, "artist": tag.artist, "album": tag.album,
+            "track": f"{tag.track_num[0]}/{tag.track_num[1]}" if tag.track_num[1] else str(tag.track_num[0]),
+            "genre": tag.genre.name if tag.genre else None,
+            "comments": [c.text for c in tag.comments],
+            "usertext": sorted((t.description, t.text) for t in tag.user_text_frames),
+            "pictures": sorted(len(image.image_data) for image in tag.images),
+        }
+    except ImportError:
+        pass
+    return readings
+
+
+def check_rewrites(check, melos, work, cases, ffprobe):
+    """Each peer-tagged file is rewritten by melos at the other version and read
+    back by the peers; their reading must agree with what was written."""
+    env = tool_environment(work)
+    for case in cases:
+        name = "rewrite " + case.name
+        path = os.path.join(work, "rw-" + case.name + ".mp3")
+        shutil.copyfile(case.path, path)
+        version = 3 if case.version == 4 else 4
+        arguments = [melos, "convert", "--to", str(version)] + (["--force"] if version == 3 else []) + [path]
+        result = subprocess.run(arguments, stdout=subprocess.PIPE, stderr=subprocess.PIPE, env=env, timeout=60)
+        check.equal(name, "convert exit status", result.returncode, 0)
+        if result.returncode != 0:
+            print(result.stderr.decode(errors="replace"), file=sys.stderr)
+            continue
+        with open(case.path, "rb") as before, open(path, "rb") as after:
+            old, new = before.read(), after.read()
+        check.true(name, "the audio behind the tag is unchanged", old[tag_end(old):] == new[tag_end(new):])
+
+        expected = case.expected
+        want = {
+            "version": version, "title": expected["title"], "artist": expected["artist"],
+            "album": expected.get("album"), "track": f"{expected['track']}/{expected['tracks']}",
+            "genre": expected["genre"],
+            "usertext": sorted((u["description"], u["value"]) for u in expected["usertext"]),
+            "pictures": sorted(p["size"] for p in expected["picdata"]),
+        }
+        for tool, reading in peer_reading(path).items():
+            for key, value in want.items():
+                check.equal(f"{name} ({tool})", key, reading.get(key), value)
+            check.true(f"{name} ({tool})", "comment", expected["comment"] in reading["comments"],
+                       f"{reading['comments']!r}")
+        if ffprobe:
+            probe = subprocess.run([ffprobe, "-v", "error", "-show_entries", "format_tags", "-of", "json", path],
+                                   stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, check=True)
+            tags = {k.lower(): v for k, v in json.loads(probe.stdout)["format"].get("tags", {}).items()}
+            for key in ("title", "artist", "album"):
+                if expected.get(key) is not None:
+                    check.equal(f"{name} (ffprobe)", key, tags.get(key), expected[key])
+
+        shown = json.loads(run_melos(melos, [path]).stdout)[0]
+        check.equal(name, "melos reads its own tag", shown.get("v2", {}).get("title"), expected["title"])
+
+
 # --- running melos ----------------------------------------------------------------
 
 def run_melos(melos, paths, full_scan=True, json_output=True):
@@ -559,6 +655,7 @@ def run_checks(melos, work, lame, eyed3, ffprobe):
 
     if cases:
         check_broken(check, melos, broken_files(work, cases[0].path))
+        check_rewrites(check, melos, work, cases, ffprobe)
 
     for failure in check.failures:
         print("FAIL: " + failure)

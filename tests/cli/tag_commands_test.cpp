@@ -1,0 +1,168 @@
+// `melos convert` and `melos remove`: per-file reports, the 2.3 loss check and
+// the files as they are afterwards.
+
+#include "cli/tag_commands.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "engine/open_track.h"
+#include "tests/cli/cli_fixtures.h"
+#include "tests/support/ape_builder.h"
+#include "tests/support/fault_injector.h"
+#include "tests/support/id3v2_builder.h"
+#include "tests/support/mp3_file_builder.h"
+#include "tests/support/temp_dir.h"
+
+namespace melos::test {
+namespace {
+
+using cli::ExitCode;
+
+Bytes v24WithTimes() {
+  return Id3v2Builder(4)
+      .text("TIT2", Enc::Utf8, "Zo\xC3\xAB")
+      .text("TDRC", Enc::Latin1, "2004-05-06")
+      .text("TMOO", Enc::Latin1, "Calm")
+      .frame(userTextFrame(Enc::Utf8, "NOTE", "\xE6\x97\xA5"))
+      .build();
+}
+
+struct Outcome {
+  ExitCode code;
+  std::string out;
+  std::string err;
+};
+
+Outcome convert(const QStringList& files, int version, bool force) {
+  std::ostringstream out, err;
+  cli::ConvertOptions options;
+  options.version = version;
+  options.force = force;
+  const ExitCode code = cli::convertCommand(files, options, cli::SaveFlags{}, out, err);
+  return {code, out.str(), err.str()};
+}
+
+Outcome remove(const QStringList& files, cli::TagKind kind) {
+  std::ostringstream out, err;
+  const ExitCode code = cli::removeCommand(files, kind, cli::SaveFlags{}, out, err);
+  return {code, out.str(), err.str()};
+}
+
+ID3Tag reopen(const std::string& path) {
+  ID3Tag track;
+  OpenTrack(track, path, kScanQuick, nullptr, false);
+  return track;
+}
+
+TEST(ConvertCommand, TheLossCheckNamesTheFieldsAndForceDropsThem) {
+  TempDir dir;
+  const Bytes original = concat({v24WithTimes(), cbrAudio(10)});
+  const std::string path = dir.write("a.mp3", original);
+
+  Outcome refused = convert(qpaths({path}), 3, false);
+  EXPECT_EQ(refused.code, ExitCode::Failure);
+  EXPECT_NE(refused.err.find("ID3v2.3 cannot hold Record time, Mood (--force drops them)"), std::string::npos)
+      << refused.err;
+  EXPECT_EQ(readFile(path), original);
+
+  Outcome forced = convert(qpaths({path}), 3, true);
+  EXPECT_EQ(forced.code, ExitCode::Ok) << forced.err;
+  EXPECT_NE(forced.out.find("converted from ID3v2.4 to ID3v2.3, dropped Record time, Mood"), std::string::npos)
+      << forced.out;
+  const ID3Tag saved = reopen(path);
+  EXPECT_EQ(saved.v2Version, 3);
+  EXPECT_EQ(saved.tagData.title.toU16(), u"Zo\u00eb");
+  EXPECT_EQ(saved.tagData.year, "2004");
+  ASSERT_EQ(saved.tagData.usertext.size(), 1u);
+  EXPECT_EQ(saved.tagData.usertext[0].body[0], 1);  // UTF-16: 2.3 has no UTF-8
+
+  Outcome back = convert(qpaths({path}), 4, false);
+  EXPECT_EQ(back.code, ExitCode::Ok);
+  EXPECT_EQ(reopen(path).v2Version, 4);
+  Outcome again = convert(qpaths({path}), 4, false);
+  EXPECT_NE(again.out.find("already ID3v2.4"), std::string::npos) << again.out;
+}
+
+TEST(ConvertCommand, GoesOnAfterAFailureAndReportsEachFile) {
+  TempDir dir;
+  const std::string good = dir.write("good.mp3", concat({Id3v2Builder(4).text("TIT2", Enc::Latin1, "x").build(), cbrAudio(10)}));
+  const std::string bare = dir.write("bare.mp3", cbrAudio(10));
+  const std::string missing = dir.file("missing.mp3");
+  const std::string text = dir.write("notes.txt", {'x'});
+  Outcome run = convert(qpaths({missing, bare, text, good}), 3, false);
+  EXPECT_EQ(run.code, ExitCode::Failure);
+  EXPECT_NE(run.err.find(missing + ": "), std::string::npos) << run.err;
+  EXPECT_NE(run.err.find(text + ": not a track"), std::string::npos) << run.err;
+  EXPECT_NE(run.out.find(bare + ": no ID3v2 tag, nothing to convert"), std::string::npos) << run.out;
+  EXPECT_NE(run.out.find(good + ": converted from ID3v2.4 to ID3v2.3"), std::string::npos) << run.out;
+  EXPECT_EQ(reopen(good).v2Version, 3);
+}
+
+TEST(ConvertCommand, AFailedSaveNamesItsCause) {
+  TempDir dir;
+  const Bytes original = concat({Id3v2Builder(4).text("TIT2", Enc::Latin1, "x").build(), cbrAudio(10)});
+  const std::string path = dir.write("a.mp3", original);
+  FailNth fail(FileOp::Fsync, 1);
+  Outcome run;
+  {
+    ScopedInjector scoped(fail);
+    run = convert(qpaths({path}), 3, false);
+  }
+  EXPECT_EQ(run.code, ExitCode::Failure);
+  EXPECT_NE(run.err.find("not converted: Failed to flush the output file"), std::string::npos) << run.err;
+  EXPECT_NE(run.err.find("(code 5)"), std::string::npos) << run.err;
+  EXPECT_EQ(readFile(path), original);
+}
+
+TEST(RemoveCommand, EachKindOfTag) {
+  TempDir dir;
+  const Bytes audio = cbrAudio(10);
+  ApeTag ape;
+  ape.items = {apeText("Title", "ape")};
+  const std::string path = dir.write("a.mp3", mp3File({richV23Tag(), audio, apeTag(ape), richV1Tag()}));
+
+  Outcome apeRun = remove(qpaths({path}), cli::TagKind::Ape);
+  EXPECT_NE(apeRun.out.find("APE tag removed, ID3v1 tag kept"), std::string::npos) << apeRun.out << apeRun.err;
+  EXPECT_EQ(readFile(path), mp3File({richV23Tag(), audio, {}, richV1Tag()}));
+  EXPECT_NE(remove(qpaths({path}), cli::TagKind::Ape).out.find("no APE tag"), std::string::npos);
+
+  Outcome v2 = remove(qpaths({path}), cli::TagKind::V2);
+  EXPECT_NE(v2.out.find("ID3v2 tag removed"), std::string::npos) << v2.err;
+  EXPECT_EQ(readFile(path), mp3File({{}, audio, {}, richV1Tag()}));
+
+  Outcome v1 = remove(qpaths({path}), cli::TagKind::V1);
+  EXPECT_NE(v1.out.find("ID3v1 tag removed"), std::string::npos) << v1.err;
+  EXPECT_EQ(readFile(path), audio);
+  EXPECT_NE(remove(qpaths({path}), cli::TagKind::V1).out.find("no ID3v1 tag"), std::string::npos);
+  EXPECT_NE(remove(qpaths({path}), cli::TagKind::V2).out.find("no ID3v2 tag"), std::string::npos);
+}
+
+TEST(RemoveCommand, UsageErrors) {
+  TempDir dir;
+  const std::string path = dir.write("a.mp3", cbrAudio(4));
+  for (const QStringList& args : {QStringList{"remove", QString::fromStdString(path)},
+                                  QStringList{"remove", "--v1", "--v2", QString::fromStdString(path)},
+                                  QStringList{"remove", "--v1"}, QStringList{"convert", "--to", "5", "x.mp3"},
+                                  QStringList{"convert", QString::fromStdString(path)}}) {
+    const CommandResult result = runMelos(args);
+    EXPECT_EQ(result.code, ExitCode::Usage) << args.join(' ').toStdString();
+    EXPECT_NE(result.err.find("Usage: melos"), std::string::npos);
+  }
+}
+
+TEST(ConvertCommand, TheCommandLineTakesTheUsersPreferences) {
+  TempDir home;
+  ScopedEnv data("XDG_DATA_HOME", home.path());
+  TempDir dir;
+  const Bytes original = concat({Id3v2Builder(4).text("TIT2", Enc::Latin1, "x").build(), cbrAudio(10)});
+  const std::string path = dir.write("a.mp3", original);
+  const CommandResult result = runMelos({"convert", "--to", "3", QString::fromStdString(path)});
+  EXPECT_EQ(result.code, ExitCode::Ok) << result.err;
+  // Moving the original to the trash is on unless the user turned it off.
+  EXPECT_EQ(readFile(home.path() + "/Trash/files/a.mp3"), original);
+}
+
+}  // namespace
+}  // namespace melos::test
