@@ -25,7 +25,9 @@ ExitCode runShow(const QStringList& arguments, std::ostream& out, std::ostream& 
   const QCommandLineOption help(QStringList{QStringLiteral("h"), kHelp});
   const QCommandLineOption json(QStringLiteral("json"));
   const QCommandLineOption fullScan(QStringLiteral("full-scan"));
-  parser.addOptions({help, json, fullScan});
+  const QCommandLineOption jobs(QStringList{QStringLiteral("j"), QStringLiteral("jobs")}, QString(),
+                                QStringLiteral("N"));
+  parser.addOptions({help, json, fullScan, jobs});
   if (!parser.parse(arguments)) return usageError(err, parser.errorText(), showUsageText());
   if (parser.isSet(help)) {
     out << showUsageText();
@@ -37,6 +39,14 @@ ExitCode runShow(const QStringList& arguments, std::ostream& out, std::ostream& 
   ShowOptions options;
   options.json = parser.isSet(json);
   if (parser.isSet(fullScan)) options.scanMode = kScanFull;
+  options.jobs = defaultJobs();
+  if (parser.isSet(jobs)) {
+    bool number = false;
+    options.jobs = parser.value(jobs).toInt(&number);
+    if (!number || options.jobs < 1 || options.jobs > kMaxJobs)
+      return usageError(err, QStringLiteral("show: -j needs a number of files from 1 to %1").arg(kMaxJobs),
+                        showUsageText());
+  }
   return showCommand(files, options, out, err);
 }
 
@@ -126,13 +136,15 @@ std::string usageText() {
 }
 
 std::string showUsageText() {
-  return "Usage: melos show [--json] [--full-scan] FILE...\n"
+  return "Usage: melos show [--json] [--full-scan] [-j N] FILE...\n"
          "\n"
          "Shows the V1 and V2 tags and the audio facts of each FILE.\n"
          "\n"
          "Options:\n"
          "  --json       print one JSON array with an object per file\n"
          "  --full-scan  walk every MPEG frame instead of estimating from the first ones\n"
+         "  -j, --jobs N read N files at once (default: one per core); the output\n"
+         "               keeps the order of the files given\n"
          "\n"
          "Exit status: 0 when every file was shown, 1 when a file could not be\n"
          "opened, 2 on a usage error.\n";

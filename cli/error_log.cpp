@@ -24,7 +24,21 @@ size_t levelTextAt(std::string_view line) {
   return std::string_view::npos;
 }
 
+struct ThreadErrors {
+  std::string last;
+  std::string first;
+};
+thread_local ThreadErrors t_errors;
+
 }  // namespace
+
+void ErrorLog::clear() {
+  t_errors.last.clear();
+  t_errors.first.clear();
+}
+
+const std::string& ErrorLog::lastError() const { return t_errors.last; }
+const std::string& ErrorLog::firstError() const { return t_errors.first; }
 
 ErrorLog::ErrorLog() {
   sink_ = std::fopen("/dev/null", "a");
@@ -32,6 +46,7 @@ ErrorLog::ErrorLog() {
   // told the level reliably, the letter tells failures from the rest.
   AttachLogStream(LogError, sink_, nullptr, false, 3);
   SetLogObserver(&ErrorLog::observe, this);
+  clear();
 }
 
 ErrorLog::~ErrorLog() {
@@ -60,13 +75,12 @@ std::string ErrorLog::lineMessage(std::string_view line) {
 
 void ErrorLog::observe(unsigned, const char* line, void* context) {
   if (line == nullptr || context == nullptr) return;
-  auto* self = static_cast<ErrorLog*>(context);
   std::string_view text(line);
   // With letter mode 3 every line with a timestamp carries its letter; a line
   // without one (the log's header) is no failure.
   if (lineLevel(text, LogAlways) != LogError) return;
-  self->lastError_ = lineMessage(text);
-  if (self->firstError_.empty()) self->firstError_ = self->lastError_;
+  t_errors.last = lineMessage(text);
+  if (t_errors.first.empty()) t_errors.first = t_errors.last;
 }
 
 }  // namespace melos::cli

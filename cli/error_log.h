@@ -17,14 +17,14 @@ class ErrorLog {
   ErrorLog(const ErrorLog&) = delete;
   ErrorLog& operator=(const ErrorLog&) = delete;
 
-  void clear() {
-    lastError_.clear();
-    firstError_.clear();
-  }
-  // The message of the last failure line since clear(), without its timestamp.
-  const std::string& lastError() const { return lastError_; }
+  // The failure lines are kept per thread: files opened on several threads
+  // at once each get their own cause.
+  void clear();
+  // The message of the last failure line of this thread since clear(),
+  // without its timestamp.
+  const std::string& lastError() const;
   // The first one: for a save, the cause; the lines behind it tell what followed.
-  const std::string& firstError() const { return firstError_; }
+  const std::string& firstError() const;
 
   // Splits a log line into its level (from the level letter when the line
   // carries one, else `fallbackLevel`) and its message.
@@ -34,8 +34,6 @@ class ErrorLog {
  private:
   static void observe(unsigned level, const char* line, void* context);
   FILE* sink_ = nullptr;
-  std::string lastError_;
-  std::string firstError_;
 };
 
 }  // namespace melos::cli

@@ -1,6 +1,14 @@
 #include "cli/show_command.h"
 
 #include <QJsonArray>
+#include <QJsonDocument>
+#include <algorithm>
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+#include <optional>
+#include <thread>
+#include <vector>
 
 #include "cli/error_log.h"
 #include "cli/json_formatter.h"
@@ -8,30 +16,102 @@
 #include "cli/track_report.h"
 
 namespace melos::cli {
+namespace {
+
+// What one file contributes to the output, made on a worker thread.
+struct Shown {
+  bool opened = false;
+  std::string text;  // the JSON object, the text block, or the cause of a failure
+};
+
+// One array element as QJsonDocument indents it inside the whole array, so
+// that the elements can be written as they come and the document is the same.
+std::string jsonElement(const QJsonObject& object) {
+  QByteArray text = QJsonDocument(QJsonArray{object}).toJson(QJsonDocument::Indented);
+  // "[\n" + element + "\n]\n"
+  return text.mid(2, text.size() - 5).toStdString();
+}
+
+Shown show(const QString& path, const ShowOptions& options, ErrorLog& log) {
+  // Nothing of a track is kept past its own output: pictures can be large.
+  const TrackReport report = loadTrack(path, options.scanMode, log);
+  Shown shown;
+  shown.opened = report.opened();
+  if (options.json) shown.text = jsonElement(reportJson(report));
+  else shown.text = report.opened() ? trackText(path.toStdString(), *report.track) : report.error;
+  return shown;
+}
+
+// Files are shown by several threads at once, and written in the order given
+// as soon as each one's turn has come.
+class OrderedRun {
+ public:
+  OrderedRun(const QStringList& files, const ShowOptions& options, ErrorLog& log)
+      : files_(files), options_(options), log_(log), results_(static_cast<size_t>(files.size())) {}
+
+  template <typename Write>
+  void run(int jobs, Write write) {
+    std::vector<std::thread> workers;
+    const int count = std::clamp(jobs, 1, std::max(1, static_cast<int>(files_.size())));
+    for (int i = 0; i < count; ++i) workers.emplace_back([this] { work(); });
+    for (size_t i = 0; i < results_.size(); ++i) {
+      Shown shown;
+      {
+        std::unique_lock lock(mutex_);
+        ready_.wait(lock, [&] { return results_[i].has_value(); });
+        shown = std::move(*results_[i]);
+        results_[i].reset();
+      }
+      write(i, shown);
+    }
+    for (std::thread& worker : workers) worker.join();
+  }
+
+ private:
+  void work() {
+    for (size_t i = next_++; i < results_.size(); i = next_++) {
+      Shown shown = show(files_[static_cast<qsizetype>(i)], options_, log_);
+      {
+        std::lock_guard lock(mutex_);
+        results_[i] = std::move(shown);
+      }
+      ready_.notify_all();
+    }
+  }
+
+  const QStringList& files_;
+  const ShowOptions& options_;
+  ErrorLog& log_;
+  std::vector<std::optional<Shown>> results_;
+  std::atomic<size_t> next_{0};
+  std::mutex mutex_;
+  std::condition_variable ready_;
+};
+
+}  // namespace
+
+int defaultJobs() noexcept { return std::max(1u, std::thread::hardware_concurrency()); }
 
 ExitCode showCommand(const QStringList& files, const ShowOptions& options, std::ostream& out,
                      std::ostream& err) {
   ErrorLog log;
   ExitCode code = ExitCode::Ok;
-  QJsonArray reports;
   bool first = true;
-  for (const QString& path : files) {
-    // One track at a time: pictures can be large, and nothing is kept past its
-    // own report.
-    const TrackReport report = loadTrack(path, options.scanMode, log);
-    if (!report.opened()) code = ExitCode::Failure;
+  if (options.json) out << "[\n";
+  OrderedRun(files, options, log).run(options.jobs, [&](size_t i, const Shown& shown) {
+    if (!shown.opened) code = ExitCode::Failure;
     if (options.json) {
-      reports.append(reportJson(report));
-    } else if (!report.opened()) {
+      out << (first ? "" : ",\n") << shown.text;
+    } else if (!shown.opened) {
       out.flush();  // keeps the order of the two streams on a terminal
-      err << "melos: " << path.toStdString() << ": " << report.error << "\n";
+      err << "melos: " << files[static_cast<qsizetype>(i)].toStdString() << ": " << shown.text << "\n";
     } else {
       if (!first) out << "\n";
-      out << trackText(path.toStdString(), *report.track);
-      first = false;
+      out << shown.text;
     }
-  }
-  if (options.json) out << jsonText(reports).toStdString();
+    if (options.json || shown.opened) first = false;
+  });
+  if (options.json) out << (files.isEmpty() ? "]\n" : "\n]\n");
   out.flush();
   return code;
 }

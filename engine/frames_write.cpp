@@ -77,7 +77,12 @@ std::string genrePrefix(std::string_view text, bool unicode) {
   return units;
 }
 
-void append(Bytes& content, std::string_view text) { content.insert(content.end(), text.begin(), text.end()); }
+void append(Bytes& content, std::string_view text) {
+  if (text.empty()) return;
+  const size_t at = content.size();
+  content.resize(at + text.size());
+  std::memcpy(content.data() + at, text.data(), text.size());
+}
 
 uint32_t appendFrame(Bytes& out, std::string_view id, ByteSpan content, int version, bool& error) noexcept {
   const uint64_t limit = version >= 4 ? kMaxSyncsafe : std::numeric_limits<uint32_t>::max() - kFrameHeaderSize;

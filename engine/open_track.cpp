@@ -1,5 +1,7 @@
 #include "engine/open_track.h"
 
+#include <memory>
+
 #include <cerrno>
 #include <cmath>
 #include <cstring>
@@ -197,13 +199,15 @@ int LoadTagData(ID3Tag& track, const File& file, uint64_t offset, uint32_t size,
       LogMessage(LogError, "Failed to load the tag data (error: %s)", errorText(error).c_str());
       return 0;
     }
-    Bytes tag(static_cast<size_t>(size) + 1);
+    // Read in one piece into memory that is not cleared first: every byte of
+    // it is overwritten by the read.
+    std::unique_ptr<uint8_t[]> tag = std::make_unique_for_overwrite<uint8_t[]>(static_cast<size_t>(size) + 1);
     errno = 0;
-    if (!file.readExactAt(offset, std::span<uint8_t>(tag.data(), size))) {
+    if (!file.readExactAt(offset, std::span<uint8_t>(tag.get(), size))) {
       LogMessage(LogError, "Failed to load the tag data (error: %s)", errorText(errno).c_str());
       return 0;
     }
-    return ReadV2Frames(track, ByteSpan(tag.data(), size), option);
+    return ReadV2Frames(track, ByteSpan(tag.get(), size), option);
   } catch (...) {
     LogMessage(LogError, "Failed to load the tag data (error: %s)", errorText(ENOMEM).c_str());
     return 0;
