@@ -1,11 +1,16 @@
 #include "engine/output_file.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 
 namespace melos {
+
+namespace {
+constexpr size_t kWritebackChunk = size_t{4} << 20;
+}  // namespace
 
 std::string temporaryName(const std::string& path, int number) {
   return path + ".t" + std::to_string(number);
@@ -65,8 +70,11 @@ uint64_t OutputFile::copyFrom(const File& source, uint64_t offset, uint64_t leng
   off_t from = static_cast<off_t>(offset);
   while (done < length) {
     off_t to = static_cast<off_t>(size_);
-    size_t chunk = static_cast<size_t>(std::min<uint64_t>(length - done, 1u << 30));
+    size_t chunk = static_cast<size_t>(std::min<uint64_t>(length - done, kWritebackChunk));
     ssize_t n = sys::copyFileRange(source.fd(), &from, file_.fd(), &to, chunk);
+    // The disk starts writing what is copied while the rest is copied, so the
+    // flush at the end waits for the last piece only.
+    if (n > 0) ::sync_file_range(file_.fd(), static_cast<off_t>(size_), n, SYNC_FILE_RANGE_WRITE);
     if (n < 0) {
       if (errno == EXDEV || errno == ENOSYS || errno == EOPNOTSUPP || errno == EINVAL || errno == EBADF)
         return done + copyBlocks(source, offset + done, length - done);

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Builds the libFuzzer targets with clang in BUILD_DIR and runs fuzz_open_track
-# for SECONDS (default 60). Exits non-zero when the fuzzer finds a crash, a leak,
+# Builds the libFuzzer targets with clang in BUILD_DIR and runs each of them,
+# fuzz_open_track and fuzz_rewrite, for SECONDS (default 60). Exits non-zero when the fuzzer finds a crash, a leak,
 # a timeout or an out-of-memory; the input is left in BUILD_DIR/fuzz-artifacts.
 #
 # Usage: scripts/fuzz.sh BUILD_DIR [SECONDS]
@@ -18,12 +18,11 @@ source_dir=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 CC=clang CXX=clang++ cmake -S "$source_dir" -B "$build_dir" -G Ninja \
   -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo \
   -DMELOS_FUZZ=ON -DMELOS_BUILD_QT=OFF -DMELOS_BUILD_TESTS=OFF >/dev/null
-cmake --build "$build_dir" --target fuzz_open_track -j "${MELOS_FUZZ_JOBS:-$(nproc)}"
+cmake --build "$build_dir" --target fuzz_open_track fuzz_rewrite -j "${MELOS_FUZZ_JOBS:-$(nproc)}"
 
 seed_dir=$build_dir/fuzz-seeds
-corpus_dir=$build_dir/fuzz-corpus/open_track
 artifact_dir=$build_dir/fuzz-artifacts
-mkdir -p "$seed_dir" "$corpus_dir" "$artifact_dir"
+mkdir -p "$seed_dir" "$artifact_dir"
 
 # A V2.3 tag holding one TIT2 frame ("Title").
 printf 'ID3\x03\x00\x00\x00\x00\x00\x11TIT2\x00\x00\x00\x07\x00\x00\x00Title\x00' \
@@ -46,19 +45,23 @@ export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}
 # A memory file system keeps the per-input writes cheap.
 if [[ -z ${TMPDIR:-} && -d /dev/shm && -w /dev/shm ]]; then export TMPDIR=/dev/shm; fi
 
-log=$build_dir/fuzz-open_track.log
-set +e
-"$build_dir/fuzz/fuzz_open_track" "$corpus_dir" "$seed_dir" \
-  -max_total_time="$seconds" -rss_limit_mb=2048 -malloc_limit_mb=64 -timeout=10 -print_final_stats=1 \
-  -artifact_prefix="$artifact_dir/" >"$log" 2>&1
-status=$?
-set -e
+for target in open_track rewrite; do
+  corpus_dir=$build_dir/fuzz-corpus/$target
+  mkdir -p "$corpus_dir"
+  log=$build_dir/fuzz-$target.log
+  set +e
+  "$build_dir/fuzz/fuzz_$target" "$corpus_dir" "$seed_dir" \
+    -max_total_time="$seconds" -rss_limit_mb=2048 -malloc_limit_mb=64 -timeout=10 -print_final_stats=1 \
+    -artifact_prefix="$artifact_dir/" >"$log" 2>&1
+  status=$?
+  set -e
 
-if [[ $status -ne 0 ]]; then
-  tail -n 60 "$log" >&2
-  echo "fuzz_open_track failed with status $status; see $log and $artifact_dir" >&2
-  exit "$status"
-fi
-grep -aE '^#[0-9]+[[:space:]]+DONE' "$log" | tail -1 || true
-grep -aE '^stat::number_of_executed_units' "$log" | tail -1 || true
-grep -aE '^Done [0-9]+ runs' "$log" | tail -1 || true
+  if [[ $status -ne 0 ]]; then
+    tail -n 60 "$log" >&2
+    echo "fuzz_$target failed with status $status; see $log and $artifact_dir" >&2
+    exit "$status"
+  fi
+  echo "fuzz_$target:"
+  grep -aE '^stat::number_of_executed_units' "$log" | tail -1 || true
+  grep -aE '^Done [0-9]+ runs' "$log" | tail -1 || true
+done
