@@ -1,6 +1,5 @@
 #include "cli/json_formatter.h"
 
-#include <QJsonDocument>
 
 #include "cli/text_formatter.h"
 #include "engine/genres.h"
@@ -10,81 +9,88 @@
 namespace melos::cli {
 namespace {
 
-QString utf8(const std::string& text) { return QString::fromStdString(text); }
-QString latin1(const std::string& text) { return utf8(latin1ToUtf8(text)); }
-QString unicode(const UnicodeText& text) { return utf8(text.toUtf8()); }
+JsonValue utf8(const std::string& text) { return JsonValue(text); }
+JsonValue latin1(const std::string& text) { return JsonValue(latin1ToUtf8(text)); }
+JsonValue unicode(const UnicodeText& text) { return JsonValue(text.toUtf8()); }
 
-QJsonValue number16(uint16_t value) {
-  return value == kUnsetNumber ? QJsonValue() : QJsonValue(int{value});
+JsonValue number16(uint16_t value) { return value == kUnsetNumber ? JsonValue() : JsonValue(int{value}); }
+
+JsonValue hex(const Bytes& bytes) {
+  static constexpr char kDigits[] = "0123456789abcdef";
+  std::string text;
+  text.reserve(bytes.size() * 2);
+  for (uint8_t byte : bytes) {
+    text += kDigits[byte >> 4];
+    text += kDigits[byte & 15];
+  }
+  return JsonValue(std::move(text));
 }
 
-QString hex(const Bytes& bytes) {
-  return QString::fromLatin1(
-      QByteArray(reinterpret_cast<const char*>(bytes.data()), static_cast<qsizetype>(bytes.size()))
-          .toHex());
+JsonValue kindName(const ID3Tag& track) {
+  if (track.isTagDataFile) return "tdf";
+  if (track.isAiffFile) return "aiff";
+  return "mp3";
 }
 
-QString kindName(const ID3Tag& track) {
-  if (track.isTagDataFile) return QStringLiteral("tdf");
-  if (track.isAiffFile) return QStringLiteral("aiff");
-  return QStringLiteral("mp3");
-}
-
-QJsonValue mpegVersionName(uint8_t versionBits) {
+JsonValue mpegVersionName(uint8_t versionBits) {
   switch (versionBits) {
-    case 3: return QStringLiteral("1");
-    case 2: return QStringLiteral("2");
-    case 0: return QStringLiteral("2.5");
-    default: return QJsonValue();  // the reserved value
+    case 3: return "1";
+    case 2: return "2";
+    case 0: return "2.5";
+    default: return JsonValue();  // the reserved value
   }
 }
 
-QJsonArray pictures(const PicDataArray& pictures) {
-  QJsonArray list;
+JsonValue size(size_t bytes) { return JsonValue(static_cast<int64_t>(bytes)); }
+
+JsonValue pictures(const PicDataArray& pictures) {
+  JsonValue list = JsonValue::array();
   for (const PicData& picture : pictures)
-    list.append(QJsonObject{{"type", utf8(picture.pictureSubtype)},
-                            {"size", static_cast<qint64>(picture.data.size())}});
+    list.append(JsonValue::object().set("type", utf8(picture.pictureSubtype)).set("size", size(picture.data.size())));
   return list;
 }
 
-QJsonArray userTexts(const UserTextArray& texts) {
-  QJsonArray list;
+JsonValue userTexts(const UserTextArray& texts) {
+  JsonValue list = JsonValue::array();
   for (const UserText& text : texts)
-    list.append(QJsonObject{{"description", unicode(text.description)},
-                            {"value", unicode(text.value)}});
+    list.append(JsonValue::object().set("description", unicode(text.description)).set("value", unicode(text.value)));
   return list;
 }
 
-QJsonArray privateFrames(const PrivateDataArray& frames) {
-  QJsonArray list;
+JsonValue privateFrames(const PrivateDataArray& frames) {
+  JsonValue list = JsonValue::array();
   for (const PrivateData& frame : frames)
-    list.append(QJsonObject{{"id", latin1(frame.id)},
-                            {"size", static_cast<qint64>(frame.body.size())}});
+    list.append(JsonValue::object().set("id", latin1(frame.id)).set("size", size(frame.body.size())));
   return list;
+}
+
+// Members in the order written below; the text sorts them.
+JsonValue objectOf(std::initializer_list<std::pair<const char*, JsonValue>> members) {
+  JsonValue object = JsonValue::object();
+  for (const auto& [key, value] : members) object.set(key, value);
+  return object;
 }
 
 }  // namespace
 
-QJsonValue v1Json(const ID3Tag& track) {
-  if (!track.v1Loaded) return QJsonValue();
+JsonValue v1Json(const ID3Tag& track) {
+  if (!track.v1Loaded) return JsonValue();
   const V1Tag& v1 = track.v1;
-  QJsonObject object{
+  return objectOf({
       {"title", latin1(v1.title)},
       {"artist", latin1(v1.artist)},
       {"album", latin1(v1.album)},
       {"year", latin1(v1.year)},
       {"comment", latin1(v1.comment)},
-      {"track", v1.track == kUnsetV1 ? QJsonValue() : QJsonValue(int{v1.track})},
-      {"genre", v1.genre == kUnsetV1 ? QJsonValue() : QJsonValue(int{v1.genre})},
-      {"genreName", v1.genre == kUnsetV1 ? QJsonValue()
-                                         : QJsonValue(utf8(std::string(genreName(v1.genre))))},
-  };
-  return object;
+      {"track", v1.track == kUnsetV1 ? JsonValue() : JsonValue(int{v1.track})},
+      {"genre", v1.genre == kUnsetV1 ? JsonValue() : JsonValue(int{v1.genre})},
+      {"genreName", v1.genre == kUnsetV1 ? JsonValue() : utf8(std::string(genreName(v1.genre)))},
+  });
 }
 
-QJsonValue v2Json(const TagData& tag) {
-  if (!tag.enabled) return QJsonValue();
-  QJsonObject object{
+JsonValue v2Json(const TagData& tag) {
+  if (!tag.enabled) return JsonValue();
+  return objectOf({
       {"title", unicode(tag.title)},
       {"artist", unicode(tag.artist)},
       {"album", unicode(tag.album)},
@@ -119,9 +125,9 @@ QJsonValue v2Json(const TagData& tag) {
       {"recordtime", latin1(tag.recordtime)},
       {"bpm", latin1(tag.bpm)},
       {"initialkey", latin1(tag.initialkey)},
-      {"popularity", QJsonObject{{"email", latin1(tag.popularity.email)},
-                                 {"rate", int{tag.popularity.rate}},
-                                 {"counter", latin1(tag.popularity.counter)}}},
+      {"popularity", objectOf({{"email", latin1(tag.popularity.email)},
+                               {"rate", int{tag.popularity.rate}},
+                               {"counter", latin1(tag.popularity.counter)}})},
       {"podcast", tag.podcast},
       {"podcastid", unicode(tag.podcastid)},
       {"podcastfeed", latin1(tag.podcastfeed)},
@@ -131,65 +137,55 @@ QJsonValue v2Json(const TagData& tag) {
       {"producednotice", latin1(tag.producednotice)},
       {"mood", latin1(tag.mood)},
       {"iswc", latin1(tag.iswc)},
-      {"uniqueid", QJsonObject{{"owner", latin1(tag.uniqueid.owner)},
-                               {"data", hex(tag.uniqueid.data)}}},
-  };
-  return object;
+      {"uniqueid", objectOf({{"owner", latin1(tag.uniqueid.owner)}, {"data", hex(tag.uniqueid.data)}})},
+  });
 }
 
-QJsonValue audioJson(const ID3Tag& track) {
+JsonValue audioJson(const ID3Tag& track) {
   // A tag-data file holds a tag and nothing else.
-  if (track.isTagDataFile) return QJsonValue();
+  if (track.isTagDataFile) return JsonValue();
   const AudioInfo& audio = track.audio;
   const bool aiff = audio.isAiffSound || track.isAiffFile;
-  QJsonValue channels;
-  if (aiff)
-    channels = int{audio.channels};
-  else
-    channels = audio.channelMode == kMono ? 1 : 2;
-  QJsonObject object{
-      {"mpegVersion", aiff ? QJsonValue() : mpegVersionName(audio.version)},
-      {"layer", aiff || audio.layer > 2 ? QJsonValue() : QJsonValue(audio.layer + 1)},
-      {"bitrate", static_cast<qint64>(audio.bitrate)},
+  const JsonValue channels = aiff ? int{audio.channels} : audio.channelMode == kMono ? 1 : 2;
+  return objectOf({
+      {"mpegVersion", aiff ? JsonValue() : mpegVersionName(audio.version)},
+      {"layer", aiff || audio.layer > 2 ? JsonValue() : JsonValue(audio.layer + 1)},
+      {"bitrate", static_cast<int64_t>(audio.bitrate)},
       {"bitrateText", utf8(audio.bitrateText)},
       {"vbr", audio.vbr},
       {"estimated", audio.estimated},
-      {"frames", static_cast<qint64>(audio.frames)},
-      {"duration", static_cast<qint64>(track.duration)},
-      {"sampleRate", static_cast<qint64>(track.sampleRateHz())},
+      {"frames", static_cast<int64_t>(audio.frames)},
+      {"duration", static_cast<int64_t>(track.duration)},
+      {"sampleRate", static_cast<int64_t>(track.sampleRateHz())},
       {"channelMode", utf8(channelModeName(audio.channelMode))},
       {"channels", channels},
-      {"sampleSize", aiff ? QJsonValue(int{audio.sampleSize}) : QJsonValue()},
+      {"sampleSize", aiff ? JsonValue(int{audio.sampleSize}) : JsonValue()},
       {"lame", utf8(encoderName(audio.lame))},
-  };
-  return object;
+  });
 }
 
-QJsonObject trackJson(const QString& path, const ID3Tag& track) {
-  return QJsonObject{
+JsonValue trackJson(const QString& path, const ID3Tag& track) {
+  return objectOf({
       {"path", path},
       {"kind", kindName(track)},
       {"readOnly", track.readOnly},
-      {"fileSize", static_cast<qint64>(track.fileSize)},
+      {"fileSize", static_cast<int64_t>(track.fileSize)},
       {"versions", utf8(track.versionText)},
       {"v2Version", track.tagData.enabled ? track.v2Version : 0},
       {"v1", v1Json(track)},
       {"v2", v2Json(track.tagData)},
       {"audio", audioJson(track)},
-  };
+  });
 }
 
-QJsonObject errorJson(const QString& path, const std::string& error) {
-  return QJsonObject{{"path", path}, {"error", utf8(error)}};
+JsonValue errorJson(const QString& path, const std::string& error) {
+  return objectOf({{"path", path}, {"error", utf8(error)}});
 }
 
-QJsonObject reportJson(const TrackReport& report) {
+JsonValue reportJson(const TrackReport& report) {
   if (!report.opened()) return errorJson(report.path, report.error);
   return trackJson(report.path, *report.track);
 }
 
-QByteArray jsonText(const QJsonArray& reports) {
-  return QJsonDocument(reports).toJson(QJsonDocument::Indented);
-}
 
 }  // namespace melos::cli

@@ -1,7 +1,5 @@
 #include "cli/show_command.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
 #include <algorithm>
 #include <atomic>
 #include <condition_variable>
@@ -24,20 +22,12 @@ struct Shown {
   std::string text;  // the JSON object, the text block, or the cause of a failure
 };
 
-// One array element as QJsonDocument indents it inside the whole array, so
-// that the elements can be written as they come and the document is the same.
-std::string jsonElement(const QJsonObject& object) {
-  QByteArray text = QJsonDocument(QJsonArray{object}).toJson(QJsonDocument::Indented);
-  // "[\n" + element + "\n]\n"
-  return text.mid(2, text.size() - 5).toStdString();
-}
-
 Shown show(const QString& path, const ShowOptions& options, ErrorLog& log) {
   // Nothing of a track is kept past its own output: pictures can be large.
   const TrackReport report = loadTrack(path, options.scanMode, log);
   Shown shown;
   shown.opened = report.opened();
-  if (options.json) shown.text = jsonElement(reportJson(report));
+  if (options.json) shown.text = reportJson(report).arrayElementText();
   else shown.text = report.opened() ? trackText(path.toStdString(), *report.track) : report.error;
   return shown;
 }
