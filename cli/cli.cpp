@@ -6,6 +6,7 @@
 #include "cli/export_command.h"
 #include "cli/from_filename_command.h"
 #include "cli/rename_command.h"
+#include "cli/set_command.h"
 #include "cli/show_command.h"
 #include "cli/tag_commands.h"
 #include "melos_version.h"
@@ -129,6 +130,7 @@ std::string usageText() {
          "  from-filename  show the tag fields that the file names give\n"
          "  convert   rewrite ID3v2 tags at version 2.3 or 2.4\n"
          "  remove    remove the ID3v1, ID3v2 or APE tag\n"
+         "  set       set fields in the tags of many files at once\n"
          "\n"
          "Options:\n"
          "  -h, --help  show this help (after a command: the command's help)\n"
@@ -183,6 +185,7 @@ ExitCode runCli(const QStringList& arguments, std::ostream& out, std::ostream& e
   if (command == QStringLiteral("from-filename")) return runFromFileName(arguments, out, err);
   if (command == QStringLiteral("convert")) return runConvert(arguments, out, err);
   if (command == QStringLiteral("remove")) return runRemove(arguments, out, err);
+  if (command == QStringLiteral("set")) return runSet(arguments, out, err);
   return usageError(err, QStringLiteral("unknown command '%1'").arg(command), usageText());
 }
 

@@ -10,27 +10,11 @@
 #include "engine/tag_removal.h"
 #include "engine/v1_update.h"
 #include "engine/v2_update.h"
+#include "operations/version_loss.h"
 #include "preferences/preferences_controller.h"
 
 namespace melos::cli {
 namespace {
-
-// The fields a 2.3 tag has no frame for, by the names the verification uses.
-std::vector<std::string> lostIn23(const TagData& d) {
-  std::vector<std::string> lost;
-  if (!d.releasetime.empty()) lost.emplace_back("Release time");
-  if (!d.recordtime.empty()) lost.emplace_back("Record time");
-  if (!d.producednotice.empty()) lost.emplace_back("Produced notice");
-  if (!d.mood.empty()) lost.emplace_back("Mood");
-  return lost;
-}
-
-void dropVersion24Fields(TagData& d) {
-  d.releasetime.clear();
-  d.recordtime.clear();
-  d.producednotice.clear();
-  d.mood.clear();
-}
 
 std::string joined(const std::vector<std::string>& names) {
   std::string text;
@@ -100,7 +84,7 @@ ExitCode convertCommand(const QStringList& files, const ConvertOptions& options,
     }
     std::string dropped;
     if (options.version < 4) {
-      const std::vector<std::string> lost = lostIn23(track->tagData);
+      const std::vector<std::string> lost = fieldsLostAtVersion(*track, options.version);
       if (!lost.empty() && !options.force) {
         report.failed(path, "left alone: ID3v2.3 cannot hold " + joined(lost) + " (--force drops them)");
         continue;

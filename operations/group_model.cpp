@@ -1,0 +1,221 @@
+#include "operations/group_model.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "operations/field_checks.h"
+#include "operations/questions.h"
+#include "operations/tag_copy.h"
+
+namespace melos {
+namespace {
+
+constexpr std::array<std::string_view, kGroupFieldCount> kLabels = {
+    "Change V1 title",
+    "Change V1 artist",
+    "Change V1 album",
+    "Change V1 year",
+    "Change V1 comment",
+    "Change V1 genre",
+    "Change V2 title",
+    "Change V2 artist",
+    "Change V2 album",
+    "Change V2 year",
+    "Change V2 genre",
+    "Change V2 comment",
+    "Change V2 composer",
+    "Change V2 original artist",
+    "Change V2 copyright",
+    "Change V2 URL",
+    "Change V2 encoded by",
+    "Change V2 tracks",
+    "Change V2 set and sets (disc number in iTunes)",
+    "Change V2 conductor",
+    "Change V2 lyricist",
+    "Change V2 publisher",
+    "Change V2 orchestra (album artist in iTunes)",
+    "Change V2 content",
+    "Change V2 subtitle",
+    "Change V2 compilation",
+    "Change V2 picture",
+    "Change artist URL",
+    "Change ISRC",
+    "Change release time",
+    "Change recorded time",
+    "Change BPM",
+    "Change initial key",
+    "Change podcast enable",
+    "Change podcast identifier",
+    "Change podcast feed",
+    "Change podcast description",
+};
+
+constexpr size_t kIsrcPrefix = 7;
+constexpr size_t kIsrcLength = 12;
+constexpr size_t kV2YearWidth = 4;
+
+// The decimal number at the start of the text, as a scan for "%d" reads it.
+std::optional<long long> scanNumber(std::u16string_view text) {
+  size_t at = 0;
+  while (at < text.size() && (text[at] == u' ' || (text[at] >= u'\t' && text[at] <= u'\r'))) ++at;
+  bool negative = false;
+  if (at < text.size() && (text[at] == u'-' || text[at] == u'+')) negative = text[at++] == u'-';
+  const size_t digits = at;
+  long long value = 0;
+  for (; at < text.size() && text[at] >= u'0' && text[at] <= u'9'; ++at)
+    value = std::min(value * 10 + (text[at] - u'0'), 999999999999LL);
+  if (at == digits) return std::nullopt;
+  return negative ? -value : value;
+}
+
+}  // namespace
+
+std::string_view changeBoxLabel(GroupField field) noexcept { return kLabels[static_cast<size_t>(field)]; }
+
+bool isV1Field(GroupField field) noexcept { return field <= GroupField::V1Genre; }
+
+uint16_t numberField(std::u16string_view text) {
+  if (text.empty()) return kUnsetNumber;
+  const int value = leadingInt(text);
+  if (value <= 0 || value >= kUnsetNumber) return kUnsetNumber;
+  return static_cast<uint16_t>(value);
+}
+
+std::string incrementedIsrc(std::u16string_view isrc, size_t index) {
+  const std::string typed = latin1Field(isrc);
+  if (isrc.size() <= kIsrcPrefix) return typed;
+  const std::optional<long long> number = scanNumber(isrc.substr(kIsrcPrefix));
+  if (!number) return typed;
+  char digits[32];
+  std::snprintf(digits, sizeof digits, "%05lld", *number + static_cast<long long>(index));
+  std::string result = typed.substr(0, kIsrcPrefix) + digits;
+  if (result.size() > kIsrcLength) result.resize(kIsrcLength);
+  return result;
+}
+
+GroupModel::GroupModel(Tracks tracks) {
+  for (auto& track : tracks) addTrack(std::move(track));
+}
+
+void GroupModel::addTrack(std::unique_ptr<ID3Tag> track) {
+  totalSize_ += track->fileSize;
+  totalLength_ += track->duration;
+  if (!track->tagData.picdata.empty()) imagesExist_ = true;
+  tracks_.push_back(std::move(track));
+}
+
+void GroupModel::resetCheckBoxes() noexcept {
+  boxes_.fill(false);
+  copyV2Details = false;
+  fileName = false;
+  isrcIncrement = false;
+  replacePictures = false;
+}
+
+bool GroupModel::updateV1() const noexcept {
+  if (!enableV1) return false;
+  for (size_t i = 0; i < kGroupFieldCount; ++i)
+    if (boxes_[i] && isV1Field(static_cast<GroupField>(i))) return true;
+  return false;
+}
+
+bool GroupModel::updateV2() const noexcept {
+  if (!enableV2) return false;
+  for (size_t i = 0; i < kGroupFieldCount; ++i)
+    if (boxes_[i] && !isV1Field(static_cast<GroupField>(i))) return true;
+  return false;
+}
+
+void GroupModel::updateV1TagData(ID3Tag& track) const {
+  const GroupValues& v = values;
+  V1Tag& v1 = track.v1;
+  v1.enabled = true;
+  if (changeBox(GroupField::V1Title)) v1.title = v1Field(v.v1Title, kV1TextField);
+  if (changeBox(GroupField::V1Artist)) v1.artist = v1Field(v.v1Artist, kV1TextField);
+  if (changeBox(GroupField::V1Album)) v1.album = v1Field(v.v1Album, kV1TextField);
+  if (changeBox(GroupField::V1Year)) v1.year = v1Field(v.v1Year, kV1YearField);
+  if (changeBox(GroupField::V1Comment)) v1.comment = v1Field(v.v1Comment, kV1CommentField);
+  if (changeBox(GroupField::V1Genre)) v1.genre = v1GenreFor(v.v1Genre);
+}
+
+void GroupModel::updateV2TagData(ID3Tag& track, bool addPicToEnd) const {
+  const GroupValues& v = values;
+  TagData& d = track.tagData;
+  d.enabled = true;
+  const auto text = [this](GroupField field, UnicodeText& to, const std::u16string& from) {
+    if (changeBox(field)) to = storedText(from);
+  };
+  const auto latin = [this](GroupField field, std::string& to, const std::u16string& from) {
+    if (changeBox(field)) to = latin1Field(from);
+  };
+  text(GroupField::V2Title, d.title, v.title);
+  text(GroupField::V2Artist, d.artist, v.artist);
+  text(GroupField::V2Album, d.album, v.album);
+  if (changeBox(GroupField::V2Year)) d.year = v1Field(v.year, kV2YearWidth);
+  text(GroupField::V2Genre, d.genre, v.genre);
+  text(GroupField::V2Comment, d.comment, v.comment);
+  text(GroupField::V2Composer, d.composer, v.composer);
+  text(GroupField::V2OrigArtist, d.origArtist, v.origArtist);
+  text(GroupField::V2Copyright, d.copyright, v.copyright);
+  latin(GroupField::V2Url, d.url, v.url);
+  latin(GroupField::V2EncodedBy, d.encodedBy, v.encodedBy);
+  if (changeBox(GroupField::V2Tracks)) d.tracks = numberField(v.tracks);
+  if (changeBox(GroupField::V2SetAndSets)) {
+    d.set = numberField(v.set);
+    d.sets = numberField(v.sets);
+  }
+  text(GroupField::V2Conductor, d.conductor, v.conductor);
+  text(GroupField::V2Lyricist, d.lyricist, v.lyricist);
+  text(GroupField::V2Publisher, d.publisher, v.publisher);
+  text(GroupField::V2Orchestra, d.orchestra, v.orchestra);
+  text(GroupField::V2Content, d.content, v.content);
+  text(GroupField::V2Subtitle, d.subtitle, v.subtitle);
+  if (changeBox(GroupField::V2Compilation)) d.compilation = v.compilation;
+  if (changeBox(GroupField::V2Picture)) {
+    if (replacePictures) d.picdata.clear();
+    if (v.picture) {
+      if (addPicToEnd) d.picdata.push_back(*v.picture);
+      else d.picdata.insert(d.picdata.begin(), *v.picture);
+    }
+  }
+  latin(GroupField::ArtistUrl, d.artisturl, v.artisturl);
+  latin(GroupField::Isrc, d.isrc, v.isrc);
+  latin(GroupField::ReleaseTime, d.releasetime, v.releasetime);
+  latin(GroupField::RecordTime, d.recordtime, v.recordtime);
+  latin(GroupField::Bpm, d.bpm, v.bpm);
+  latin(GroupField::InitialKey, d.initialkey, v.initialkey);
+  if (changeBox(GroupField::PodcastEnable)) d.podcast = v.podcast;
+  text(GroupField::PodcastId, d.podcastid, v.podcastid);
+  latin(GroupField::PodcastFeed, d.podcastfeed, v.podcastfeed);
+  text(GroupField::PodcastDescription, d.podcastdesc, v.podcastdesc);
+}
+
+void GroupModel::changedV1(bool changed, bool enable) {
+  for (auto& track : tracks_) track->v1Changed = changed;
+  if (enable) enableV1 = true;
+  changedFromFirstTrack();
+}
+
+void GroupModel::changedV2(bool changed, bool enable) {
+  for (auto& track : tracks_) track->v2Changed = changed;
+  if (enable) enableV2 = true;
+  changedFromFirstTrack();
+}
+
+void GroupModel::changedFromFirstTrack() {
+  dirty_ = !tracks_.empty() && (tracks_.front()->v1Changed || tracks_.front()->v2Changed);
+}
+
+void GroupModel::removePicture(Questions& questions) {
+  values.picture.reset();
+  setChangeBox(GroupField::V2Picture, true);
+  changedV2(true, true);
+  if (imagesExist_ && !replacePictures &&
+      askYesNo(questions, "Remove existing images",
+               "Would you like to also remove existing images from the tracks? As just removing the image will "
+               "not by default replace existing images."))
+    replacePictures = true;
+  imagesExist_ = false;
+}
+
+}  // namespace melos

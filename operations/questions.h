@@ -1,0 +1,32 @@
+#pragma once
+// What the update flows ask the user. A question is a title, a message and the
+// names of its buttons in order (the first is the default); the answer is the
+// name of the button chosen. The windows show these as alerts or sheets, the
+// command line answers them from its flags, and tests script them.
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace melos {
+
+inline constexpr std::string_view kYesButton = "Yes";
+inline constexpr std::string_view kNoButton = "No";
+inline constexpr std::string_view kOkButton = "OK";
+inline constexpr std::string_view kSaveButton = "Save";
+inline constexpr std::string_view kDontSaveButton = "Don't save";
+inline constexpr std::string_view kCancelButton = "Cancel";
+
+class Questions {
+ public:
+  virtual ~Questions() = default;
+  virtual std::string ask(const std::string& title, const std::string& message,
+                          const std::vector<std::string>& buttons) = 0;
+};
+
+// "Yes" and "No", in that order; true for "Yes".
+bool askYesNo(Questions& questions, const std::string& title, const std::string& message);
+// An alert with the one button "OK".
+void tell(Questions& questions, const std::string& title, const std::string& message);
+
+}  // namespace melos

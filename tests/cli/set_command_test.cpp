@@ -1,0 +1,410 @@
+// `melos set`: the group update from the command line, its answers from
+// flags, its per-file reports, and every other field of every file kept.
+
+#include "cli/set_command.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <QString>
+#include <sstream>
+
+#include "engine/open_track.h"
+#include "tests/cli/cli_fixtures.h"
+#include "tests/support/fault_injector.h"
+#include "tests/support/id3v1_builder.h"
+#include "tests/support/id3v2_builder.h"
+#include "tests/support/mp3_file_builder.h"
+#include "tests/support/temp_dir.h"
+
+namespace melos::test {
+namespace {
+
+using cli::ExitCode;
+
+ID3Tag reopen(const std::string& path) {
+  ID3Tag track;
+  OpenTrack(track, path, kScanQuick, nullptr, false);
+  return track;
+}
+
+// A tag that differs from file to file and holds frames a save must keep.
+Bytes fileTag(int n) {
+  const std::string k = std::to_string(n);
+  return Id3v2Builder(3)
+      .text("TIT2", Enc::Latin1, "Title " + k)
+      .text("TPE1", Enc::Utf16LE, "\xE6\x97\xA5 Artist " + k)
+      .text("TALB", Enc::Latin1, "Album " + k)
+      .text("TYER", Enc::Latin1, "2001")
+      .text("TRCK", Enc::Latin1, std::to_string(n % 20 + 1) + "/20")
+      .text("TCON", Enc::Latin1, "(17)")
+      .text("TCOM", Enc::Latin1, "Composer " + k)
+      .text("TSRC", Enc::Latin1, "GBAAA" + std::to_string(1000000 + n))
+      .frame(commentFrame(Enc::Latin1, "eng", "", "Comment " + k))
+      .frame(userTextFrame(Enc::Latin1, "NOTE", "note " + k))
+      .frame(pictureFrame(Enc::Latin1, "image/jpeg", 3, "cover", jpegBytes(100 + static_cast<size_t>(n))))
+      .padding(64)
+      .build();
+}
+
+Bytes fileV1(int n) {
+  Id3v1Fields fields;
+  fields.title = "V1 Title " + std::to_string(n);
+  fields.album = "V1 Album";
+  fields.track = static_cast<uint8_t>(n % 20 + 1);
+  fields.genre = 17;
+  return id3v1Tag(fields);
+}
+
+Bytes trackFile(int n) { return mp3File({fileTag(n), cbrAudio(8 + static_cast<size_t>(n % 5)), {}, fileV1(n)}); }
+
+// Everything behind the leading tag: the audio and the V1 tag.
+Bytes behindTag(const Bytes& bytes) {
+  const size_t size = (size_t{bytes[6]} << 21) | (size_t{bytes[7]} << 14) | (size_t{bytes[8]} << 7) | bytes[9];
+  return Bytes(bytes.begin() + static_cast<std::ptrdiff_t>(10 + size), bytes.end());
+}
+
+bool contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
+
+class SetCommandTest : public ::testing::Test {
+ protected:
+  std::string write(const std::string& name, const Bytes& bytes) { return dir.write(name, bytes); }
+
+  CommandResult set(QStringList arguments, const std::vector<std::string>& files) {
+    arguments.prepend(QStringLiteral("set"));
+    arguments << QStringLiteral("--");
+    for (const std::string& file : files) arguments << QString::fromStdString(file);
+    return runMelos(arguments);
+  }
+
+  TempDir dir;
+  TempDir home;
+  // Saves may copy the originals to the trash: a temporary one.
+  ScopedEnv dataHome{"XDG_DATA_HOME", home.path()};
+};
+
+TEST_F(SetCommandTest, AlbumOfTwoHundredFilesAndNothingElse) {
+  constexpr int kFiles = 200;
+  std::vector<std::string> files;
+  std::vector<Bytes> originals;
+  std::vector<TagData> before;
+  std::vector<V1Tag> beforeV1;
+  for (int n = 0; n < kFiles; ++n) {
+    originals.push_back(trackFile(n));
+    files.push_back(write("f" + std::to_string(n) + ".mp3", originals.back()));
+    const ID3Tag track = reopen(files.back());
+    before.push_back(track.tagData);
+    beforeV1.push_back(track.v1);
+  }
+  const CommandResult result = set({"--album", "X"}, files);
+  ASSERT_EQ(result.code, ExitCode::Ok) << result.err;
+  EXPECT_TRUE(result.err.empty()) << result.err;  // no progress bar off a terminal
+  for (int n = 0; n < kFiles; ++n) {
+    const std::string& path = files[static_cast<size_t>(n)];
+    EXPECT_TRUE(contains(result.out, path + ": updated\n")) << path;
+    const ID3Tag after = reopen(path);
+    TagData expected = before[static_cast<size_t>(n)];
+    expected.album = UnicodeText::latin1("X");
+    EXPECT_EQ(after.tagData, expected) << path;
+    EXPECT_EQ(after.v1, beforeV1[static_cast<size_t>(n)]) << path;
+    EXPECT_EQ(after.v2Version, 3);
+    EXPECT_EQ(behindTag(readFile(path)), behindTag(originals[static_cast<size_t>(n)])) << path;
+  }
+}
+
+TEST_F(SetCommandTest, EveryTextOptionSetsItsField) {
+  const std::string path = write("a.mp3", trackFile(1));
+  const CommandResult result =
+      set({"--title", "T", "--artist", "\xC3\xA9\xE4\xB8\xAD", "--year", "1987", "--comment", "C", "--composer", "Co",
+           "--original-artist", "O", "--copyright", "(c)", "--url", "http://u", "--encoded-by", "E", "--conductor",
+           "K", "--lyricist", "L", "--publisher", "P", "--album-artist", "B", "--content", "G", "--subtitle", "S",
+           "--artist-url", "http://a", "--isrc", "CCXXX1500729", "--bpm", "120", "--initial-key", "Am",
+           "--podcast-id", "pid", "--podcast-feed", "http://f", "--podcast-description", "D", "--podcast", "yes",
+           "--compilation", "yes", "--track", "5/9", "--disc", "2/3"},
+          {path});
+  ASSERT_EQ(result.code, ExitCode::Ok) << result.err;
+  const TagData d = reopen(path).tagData;
+  EXPECT_EQ(d.title, UnicodeText::latin1("T"));
+  EXPECT_EQ(d.artist, UnicodeText::utf16(u"\u00e9\u4e2d"));
+  EXPECT_EQ(d.year, "1987");
+  EXPECT_EQ(d.comment, UnicodeText::latin1("C"));
+  EXPECT_EQ(d.composer, UnicodeText::latin1("Co"));
+  EXPECT_EQ(d.origArtist, UnicodeText::latin1("O"));
+  EXPECT_EQ(d.copyright, UnicodeText::latin1("(c)"));
+  EXPECT_EQ(d.url, "http://u");
+  EXPECT_EQ(d.encodedBy, "E");
+  EXPECT_EQ(d.conductor, UnicodeText::latin1("K"));
+  EXPECT_EQ(d.lyricist, UnicodeText::latin1("L"));
+  EXPECT_EQ(d.publisher, UnicodeText::latin1("P"));
+  EXPECT_EQ(d.orchestra, UnicodeText::latin1("B"));
+  EXPECT_EQ(d.content, UnicodeText::latin1("G"));
+  EXPECT_EQ(d.subtitle, UnicodeText::latin1("S"));
+  EXPECT_EQ(d.artisturl, "http://a");
+  EXPECT_EQ(d.isrc, "CCXXX1500729");
+  EXPECT_EQ(d.bpm, "120");
+  EXPECT_EQ(d.initialkey, "Am");
+  EXPECT_EQ(d.podcastid, UnicodeText::latin1("pid"));
+  EXPECT_EQ(d.podcastfeed, "http://f");
+  EXPECT_EQ(d.podcastdesc, UnicodeText::latin1("D"));
+  EXPECT_TRUE(d.podcast);
+  EXPECT_TRUE(d.compilation);
+  EXPECT_EQ(d.track, 5);
+  EXPECT_EQ(d.tracks, 9);
+  EXPECT_EQ(d.set, 2);
+  EXPECT_EQ(d.sets, 3);
+  // The album was not given.
+  EXPECT_EQ(d.album, UnicodeText::latin1("Album 1"));
+}
+
+TEST_F(SetCommandTest, OrchestraIsAnotherNameForAlbumArtist) {
+  const std::string path = write("a.mp3", trackFile(1));
+  ASSERT_EQ(set({"--orchestra", "Band"}, {path}).code, ExitCode::Ok);
+  EXPECT_EQ(reopen(path).tagData.orchestra, UnicodeText::latin1("Band"));
+}
+
+TEST_F(SetCommandTest, GenreNumbersAreSavedAsTheirNames) {
+  const struct {
+    const char* given;
+    const char* stored;
+  } rows[] = {{"17", "Rock"}, {"(8)", "Jazz"}, {"hard rock", "Hard Rock"}, {"Chiptune", "Chiptune"}};
+  for (const auto& row : rows) {
+    const std::string path = write("g.mp3", trackFile(1));
+    const CommandResult result = set({"--genre", row.given}, {path});
+    EXPECT_EQ(result.code, ExitCode::Ok) << row.given << ": " << result.err;
+    EXPECT_EQ(reopen(path).tagData.genre, UnicodeText::latin1(row.stored)) << row.given;
+  }
+}
+
+TEST_F(SetCommandTest, TheV1TagOnlyWithV1OrBoth) {
+  const std::string path = write("a.mp3", trackFile(1));
+  ASSERT_EQ(set({"--v1", "--album", "One", "--genre", "8", "--track", "9"}, {path}).code, ExitCode::Ok);
+  const ID3Tag track = reopen(path);
+  EXPECT_EQ(track.v1.album, "One");
+  EXPECT_EQ(track.v1.genre, 8);
+  EXPECT_EQ(track.v1.track, 9);
+  EXPECT_EQ(track.v1.title, "V1 Title 1");
+  EXPECT_EQ(track.tagData.album, UnicodeText::latin1("Album 1"));
+
+  ASSERT_EQ(set({"--both", "--album", "Two"}, {path}).code, ExitCode::Ok);
+  const ID3Tag both = reopen(path);
+  EXPECT_EQ(both.v1.album, "Two");
+  EXPECT_EQ(both.tagData.album, UnicodeText::latin1("Two"));
+
+  ASSERT_EQ(set({"--album", "Three"}, {path}).code, ExitCode::Ok);
+  const ID3Tag v2 = reopen(path);
+  EXPECT_EQ(v2.v1.album, "Two");
+  EXPECT_EQ(v2.tagData.album, UnicodeText::latin1("Three"));
+}
+
+TEST_F(SetCommandTest, IsrcIncrementFollowsTheFileOrder) {
+  const std::string a = write("a.mp3", trackFile(1));
+  const std::string b = write("b.mp3", trackFile(2));
+  const std::string c = write("c.mp3", trackFile(3));
+  ASSERT_EQ(set({"--isrc", "CCXXX1500729", "--isrc-increment"}, {a, b, c}).code, ExitCode::Ok);
+  EXPECT_EQ(reopen(a).tagData.isrc, "CCXXX1500729");
+  EXPECT_EQ(reopen(b).tagData.isrc, "CCXXX1500730");
+  EXPECT_EQ(reopen(c).tagData.isrc, "CCXXX1500731");
+}
+
+Bytes datedFile() {
+  return mp3File({Id3v2Builder(4)
+                      .text("TIT2", Enc::Latin1, "Dated")
+                      .text("TDRC", Enc::Latin1, "2004-05-06")
+                      .text("TMOO", Enc::Latin1, "Calm")
+                      .build(),
+                  cbrAudio(8), {}, {}});
+}
+
+TEST_F(SetCommandTest, AFieldTheVersionCannotHoldLeavesThatFileAlone) {
+  const std::string dated = write("dated.mp3", datedFile());
+  const std::string plain = write("plain.mp3", trackFile(1));
+  const Bytes original = readFile(dated);
+  const CommandResult refused = set({"--version", "3", "--title", "New"}, {dated, plain});
+  EXPECT_EQ(refused.code, ExitCode::Failure);
+  EXPECT_TRUE(contains(refused.err, dated + ": left alone: ID3v2.3 cannot hold Record time, Mood (--force drops them)"))
+      << refused.err;
+  EXPECT_EQ(readFile(dated), original);
+  EXPECT_TRUE(contains(refused.out, plain + ": updated")) << refused.out;
+
+  for (const char* flag : {"--force", "--yes"}) {
+    const std::string copy = write(std::string("copy") + flag + ".mp3", datedFile());
+    const CommandResult dropped = set({"--version", "3", "--title", "New", flag}, {copy});
+    EXPECT_EQ(dropped.code, ExitCode::Ok) << dropped.err;
+    EXPECT_TRUE(contains(dropped.out, "updated, dropped Record time, Mood")) << dropped.out;
+    const ID3Tag saved = reopen(copy);
+    EXPECT_EQ(saved.v2Version, 3);
+    EXPECT_TRUE(saved.tagData.recordtime.empty());
+    EXPECT_EQ(saved.tagData.title, UnicodeText::latin1("New"));
+  }
+}
+
+TEST_F(SetCommandTest, ATagThatDoesNotVerifyStopsTheRunUnlessYes) {
+  // "((x" is saved as it stands and read back as "(x".
+  const std::string a = write("a.mp3", trackFile(1));
+  const std::string b = write("b.mp3", trackFile(2));
+  const Bytes bBefore = readFile(b);
+  const CommandResult stopped = set({"--genre", "((x"}, {a, b});
+  EXPECT_EQ(stopped.code, ExitCode::Failure);
+  EXPECT_TRUE(contains(stopped.err, a + ": written, but the saved tag does not verify")) << stopped.err;
+  EXPECT_TRUE(contains(stopped.err, "(110:Genre)")) << stopped.err;
+  EXPECT_TRUE(contains(stopped.err, b + ": not updated: the run stopped at an earlier failure")) << stopped.err;
+  EXPECT_EQ(readFile(b), bBefore);
+
+  const CommandResult passed = set({"--genre", "((x", "--yes"}, {a, b});
+  EXPECT_EQ(passed.code, ExitCode::Ok) << passed.err;
+  EXPECT_TRUE(contains(passed.out, b + ": updated, although the saved tag does not verify")) << passed.out;
+}
+
+TEST_F(SetCommandTest, PicturesAddedReplacedAndRemoved) {
+  const std::string picture = write("cover.png", pngBytes(80));
+  const std::string path = write("a.mp3", trackFile(1));
+  ASSERT_EQ(set({"--picture", QString::fromStdString(picture)}, {path}).code, ExitCode::Ok);
+  TagData d = reopen(path).tagData;
+  ASSERT_EQ(d.picdata.size(), 2u);
+  EXPECT_EQ(d.picdata[1].pictureSubtype, "png");
+  EXPECT_EQ(d.picdata[1].data, pngBytes(80));
+
+  ASSERT_EQ(set({"--picture", QString::fromStdString(picture), "--remove-pictures"}, {path}).code, ExitCode::Ok);
+  d = reopen(path).tagData;
+  ASSERT_EQ(d.picdata.size(), 1u);
+  EXPECT_EQ(d.picdata[0].pictureSubtype, "png");
+
+  ASSERT_EQ(set({"--remove-pictures"}, {path}).code, ExitCode::Ok);
+  EXPECT_TRUE(reopen(path).tagData.picdata.empty());
+}
+
+TEST_F(SetCommandTest, FromFileNameAndRenameEachWithTheirFormat) {
+  const std::string path = write("Artist - 04 Named.mp3", trackFile(1));
+  const CommandResult result =
+      set({"--from-filename", "--format", "%A - %N %T", "--rename", "--format", "%n %T (new)"}, {path});
+  ASSERT_EQ(result.code, ExitCode::Ok) << result.err;
+  const std::string renamed = dir.file("04 Named (new).mp3");
+  EXPECT_TRUE(contains(result.out, path + ": updated, renamed to " + renamed)) << result.out;
+  const ID3Tag track = reopen(renamed);
+  EXPECT_EQ(track.tagData.title, UnicodeText::latin1("Named"));
+  EXPECT_EQ(track.tagData.track, 4);
+  EXPECT_EQ(track.tagData.tracks, 20);  // kept: it was set
+  EXPECT_EQ(track.tagData.artist, reopen(write("ref.mp3", trackFile(1))).tagData.artist);
+}
+
+TEST_F(SetCommandTest, V2ForV1FillsTheV1Tag) {
+  const std::string path = write("a.mp3", trackFile(3));
+  ASSERT_EQ(set({"--v2-for-v1"}, {path}).code, ExitCode::Ok);
+  const ID3Tag track = reopen(path);
+  EXPECT_EQ(track.v1.title, "Title 3");
+  EXPECT_EQ(track.v1.album, "Album 3");
+  EXPECT_EQ(track.v1.track, 4);
+  EXPECT_EQ(track.tagData.title, UnicodeText::latin1("Title 3"));
+}
+
+TEST_F(SetCommandTest, AFileThatCannotBeOpenedIsReportedAndTheOthersAreDone) {
+  const std::string good = write("a.mp3", trackFile(1));
+  const std::string missing = dir.file("missing.mp3");
+  const CommandResult result = set({"--album", "Y"}, {missing, good});
+  EXPECT_EQ(result.code, ExitCode::Failure);
+  EXPECT_TRUE(contains(result.err, "melos: " + missing + ": ")) << result.err;
+  EXPECT_EQ(reopen(good).tagData.album, UnicodeText::latin1("Y"));
+}
+
+TEST_F(SetCommandTest, AReadOnlyFileIsPassedOver) {
+  if (::geteuid() == 0) GTEST_SKIP() << "the superuser may write any file";
+  const std::string locked = write("locked.mp3", trackFile(1));
+  const std::string open = write("open.mp3", trackFile(2));
+  ASSERT_EQ(::chmod(locked.c_str(), 0444), 0);
+  const Bytes before = readFile(locked);
+  const CommandResult result = set({"--album", "Z"}, {locked, open});
+  EXPECT_EQ(result.code, ExitCode::Failure);
+  EXPECT_TRUE(contains(result.err, locked + ": left alone: the file may not be written")) << result.err;
+  EXPECT_EQ(readFile(locked), before);
+  EXPECT_EQ(reopen(open).tagData.album, UnicodeText::latin1("Z"));
+}
+
+TEST_F(SetCommandTest, UsageErrors) {
+  const std::string path = write("a.mp3", trackFile(1));
+  const struct {
+    QStringList arguments;
+    const char* message;
+  } rows[] = {
+      {{}, "set: give a field to set"},
+      {{"--rename"}, "set: give a field to set"},
+      {{"--v1", "--v2", "--album", "A"}, "give at most one of --v1, --v2 and --both"},
+      {{"--v1", "--composer", "C"}, "--composer is a V2 field"},
+      {{"--v1", "--disc", "1"}, "are V2 fields"},
+      {{"--isrc-increment", "--album", "A"}, "--isrc-increment needs --isrc"},
+      {{"--format", "%T", "--from-filename"}, "--format must follow --from-filename or --rename"},
+      {{"--version", "5", "--album", "A"}, "--version must be 3 or 4"},
+      {{"--track", "0", "--album", "A"}, "--track takes N or N/M"},
+      {{"--disc", "1/x"}, "--disc takes N or N/M"},
+      {{"--compilation", "maybe"}, "--compilation takes yes or no"},
+      {{"--picture", QString::fromStdString(dir.file("missing.png"))}, "cannot read the picture"},
+      {{"--picture", QString::fromStdString(path)}, "is not a JPEG, PNG, GIF, TIFF or BMP picture"},
+      {{"--nonsense"}, "Unknown option 'nonsense'"},
+  };
+  const Bytes before = readFile(path);
+  for (const auto& row : rows) {
+    const CommandResult result = set(row.arguments, {path});
+    EXPECT_EQ(result.code, ExitCode::Usage) << row.message;
+    EXPECT_TRUE(contains(result.err, row.message)) << result.err;
+    EXPECT_TRUE(contains(result.err, "Usage: melos set")) << row.message;
+  }
+  EXPECT_EQ(readFile(path), before);
+  const CommandResult noFile = runMelos({"set", "--album", "A"});
+  EXPECT_EQ(noFile.code, ExitCode::Usage);
+  EXPECT_TRUE(contains(noFile.err, "set: no FILE given"));
+}
+
+TEST_F(SetCommandTest, AFormatValueIsNeverTakenForAnOption) {
+  const std::string path = write("01 Song.mp3", trackFile(1));
+  // "--rename" here is the title's text, so the --format follows no option.
+  const CommandResult result = set({"--title", "--rename", "--format", "%T"}, {path});
+  EXPECT_EQ(result.code, ExitCode::Usage) << result.err;
+}
+
+TEST_F(SetCommandTest, HelpListsTheCommandAndItsOptions) {
+  const CommandResult help = runMelos({"set", "--help"});
+  EXPECT_EQ(help.code, ExitCode::Ok);
+  for (const char* option : {"--v1", "--both", "--title", "--genre", "--track N[/M]", "--disc N[/M]", "--composer",
+                             "--original-artist", "--copyright", "--url", "--encoded-by", "--conductor",
+                             "--lyricist", "--publisher", "--album-artist", "--content", "--subtitle",
+                             "--artist-url", "--bpm", "--initial-key", "--release-time", "--record-time",
+                             "--compilation yes|no", "--podcast yes|no", "--podcast-id", "--podcast-feed",
+                             "--podcast-description", "--isrc X", "--isrc-increment", "--picture FILE",
+                             "--remove-pictures", "--from-filename [--format F]", "--v2-for-v1",
+                             "--rename [--format F]", "--version 3|4", "--yes", "--force"})
+    EXPECT_TRUE(contains(help.out, option)) << option;
+  EXPECT_TRUE(contains(runMelos({"--help"}).out, "  set       "));
+}
+
+TEST_F(SetCommandTest, ProgressBarOnTheErrorStreamWhenAsked) {
+  const std::string a = write("a.mp3", trackFile(1));
+  const std::string b = write("b.mp3", trackFile(2));
+  cli::SetOptions options;
+  options.texts["album"] = QStringLiteral("P");
+  options.progress = true;
+  std::ostringstream out, err;
+  EXPECT_EQ(cli::setCommand(qpaths({a, b}), options, out, err), ExitCode::Ok);
+  const std::string bar = err.str();
+  EXPECT_TRUE(contains(bar, "\r[" + std::string(30, '.') + "] 0/2")) << bar;
+  EXPECT_TRUE(contains(bar, "\r[" + std::string(15, '#') + std::string(15, '.') + "] 1/2")) << bar;
+  EXPECT_TRUE(contains(bar, "] 2/2")) << bar;
+  // The bar is gone at the end, and from before each file's line.
+  EXPECT_TRUE(bar.ends_with("\r\033[K")) << bar;
+  EXPECT_EQ(out.str(), a + ": updated\n" + b + ": updated\n");
+
+  // One file: no bar.
+  std::ostringstream out1, err1;
+  EXPECT_EQ(cli::setCommand(qpaths({a}), options, out1, err1), ExitCode::Ok);
+  EXPECT_TRUE(err1.str().empty());
+}
+
+TEST(GenreTextTest, NumbersAndNames) {
+  EXPECT_EQ(cli::genreText("0"), "Blues");
+  EXPECT_EQ(cli::genreText("(79)"), "Hard Rock");
+  EXPECT_EQ(cli::genreText("80"), "80");
+  EXPECT_EQ(cli::genreText("(17)Rock"), "(17)Rock");
+  EXPECT_EQ(cli::genreText("OTHER"), "Other");
+  EXPECT_EQ(cli::genreText(""), "");
+}
+
+}  // namespace
+}  // namespace melos::test

@@ -1,0 +1,375 @@
+// The group editor's model: its change boxes, the copy of the checked fields
+// into a track, the ISRC increment and the picture rules, without files.
+
+#include "operations/group_model.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "tests/operations/update_fixtures.h"
+#include "tests/support/tag_fixtures.h"
+
+namespace melos {
+namespace {
+
+using test::ScriptedQuestions;
+
+std::unique_ptr<ID3Tag> trackWith(const TagData& data) {
+  auto track = std::make_unique<ID3Tag>();
+  track->isMp3File = true;
+  track->tagData = data;
+  track->v1.enabled = true;
+  track->v1.title = "Old title";
+  track->v1.artist = "Old artist";
+  track->v1.album = "Old album";
+  track->v1.year = "1990";
+  track->v1.comment = "Old comment";
+  track->v1.track = 4;
+  track->v1.genre = 0;
+  return track;
+}
+
+TEST(GroupModelTest, ChangeBoxLabelsInWindowOrder) {
+  const std::vector<std::string_view> expected = {
+      "Change V1 title", "Change V1 artist", "Change V1 album", "Change V1 year", "Change V1 comment",
+      "Change V1 genre", "Change V2 title", "Change V2 artist", "Change V2 album", "Change V2 year",
+      "Change V2 genre", "Change V2 comment", "Change V2 composer", "Change V2 original artist",
+      "Change V2 copyright", "Change V2 URL", "Change V2 encoded by", "Change V2 tracks",
+      "Change V2 set and sets (disc number in iTunes)", "Change V2 conductor", "Change V2 lyricist",
+      "Change V2 publisher", "Change V2 orchestra (album artist in iTunes)", "Change V2 content",
+      "Change V2 subtitle", "Change V2 compilation", "Change V2 picture", "Change artist URL", "Change ISRC",
+      "Change release time", "Change recorded time", "Change BPM", "Change initial key", "Change podcast enable",
+      "Change podcast identifier", "Change podcast feed", "Change podcast description"};
+  ASSERT_EQ(expected.size(), kGroupFieldCount);
+  for (size_t i = 0; i < kGroupFieldCount; ++i) {
+    const auto field = static_cast<GroupField>(i);
+    EXPECT_EQ(changeBoxLabel(field), expected[i]);
+    EXPECT_EQ(isV1Field(field), i < 6) << expected[i];
+  }
+}
+
+TEST(GroupModelTest, UpdateNeedsTheEnableBoxAndOneChangeBoxOfThatVersion) {
+  GroupModel model;
+  EXPECT_FALSE(model.updateV1());
+  EXPECT_FALSE(model.updateV2());
+  model.setChangeBox(GroupField::V1Genre, true);
+  EXPECT_FALSE(model.updateV1());  // enable box off
+  model.enableV1 = true;
+  EXPECT_TRUE(model.updateV1());
+  EXPECT_FALSE(model.updateV2());  // a V1 box does not count for V2
+  model.enableV2 = true;
+  EXPECT_FALSE(model.updateV2());
+  model.setChangeBox(GroupField::PodcastDescription, true);
+  EXPECT_TRUE(model.updateV2());
+  model.setChangeBox(GroupField::V1Genre, false);
+  EXPECT_FALSE(model.updateV1());
+}
+
+struct V2Case {
+  GroupField field;
+  std::function<void(GroupValues&)> setValue;
+  std::function<void(TagData&)> expect;
+};
+
+// One row per V2 change box: the value typed, and what the track's tag data
+// becomes. Everything else of the track must stay as it was.
+std::vector<V2Case> v2Cases() {
+  const auto latin = [](const char* text) { return UnicodeText::latin1(text); };
+  return {
+      {GroupField::V2Title, [](GroupValues& v) { v.title = u"New"; }, [&](TagData& d) { d.title = latin("New"); }},
+      {GroupField::V2Artist, [](GroupValues& v) { v.artist = u"\u4e2d"; },
+       [](TagData& d) { d.artist = UnicodeText::utf16(u"\u4e2d"); }},
+      {GroupField::V2Album, [](GroupValues& v) { v.album = u"X"; }, [&](TagData& d) { d.album = latin("X"); }},
+      {GroupField::V2Year, [](GroupValues& v) { v.year = u"2024-05"; }, [](TagData& d) { d.year = "2024"; }},
+      {GroupField::V2Genre, [](GroupValues& v) { v.genre = u"Jazz"; }, [&](TagData& d) { d.genre = latin("Jazz"); }},
+      {GroupField::V2Comment, [](GroupValues& v) { v.comment = u""; }, [](TagData& d) { d.comment = {}; }},
+      {GroupField::V2Composer, [](GroupValues& v) { v.composer = u"C"; },
+       [&](TagData& d) { d.composer = latin("C"); }},
+      {GroupField::V2OrigArtist, [](GroupValues& v) { v.origArtist = u"O"; },
+       [&](TagData& d) { d.origArtist = latin("O"); }},
+      {GroupField::V2Copyright, [](GroupValues& v) { v.copyright = u"(c)"; },
+       [&](TagData& d) { d.copyright = latin("(c)"); }},
+      {GroupField::V2Url, [](GroupValues& v) { v.url = u"http://u/\u4e2d"; }, [](TagData& d) { d.url = "http://u/?"; }},
+      {GroupField::V2EncodedBy, [](GroupValues& v) { v.encodedBy = u"E"; }, [](TagData& d) { d.encodedBy = "E"; }},
+      {GroupField::V2Tracks, [](GroupValues& v) { v.tracks = u"20"; }, [](TagData& d) { d.tracks = 20; }},
+      {GroupField::V2SetAndSets,
+       [](GroupValues& v) {
+         v.set = u"2";
+         v.sets = u"";
+       },
+       [](TagData& d) {
+         d.set = 2;
+         d.sets = kUnsetNumber;
+       }},
+      {GroupField::V2Conductor, [](GroupValues& v) { v.conductor = u"K"; },
+       [&](TagData& d) { d.conductor = latin("K"); }},
+      {GroupField::V2Lyricist, [](GroupValues& v) { v.lyricist = u"L"; }, [&](TagData& d) { d.lyricist = latin("L"); }},
+      {GroupField::V2Publisher, [](GroupValues& v) { v.publisher = u"P"; },
+       [&](TagData& d) { d.publisher = latin("P"); }},
+      {GroupField::V2Orchestra, [](GroupValues& v) { v.orchestra = u"B"; },
+       [&](TagData& d) { d.orchestra = latin("B"); }},
+      {GroupField::V2Content, [](GroupValues& v) { v.content = u"G"; }, [&](TagData& d) { d.content = latin("G"); }},
+      {GroupField::V2Subtitle, [](GroupValues& v) { v.subtitle = u"S"; }, [&](TagData& d) { d.subtitle = latin("S"); }},
+      {GroupField::V2Compilation, [](GroupValues& v) { v.compilation = false; },
+       [](TagData& d) { d.compilation = false; }},
+      {GroupField::ArtistUrl, [](GroupValues& v) { v.artisturl = u"http://a"; },
+       [](TagData& d) { d.artisturl = "http://a"; }},
+      {GroupField::Isrc, [](GroupValues& v) { v.isrc = u"CCXXX1500729"; }, [](TagData& d) { d.isrc = "CCXXX1500729"; }},
+      {GroupField::ReleaseTime, [](GroupValues& v) { v.releasetime = u"2020"; },
+       [](TagData& d) { d.releasetime = "2020"; }},
+      {GroupField::RecordTime, [](GroupValues& v) { v.recordtime = u"2019-01-02"; },
+       [](TagData& d) { d.recordtime = "2019-01-02"; }},
+      {GroupField::Bpm, [](GroupValues& v) { v.bpm = u"98"; }, [](TagData& d) { d.bpm = "98"; }},
+      {GroupField::InitialKey, [](GroupValues& v) { v.initialkey = u"Am"; }, [](TagData& d) { d.initialkey = "Am"; }},
+      {GroupField::PodcastEnable, [](GroupValues& v) { v.podcast = false; }, [](TagData& d) { d.podcast = false; }},
+      {GroupField::PodcastId, [](GroupValues& v) { v.podcastid = u"pid"; },
+       [&](TagData& d) { d.podcastid = latin("pid"); }},
+      {GroupField::PodcastFeed, [](GroupValues& v) { v.podcastfeed = u"http://f"; },
+       [](TagData& d) { d.podcastfeed = "http://f"; }},
+      {GroupField::PodcastDescription, [](GroupValues& v) { v.podcastdesc = u"D"; },
+       [&](TagData& d) { d.podcastdesc = latin("D"); }},
+  };
+}
+
+TEST(GroupModelTest, EachV2BoxCopiesItsFieldAndNothingElse) {
+  const std::vector<V2Case> cases = v2Cases();
+  // Every V2 box but the picture box has its row.
+  EXPECT_EQ(cases.size(), kGroupFieldCount - 6 - 1);
+  for (const V2Case& c : cases) {
+    GroupModel model;
+    // Every value is typed, but only one box is on.
+    for (const V2Case& other : cases) other.setValue(model.values);
+    model.setChangeBox(c.field, true);
+    const TagData before = test::fullTagData(false);
+    auto track = trackWith(before);
+    const V1Tag v1Before = track->v1;
+    model.updateV2TagData(*track, true);
+    TagData expected = before;
+    c.expect(expected);
+    EXPECT_EQ(track->tagData, expected) << changeBoxLabel(c.field);
+    EXPECT_EQ(track->v1, v1Before) << changeBoxLabel(c.field);
+  }
+}
+
+TEST(GroupModelTest, NoBoxLeavesTheTrackAsItWas) {
+  GroupModel model;
+  for (const V2Case& c : v2Cases()) c.setValue(model.values);
+  model.values.v1Title = u"new";
+  model.values.picture = PicData{test::pngBytes(20), "png"};
+  const TagData before = test::fullTagData(true);
+  auto track = trackWith(before);
+  const V1Tag v1Before = track->v1;
+  model.updateV2TagData(*track, true);
+  model.updateV1TagData(*track);
+  EXPECT_EQ(track->tagData, before);
+  EXPECT_EQ(track->v1, v1Before);
+}
+
+TEST(GroupModelTest, TextIsUnicodeOnlyWhenLatin1StorageCannotKeepIt) {
+  GroupModel model;
+  model.setChangeBox(GroupField::V2Title, true);
+  auto track = trackWith({});
+  const struct {
+    std::u16string typed;
+    UnicodeText stored;
+  } rows[] = {
+      {u"Plain", UnicodeText::latin1("Plain")},
+      {u"\u00c7a", UnicodeText::latin1("\xC7" "a")},  // 199: kept as Latin-1
+      {u"Caf\u00e9", UnicodeText::utf16(u"Caf\u00e9")},  // 233: above what Latin-1 storage keeps
+      {u"\u65e5\u672c", UnicodeText::utf16(u"\u65e5\u672c")},
+  };
+  for (const auto& row : rows) {
+    model.values.title = row.typed;
+    model.updateV2TagData(*track, true);
+    EXPECT_EQ(track->tagData.title, row.stored);
+  }
+  EXPECT_TRUE(track->tagData.enabled);
+}
+
+TEST(GroupModelTest, V1FieldsAreCutToTheirWidths) {
+  GroupModel model;
+  for (size_t i = 0; i < 6; ++i) model.setChangeBox(static_cast<GroupField>(i), true);
+  model.values.v1Title = std::u16string(31, u't');
+  model.values.v1Artist = u"\u00c4rtist";
+  model.values.v1Album = std::u16string(30, u'a');
+  model.values.v1Year = u"19995";
+  model.values.v1Comment = std::u16string(30, u'c');
+  model.values.v1Genre = u"Hard Rock";
+  auto track = trackWith({});
+  track->v1.track = 9;
+  model.updateV1TagData(*track);
+  EXPECT_EQ(track->v1.title, std::string(30, 't'));
+  EXPECT_EQ(track->v1.artist, "\xC4rtist");
+  EXPECT_EQ(track->v1.album, std::string(30, 'a'));
+  EXPECT_EQ(track->v1.year, "1999");
+  EXPECT_EQ(track->v1.comment, std::string(29, 'c'));
+  EXPECT_EQ(track->v1.genre, 79);
+  EXPECT_EQ(track->v1.track, 9);  // no box: kept
+
+  model.values.v1Genre = u"No such genre";
+  model.updateV1TagData(*track);
+  EXPECT_EQ(track->v1.genre, 12);  // "Other"
+}
+
+TEST(GroupModelTest, NumberFields) {
+  EXPECT_EQ(numberField(u""), kUnsetNumber);
+  EXPECT_EQ(numberField(u"12"), 12);
+  EXPECT_EQ(numberField(u" 7x"), 7);
+  EXPECT_EQ(numberField(u"0"), kUnsetNumber);
+  EXPECT_EQ(numberField(u"-3"), kUnsetNumber);
+  EXPECT_EQ(numberField(u"65534"), 65534);
+  EXPECT_EQ(numberField(u"65535"), kUnsetNumber);
+  EXPECT_EQ(numberField(u"abc"), kUnsetNumber);
+}
+
+TEST(GroupModelTest, IsrcIncrement) {
+  const struct {
+    std::u16string typed;
+    size_t index;
+    std::string expected;
+  } rows[] = {
+      {u"CCXXX1500729", 0, "CCXXX1500729"},
+      {u"CCXXX1500729", 1, "CCXXX1500730"},
+      {u"CCXXX1500729", 2, "CCXXX1500731"},
+      {u"CCXXX15", 5, "CCXXX15"},             // 7 characters: copied as typed
+      {u"CC", 3, "CC"},
+      {u"CCXXX15ABCDE", 1, "CCXXX15ABCDE"},   // no number to read
+      {u"CCXXX1599999", 1, "CCXXX1510000"},   // "100000" cut to 12 characters
+      {u"CCXXX15 0012", 3, "CCXXX1500015"},   // blanks before the number are skipped
+      {u"CCXXX1512", 1, "CCXXX1500013"},
+  };
+  for (const auto& row : rows)
+    EXPECT_EQ(incrementedIsrc(row.typed, row.index), row.expected) << row.expected;
+}
+
+TEST(GroupModelTest, PictureIsAddedAtTheEndOrTheStart) {
+  GroupModel model;
+  model.setChangeBox(GroupField::V2Picture, true);
+  const PicData added{test::pngBytes(24), "png"};
+  model.values.picture = added;
+  const TagData before = test::fullTagData(false);
+
+  auto atEnd = trackWith(before);
+  model.updateV2TagData(*atEnd, true);
+  ASSERT_EQ(atEnd->tagData.picdata.size(), 3u);
+  EXPECT_EQ(atEnd->tagData.picdata.back(), added);
+  EXPECT_EQ(atEnd->tagData.picdata[0], before.picdata[0]);
+
+  auto atStart = trackWith(before);
+  model.updateV2TagData(*atStart, false);
+  ASSERT_EQ(atStart->tagData.picdata.size(), 3u);
+  EXPECT_EQ(atStart->tagData.picdata.front(), added);
+
+  model.replacePictures = true;
+  auto replaced = trackWith(before);
+  model.updateV2TagData(*replaced, true);
+  EXPECT_EQ(replaced->tagData.picdata, PicDataArray{added});
+
+  // The replace box with no picture in the window removes them all.
+  model.values.picture.reset();
+  auto emptied = trackWith(before);
+  model.updateV2TagData(*emptied, true);
+  EXPECT_TRUE(emptied->tagData.picdata.empty());
+
+  // Without the replace box, no picture in the window changes nothing.
+  model.replacePictures = false;
+  auto kept = trackWith(before);
+  model.updateV2TagData(*kept, true);
+  EXPECT_EQ(kept->tagData.picdata, before.picdata);
+}
+
+TEST(GroupModelTest, ChangedMarksEveryTrackAndTheDirtyMarkFollowsTheFirst) {
+  GroupModel model;
+  model.addTrack(trackWith({}));
+  model.addTrack(trackWith({}));
+  EXPECT_FALSE(model.isDirty());
+  model.changedV1(true, false);
+  EXPECT_TRUE(model.tracks()[0]->v1Changed);
+  EXPECT_TRUE(model.tracks()[1]->v1Changed);
+  EXPECT_FALSE(model.enableV1);
+  EXPECT_TRUE(model.isDirty());
+  model.changedV2(true, true);
+  EXPECT_TRUE(model.enableV2);
+  EXPECT_TRUE(model.tracks()[1]->v2Changed);
+  model.changedV1(false, false);
+  EXPECT_TRUE(model.isDirty());  // V2 still changed
+  model.changedV2(false, false);
+  EXPECT_FALSE(model.isDirty());
+  EXPECT_TRUE(model.enableV2);  // turning flags off leaves the boxes
+}
+
+TEST(GroupModelTest, TotalsOfSizeAndLength) {
+  GroupModel model;
+  auto a = trackWith({});
+  a->fileSize = 1000;
+  a->duration = 61;
+  auto b = trackWith({});
+  b->fileSize = 24;
+  b->duration = 1;
+  model.addTrack(std::move(a));
+  model.addTrack(std::move(b));
+  EXPECT_EQ(model.totalSize(), 1024u);
+  EXPECT_EQ(model.totalLength(), 62u);
+}
+
+TEST(GroupModelTest, RemovingThePictureAsksOnceAboutTheTracksImages) {
+  for (const std::string answer : {"Yes", "No"}) {
+    GroupModel model;
+    model.addTrack(trackWith(test::fullTagData(false)));  // has pictures
+    model.values.picture = PicData{test::pngBytes(10), "png"};
+    ASSERT_TRUE(model.imagesExist());
+    ScriptedQuestions questions;
+    questions.answer("Remove existing images", {answer});
+    model.removePicture(questions);
+    EXPECT_FALSE(model.values.picture.has_value());
+    EXPECT_TRUE(model.changeBox(GroupField::V2Picture));
+    EXPECT_TRUE(model.enableV2);
+    EXPECT_TRUE(model.tracks()[0]->v2Changed);
+    EXPECT_EQ(model.replacePictures, answer == "Yes");
+    const auto asked = questions.askedTitled("Remove existing images");
+    ASSERT_EQ(asked.size(), 1u);
+    EXPECT_EQ(asked[0].message,
+              "Would you like to also remove existing images from the tracks? As just removing the image will not "
+              "by default replace existing images.");
+    EXPECT_EQ(asked[0].buttons, (std::vector<std::string>{"Yes", "No"}));
+    EXPECT_FALSE(model.imagesExist());
+    model.removePicture(questions);
+    EXPECT_EQ(questions.asked().size(), 1u);  // not asked again
+  }
+}
+
+TEST(GroupModelTest, RemovingThePictureAsksNothingWhenNoTrackHasImagesOrReplaceIsOn) {
+  ScriptedQuestions questions;
+  GroupModel none;
+  none.addTrack(trackWith({}));
+  none.removePicture(questions);
+  GroupModel replacing;
+  replacing.addTrack(trackWith(test::fullTagData(false)));
+  replacing.replacePictures = true;
+  replacing.removePicture(questions);
+  EXPECT_TRUE(questions.asked().empty());
+}
+
+TEST(GroupModelTest, ResetCheckBoxesTurnsEveryBoxOff) {
+  GroupModel model;
+  for (size_t i = 0; i < kGroupFieldCount; ++i) model.setChangeBox(static_cast<GroupField>(i), true);
+  model.copyV2Details = model.fileName = model.isrcIncrement = model.replacePictures = true;
+  model.enableV1 = model.enableV2 = true;
+  model.resetCheckBoxes();
+  for (size_t i = 0; i < kGroupFieldCount; ++i) EXPECT_FALSE(model.changeBox(static_cast<GroupField>(i)));
+  EXPECT_FALSE(model.copyV2Details || model.fileName || model.isrcIncrement || model.replacePictures);
+  EXPECT_TRUE(model.enableV1 && model.enableV2);
+}
+
+TEST(GroupModelTest, HelpTexts) {
+  EXPECT_EQ(kReplacePicturesHelp,
+            "Replace all existing images with the current image (if no image is present then remove all images)");
+  EXPECT_EQ(kCopyV2DetailsHelp, "For each track, use the tag details from ID3 v2 for ID3 v1");
+  EXPECT_EQ(kIsrcIncrementHelp,
+            "When checked, the first track will use the ISRC and the next track will use the ISRC + 1 e.g. for an "
+            "ISRC of CCXXX1500729 the next track would be CCXXX1500730");
+}
+
+}  // namespace
+}  // namespace melos

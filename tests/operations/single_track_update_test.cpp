@@ -1,0 +1,576 @@
+// The single-track editor without its window: the update in its order of
+// steps with every question and alert, the copies between the tag versions,
+// revert, and moving through a set of tracks.
+
+#include "operations/single_track_update.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <stdexcept>
+
+#include "engine/log.h"
+#include "tests/operations/update_fixtures.h"
+#include "tests/support/fault_injector.h"
+#include "tests/support/log_capture.h"
+
+namespace melos {
+namespace {
+
+using test::Asked;
+using test::readFile;
+
+class RecordingView : public EditorView {
+ public:
+  void updateV1TagData(ID3Tag& track) override {
+    calls.push_back("updateV1TagData");
+    if (editV1) editV1(track);
+  }
+  void updateV2TagData(ID3Tag& track, bool allowUnicode) override {
+    calls.push_back(allowUnicode ? "updateV2TagData unicode" : "updateV2TagData");
+    if (editV2) editV2(track);
+  }
+  void initTagWindow(const ID3Tag& track) override { shown.push_back(track.path()); }
+  void stopPlayback() override { calls.push_back("stopPlayback"); }
+  void showProgress(bool shownNow) override { calls.push_back(shownNow ? "progress on" : "progress off"); }
+  void showFileName(const std::string& path) override { fileNames.push_back(path); }
+  IconResult setFileIcon(const ID3Tag&) override {
+    calls.push_back("setFileIcon");
+    return icon;
+  }
+  void closeWindow() override { ++closes; }
+  void enableCopyButtons(bool v1ToV2, bool v2ToV1) override { copyButtons = {v1ToV2, v2ToV1}; }
+  void setTrackOfTracks(size_t position, size_t count) override { trackOfTracks = {position, count}; }
+  void clearTrackOfTracks() override { trackOfTracks = {0, 0}; }
+  void enableNavigation(bool previous, bool next, bool close) override { navigation = {previous, next, close}; }
+
+  std::vector<std::string> calls;
+  std::vector<std::string> shown;
+  std::vector<std::string> fileNames;
+  int closes = 0;
+  IconResult icon = IconResult::Set;
+  std::pair<bool, bool> copyButtons{false, false};
+  std::pair<size_t, size_t> trackOfTracks{0, 0};
+  std::array<bool, 3> navigation{true, true, true};
+  std::function<void(ID3Tag&)> editV1;
+  std::function<void(ID3Tag&)> editV2;
+};
+
+class SingleTrackTest : public ::testing::Test {
+ protected:
+  SingleTrackTest() {
+    settings.moveToTrash = false;
+    settings.setFileIcon = false;
+  }
+
+  void addTracks(int count) {
+    for (int n = 0; n < count; ++n) {
+      const Bytes bytes = test::numberedTrack(n + 1);
+      paths.push_back(dir.write("track" + std::to_string(n + 1) + ".mp3", bytes));
+      originals.push_back(bytes);
+      tracks.add(test::openTrack(paths.back()));
+    }
+  }
+
+  SingleTrackEditor editor(bool multiWindow = false) {
+    return SingleTrackEditor(tracks, questions, view, fixedSettings(settings), writer, multiWindow);
+  }
+
+  bool untouched(size_t index) const { return readFile(paths[index]) == originals[index]; }
+
+  std::vector<std::string> alwaysLines(const test::LogCapture& log) const {
+    std::vector<std::string> lines;
+    for (const test::LogLine& line : log.lines())
+      if (line.level == LogAlways) lines.push_back(line.message);
+    return lines;
+  }
+
+  test::TempDir dir;
+  test::ScopedEnv dataHome{"XDG_DATA_HOME", dir.path() + "/data"};
+  test::ScriptedQuestions questions;
+  RecordingView view;
+  test::ForcingWriter writer;
+  SaveSettings settings;
+  TrackSet tracks{TrackSet::Tracks{}};
+  std::vector<std::string> paths;
+  std::vector<Bytes> originals;
+};
+
+TEST_F(SingleTrackTest, UpdateSavesBothTagsInItsOrderOfSteps) {
+  addTracks(1);
+  view.editV2 = [](ID3Tag& track) { track.tagData.album = UnicodeText::latin1("Edited"); };
+  view.editV1 = [](ID3Tag& track) { track.v1.album = "Edited V1"; };
+  tracks.current().v2Changed = true;
+  test::LogCapture log;
+  EXPECT_EQ(editor().updateTag(), UpdateOutcome::Saved);
+  const std::vector<std::string> expected = {"Starting track update for " + paths[0], "Updating V1 tag...",
+                                             "Updating V2 tag...", "Renaming track...", "Finished updating"};
+  EXPECT_EQ(alwaysLines(log), expected);
+  EXPECT_EQ(view.calls, (std::vector<std::string>{"stopPlayback", "updateV1TagData", "updateV2TagData unicode",
+                                                  "progress on", "progress off"}));
+  const ID3Tag saved = test::reopened(paths[0]);
+  EXPECT_EQ(saved.tagData.album, UnicodeText::latin1("Edited"));
+  EXPECT_EQ(saved.v1.album, "Edited V1");
+  // Reverted from the file: the window shows what was stored.
+  EXPECT_EQ(view.shown, std::vector<std::string>{paths[0]});
+  EXPECT_EQ(tracks.current().tagData.album, UnicodeText::latin1("Edited"));
+  EXPECT_FALSE(tracks.current().v1Changed || tracks.current().v2Changed);
+  EXPECT_TRUE(questions.asked().empty());
+}
+
+TEST_F(SingleTrackTest, UnicodeSettingIsPassedToTheWindow) {
+  addTracks(1);
+  settings.allowUnicode = false;
+  editor().updateTag();
+  EXPECT_EQ(view.calls[2], "updateV2TagData");
+}
+
+TEST_F(SingleTrackTest, LossCheckNoWritesNothing) {
+  addTracks(1);
+  settings.tag2SaveVersion = 3;
+  tracks.current().tagData.releasetime = "2001";
+  const std::string title = "Updating this track will result in the loss of the tag field 'Release time'";
+  questions.answer(title, {"No"});
+  EXPECT_EQ(editor().updateTag(), UpdateOutcome::Declined);
+  EXPECT_TRUE(untouched(0));
+  EXPECT_EQ(writer.v1Saves + writer.v2Saves, 0);
+  const std::vector<Asked> asked = questions.askedTitled(title);
+  ASSERT_EQ(asked.size(), 1u);
+  EXPECT_EQ(asked[0].message, "Do you want to continue?");
+  EXPECT_EQ(asked[0].buttons, (std::vector<std::string>{"Yes", "No"}));
+}
+
+TEST_F(SingleTrackTest, LossCheckYesSavesWithoutTheFieldAndVerifies) {
+  addTracks(1);
+  settings.tag2SaveVersion = 3;
+  tracks.current().tagData.recordtime = "2001-02-03";
+  tracks.current().tagData.mood = "Calm";
+  questions.answer("Updating this track will result in the loss of the tag field 'Record time'", {"Yes"});
+  EXPECT_EQ(editor().updateTag(), UpdateOutcome::Saved);
+  const ID3Tag saved = test::reopened(paths[0]);
+  EXPECT_EQ(saved.v2Version, 3);
+  EXPECT_TRUE(saved.tagData.recordtime.empty());
+  EXPECT_TRUE(saved.tagData.mood.empty());
+  // Only the one question: the save verified.
+  EXPECT_EQ(questions.asked().size(), 1u);
+}
+
+TEST_F(SingleTrackTest, NoLossCheckWhenTheVersionHoldsTheFields) {
+  addTracks(1);
+  tracks.current().tagData.recordtime = "2001-02-03";
+  EXPECT_EQ(editor().updateTag(), UpdateOutcome::Saved);  // automatic: 2.4
+  EXPECT_EQ(test::reopened(paths[0]).v2Version, 4);
+  EXPECT_TRUE(questions.asked().empty());
+}
+
+TEST_F(SingleTrackTest, ReadOnlyFileNoWritesNothing) {
+  addTracks(1);
+  tracks.current().readOnly = true;
+  questions.answer("Updating a read only or locked file", {"No"});
+  EXPECT_EQ(editor().updateTag(), UpdateOutcome::Declined);
+  EXPECT_EQ(writer.unlocks, 0);
+  EXPECT_TRUE(untouched(0));
+  const Asked asked = questions.asked().front();
+  EXPECT_EQ(asked.message, "Do you want to continue and overwrite the file?");
+  EXPECT_EQ(asked.buttons, (std::vector<std::string>{"Yes", "No"}));
+}
+
+TEST_F(SingleTrackTest, ReadOnlyFileYesUnlocksAndSaves) {
+  addTracks(1);
+  ASSERT_EQ(::chmod(paths[0].c_str(), 0444), 0);
+  tracks.current().readOnly = true;
+  tracks.current().tagData.album = UnicodeText::latin1("Unlocked");
+  questions.answer("Updating a read only or locked file", {"Yes"});
+  EXPECT_EQ(editor().updateTag(), UpdateOutcome::Saved);
+  struct stat st;
+  ASSERT_EQ(::stat(paths[0].c_str(), &st), 0);
+  EXPECT_NE(st.st_mode & S_IWUSR, 0u);
+  EXPECT_FALSE(tracks.current().readOnly);
+  EXPECT_EQ(test::reopened(paths[0]).tagData.album, UnicodeText::latin1("Unlocked"));
+}
+
+TEST_F(SingleTrackTest, ReadOnlyFileThatCannotBeUnlocked) {
+  addTracks(1);
+  tracks.current().readOnly = true;
+  writer.failUnlock = true;
+  questions.answer("Updating a read only or locked file", {"Yes"});
+  EXPECT_EQ(editor().updateTag(), UpdateOutcome::Declined);
+  EXPECT_TRUE(untouched(0));
+  const std::vector<Asked> asked = questions.askedTitled("Failed to make the file writable");
+  ASSERT_EQ(asked.size(), 1u);
+  EXPECT_EQ(asked[0].message, "Could not remove the read only or locked state of the file '" + paths[0] + "'.");
+  EXPECT_EQ(asked[0].buttons, std::vector<std::string>{"OK"});
+}
+
+TEST_F(SingleTrackTest, V1VerificationNoEndsTheUpdate) {
+  addTracks(1);
+  writer.forceV1 = 7;
+  questions.answer("Verification of the updated V1 tag failed", {"No"});
+  test::LogCapture log;
+  EXPECT_EQ(editor().updateTag(), UpdateOutcome::Declined);
+  EXPECT_EQ(writer.v2Saves, 0);
+  EXPECT_FALSE(log.hasText("Finished updating"));
+  EXPECT_TRUE(log.has(LogError, "Failed to update the V1 tag data for '" + paths[0] + "' (7)"));
+  EXPECT_EQ(questions.asked().front().message,
+            "Please reload the track and check that the details are correct (see melos.log for more details). "
+            "Would you like to continue?");
+}
+
+TEST_F(SingleTrackTest, V1VerificationYesGoesOn) {
+  addTracks(1);
+  writer.forceV1 = 7;
+  questions.answer("Verification of the updated V1 tag failed", {"Yes"});
+  EXPECT_EQ(editor().updateTag(), UpdateOutcome::Saved);
+  EXPECT_EQ(writer.v2Saves, 1);
+}
+
+TEST_F(SingleTrackTest, V2VerificationFailureIsShown) {
+  addTracks(1);
+  // Saved as "17", read back as "Rock".
+  tracks.current().tagData.genre = UnicodeText::latin1("17");
+  test::LogCapture log;
+  EXPECT_EQ(editor().updateTag(), UpdateOutcome::Saved);
+  const std::vector<Asked> asked = questions.asked();
+  ASSERT_EQ(asked.size(), 1u);
+  EXPECT_EQ(asked[0].title, "Verification of the updated V2 tag failed");
+  EXPECT_EQ(asked[0].message,
+            "Please reload the track and check that the details are correct (see melos.log for more details).");
+  EXPECT_EQ(asked[0].buttons, std::vector<std::string>{"OK"});
+  EXPECT_TRUE(log.has(LogError, "Failed to update the V2 tag data for '" + paths[0] + "' (7)"));
+}
+
+TEST_F(SingleTrackTest, FailureAlerts) {
+  const struct {
+    const char* name;
+    std::function<void(test::ForcingWriter&, SaveSettings&, ID3Tag&)> setUp;
+    UpdateOutcome outcome;
+    std::string title;
+    std::string message;
+  } rows[] = {
+      {"V1 failed", [](test::ForcingWriter& w, SaveSettings&, ID3Tag&) { w.failV1Before = 5; },
+       UpdateOutcome::Failed, "Failed to update the tags", "Note: The original has not been changed."},
+      {"V2 failed after V1", [](test::ForcingWriter& w, SaveSettings&, ID3Tag&) { w.failV2Before = 2; },
+       UpdateOutcome::Failed, "Failed to update the version 2 tag",
+       "Note: The version 1 tag has been updated but the original version 2 has not been changed."},
+      {"V2 failed, no V1 tag",
+       [](test::ForcingWriter& w, SaveSettings&, ID3Tag& t) {
+         w.failV2Before = 4;
+         t.v1.enabled = false;
+         t.v1Loaded = false;
+       },
+       UpdateOutcome::Failed, "Failed to update the tags", "Note: The original has not been changed."},
+      {"rename failed",
+       [](test::ForcingWriter& w, SaveSettings& s, ID3Tag&) {
+         w.failRename = true;
+         s.renameUpdate = true;
+       },
+       UpdateOutcome::RenameFailed, "Failed to change the file name",
+       "Failed to rename the file to the track title or move it to a folder based on the track details."},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    test::TempDir folder;
+    TrackSet one(test::openTrack(folder.write("a.mp3", test::numberedTrack(1))));
+    test::ScriptedQuestions asked;
+    test::ForcingWriter failing;
+    SaveSettings s = settings;
+    row.setUp(failing, s, one.current());
+    SingleTrackEditor e(one, asked, view, fixedSettings(s), failing);
+    EXPECT_EQ(e.updateTag(), row.outcome);
+    ASSERT_EQ(asked.asked().size(), 1u);
+    EXPECT_EQ(asked.asked()[0].title, row.title);
+    EXPECT_EQ(asked.asked()[0].message, row.message);
+    if (row.title == "Failed to update the tags") {
+      EXPECT_EQ(failing.renames, 0);
+    }
+  }
+}
+
+TEST_F(SingleTrackTest, V1FailureLeavesTheV2TagAlone) {
+  addTracks(1);
+  writer.failV1Before = 2;
+  editor().updateTag();
+  EXPECT_EQ(writer.v2Saves, 0);
+  EXPECT_TRUE(untouched(0));
+}
+
+TEST_F(SingleTrackTest, RenameShowsTheNewName) {
+  addTracks(1);
+  settings.renameUpdate = true;
+  EXPECT_EQ(editor().updateTag(), UpdateOutcome::Saved);
+  EXPECT_EQ(tracks.current().path(), dir.file("01-Song 1.mp3"));
+  EXPECT_EQ(view.fileNames, std::vector<std::string>{dir.file("01-Song 1.mp3")});
+  EXPECT_EQ(view.shown.back(), dir.file("01-Song 1.mp3"));
+}
+
+TEST_F(SingleTrackTest, CreateFolderAloneFilesTheTrack) {
+  addTracks(1);
+  settings.createFolder = true;
+  EXPECT_EQ(editor().updateTag(), UpdateOutcome::Saved);
+  EXPECT_EQ(writer.renames, 1);
+}
+
+TEST_F(SingleTrackTest, CloseWindowOnlyForAMultiWindowEditor) {
+  addTracks(1);
+  settings.closeWindow = true;
+  editor(false).updateTag();
+  EXPECT_EQ(view.closes, 0);
+  editor(true).updateTag();
+  EXPECT_EQ(view.closes, 1);
+  settings.closeWindow = false;
+  editor(true).updateTag();
+  EXPECT_EQ(view.closes, 1);
+}
+
+TEST_F(SingleTrackTest, FileIconFailuresAreLoggedNotShown) {
+  addTracks(1);  // the track has a picture
+  settings.setFileIcon = true;
+  const struct {
+    IconResult result;
+    std::string line;
+  } rows[] = {{IconResult::ImageFailed, "Failed to create the image for the icon for track "},
+              {IconResult::SetFailed, "Failed to set the icon for track "}};
+  for (const auto& row : rows) {
+    view.icon = row.result;
+    test::LogCapture log;
+    editor().updateTag();
+    EXPECT_TRUE(log.has(LogError, row.line + paths[0])) << log.dump();
+  }
+  EXPECT_TRUE(questions.asked().empty());
+  view.calls.clear();
+  settings.setFileIcon = false;
+  editor().updateTag();
+  EXPECT_EQ(std::count(view.calls.begin(), view.calls.end(), "setFileIcon"), 0);
+}
+
+ID3Tag& mp3Track(TrackSet& set) {
+  ID3Tag& track = set.current();
+  track.isMp3File = true;
+  return track;
+}
+
+TEST_F(SingleTrackTest, CopyV1ToV2) {
+  TrackSet set(std::make_unique<ID3Tag>());
+  ID3Tag& t = mp3Track(set);
+  t.v1 = V1Tag{true, "T1", "A1", "L1", "1999", "C1", 7, 17};
+  t.tagData.tracks = 12;
+  t.tagData.lyrics = UnicodeText::latin1("words");
+  t.tagData.composer = UnicodeText::latin1("kept");
+  t.tagData.isrc = "kept";
+  SingleTrackEditor e(set, questions, view, fixedSettings(settings), writer);
+  e.copyV1ToV2();
+  EXPECT_TRUE(t.tagData.enabled);
+  EXPECT_EQ(t.tagData.title, UnicodeText::latin1("T1"));
+  EXPECT_EQ(t.tagData.artist, UnicodeText::latin1("A1"));
+  EXPECT_EQ(t.tagData.album, UnicodeText::latin1("L1"));
+  EXPECT_EQ(t.tagData.year, "1999");
+  EXPECT_EQ(t.tagData.comment, UnicodeText::latin1("C1"));
+  EXPECT_EQ(t.tagData.track, 7);
+  EXPECT_EQ(t.tagData.tracks, kUnsetNumber);
+  EXPECT_TRUE(t.tagData.lyrics.empty());
+  EXPECT_EQ(t.tagData.genre, UnicodeText::latin1("Rock"));
+  EXPECT_EQ(t.tagData.composer, UnicodeText::latin1("kept"));
+  EXPECT_EQ(t.tagData.isrc, "kept");
+  EXPECT_TRUE(t.v2Changed);
+  EXPECT_FALSE(t.v1Changed);
+  EXPECT_EQ(view.copyButtons, std::make_pair(true, true));
+  EXPECT_EQ(view.calls, (std::vector<std::string>{"updateV1TagData", "updateV2TagData unicode"}));
+
+  t.v1.genre = kUnsetV1;
+  t.v1.track = kUnsetV1;
+  e.copyV1ToV2();
+  EXPECT_TRUE(t.tagData.genre.empty());  // no genre selected
+  EXPECT_EQ(t.tagData.track, kUnsetNumber);
+}
+
+TEST_F(SingleTrackTest, CopyV2ToV1) {
+  TrackSet set(std::make_unique<ID3Tag>());
+  ID3Tag& t = mp3Track(set);
+  t.tagData.enabled = true;
+  t.tagData.title = UnicodeText::utf16(u"Caf\u00e9 \u00c7a \u4e2d");
+  t.tagData.artist = UnicodeText::latin1(std::string(40, 'a'));
+  t.tagData.album = UnicodeText::latin1("Album");
+  t.tagData.comment = UnicodeText::latin1("Comment");
+  t.tagData.year = "2004";
+  t.tagData.track = 300;
+  t.tagData.genre = UnicodeText::latin1("Jazz");
+  SingleTrackEditor e(set, questions, view, fixedSettings(settings), writer);
+  e.copyV2ToV1();
+  EXPECT_TRUE(t.v1.enabled);
+  // Latin-1 without Unicode: 233 is dropped, 199 kept, U+4E2D keeps its low byte.
+  EXPECT_EQ(t.v1.title, "Caf \xC7" "a -");
+  EXPECT_EQ(t.v1.artist, std::string(40, 'a'));  // the writer cuts, not the copy
+  EXPECT_EQ(t.v1.album, "Album");
+  EXPECT_EQ(t.v1.comment, "Comment");
+  EXPECT_EQ(t.v1.year, "2004");
+  EXPECT_EQ(t.v1.track, 44);  // 300 as a V1 track
+  EXPECT_EQ(t.v1.genre, 8);
+  EXPECT_TRUE(t.v1Changed);
+  EXPECT_EQ(view.copyButtons, std::make_pair(true, true));
+
+  const struct {
+    std::u16string genre;
+    uint8_t expected;
+  } genres[] = {{u"Hard Rock", 79}, {u"jazz", 12}, {u"Bebop-ish", 12}, {u"", 12}};
+  for (const auto& row : genres) {
+    t.tagData.genre = UnicodeText::utf16(row.genre);
+    e.copyV2ToV1();
+    EXPECT_EQ(t.v1.genre, row.expected);
+  }
+  t.tagData.track = kUnsetNumber;
+  e.copyV2ToV1();
+  EXPECT_EQ(t.v1.track, kUnsetV1);
+  t.tagData.track = 256;
+  e.copyV2ToV1();
+  EXPECT_EQ(t.v1.track, kUnsetV1);
+}
+
+TEST_F(SingleTrackTest, CopiesDoNothingForOtherThanMp3) {
+  TrackSet set(std::make_unique<ID3Tag>());
+  ID3Tag& t = set.current();
+  t.isAiffFile = true;
+  t.v1.title = "V1";
+  SingleTrackEditor e(set, questions, view, fixedSettings(settings), writer);
+  e.copyV1ToV2();
+  e.copyV2ToV1();
+  EXPECT_TRUE(t.tagData.title.empty());
+  EXPECT_FALSE(t.v1Changed || t.v2Changed);
+}
+
+TEST_F(SingleTrackTest, HandlersLogWhatTheyCatch) {
+  addTracks(1);
+  view.editV1 = [](ID3Tag&) { throw std::runtime_error("boom"); };
+  test::LogCapture log;
+  editor().copyV1ToV2();
+  editor().copyV2ToV1();
+  EXPECT_EQ(editor().updateTag(), UpdateOutcome::Failed);
+  EXPECT_TRUE(log.has(LogError, "[ID3TagController:cv1tv2bp] error:std::runtime_error - boom")) << log.dump();
+  EXPECT_TRUE(log.has(LogError, "[ID3TagController:cv2tv1bp] error:std::runtime_error - boom"));
+  EXPECT_TRUE(log.has(LogError, "[ID3TagController:ut] error:std::runtime_error - boom"));
+  EXPECT_TRUE(untouched(0));
+}
+
+TEST_F(SingleTrackTest, RevertDiscardsEditsAndKeepsTheFileFacts) {
+  addTracks(1);
+  ID3Tag& t = tracks.current();
+  const uint64_t size = t.fileSize;
+  const AudioInfo audio = t.audio;
+  t.tagData.title = UnicodeText::latin1("Edited");
+  t.v1.title = "Edited";
+  t.v2Changed = true;
+  t.v1Changed = true;
+  editor().revert();
+  EXPECT_EQ(t.tagData.title, UnicodeText::latin1("Song 1"));
+  EXPECT_EQ(t.v1.title, "V1 Song 1");
+  EXPECT_EQ(t.fileSize, size);
+  EXPECT_EQ(t.audio, audio);
+  EXPECT_FALSE(t.v1Changed || t.v2Changed);
+  EXPECT_EQ(view.shown, std::vector<std::string>{paths[0]});
+}
+
+TEST(TrackSetTest, StepsStayInsideTheSet) {
+  TrackSet::Tracks list;
+  for (int i = 0; i < 3; ++i) list.push_back(std::make_unique<ID3Tag>());
+  TrackSet set(std::move(list));
+  set.stepBack();
+  EXPECT_EQ(set.position(), 0u);
+  set.stepOn();
+  set.stepOn();
+  set.stepOn();
+  EXPECT_EQ(set.position(), 2u);
+  EXPECT_TRUE(set.removeCurrent());
+  EXPECT_EQ(set.position(), 1u);  // it was the last: one back
+  set.stepBack();
+  EXPECT_TRUE(set.removeCurrent());
+  EXPECT_EQ(set.position(), 0u);
+  EXPECT_FALSE(set.removeCurrent());  // the last track stays
+  EXPECT_EQ(set.count(), 1u);
+  EXPECT_FALSE(set.moveTo(1));
+}
+
+TEST_F(SingleTrackTest, NextAndPreviousWithoutChangesAskNothing) {
+  addTracks(3);
+  SingleTrackEditor e = editor();
+  EXPECT_TRUE(e.nextTrack());
+  EXPECT_EQ(tracks.position(), 1u);
+  EXPECT_EQ(view.trackOfTracks, std::make_pair(size_t{1}, size_t{3}));
+  EXPECT_EQ(view.navigation, (std::array<bool, 3>{true, true, true}));
+  EXPECT_TRUE(e.nextTrack());
+  EXPECT_EQ(view.navigation, (std::array<bool, 3>{true, false, true}));
+  EXPECT_FALSE(e.nextTrack());  // never past the last
+  EXPECT_EQ(tracks.position(), 2u);
+  EXPECT_TRUE(e.previousTrack());
+  EXPECT_TRUE(e.previousTrack());
+  EXPECT_EQ(view.navigation, (std::array<bool, 3>{false, true, true}));
+  EXPECT_FALSE(e.previousTrack());
+  EXPECT_EQ(tracks.position(), 0u);
+  EXPECT_EQ(view.fileNames.back(), paths[0]);
+  EXPECT_TRUE(questions.asked().empty());
+}
+
+TEST_F(SingleTrackTest, LeavingAChangedTrackAsksToSave) {
+  addTracks(2);
+  SingleTrackEditor e = editor();
+  const std::string title = "Do you want to save changes?";
+
+  tracks.current().tagData.album = UnicodeText::latin1("Unsaved");
+  e.changedV2();
+  questions.answer(title, {"Cancel", "Don't save", "Save"});
+  EXPECT_FALSE(e.nextTrack());
+  EXPECT_EQ(tracks.position(), 0u);
+  EXPECT_EQ(tracks.current().tagData.album, UnicodeText::latin1("Unsaved"));
+
+  EXPECT_TRUE(e.nextTrack());  // "Don't save": the edits are gone
+  EXPECT_EQ(tracks.at(0).tagData.album, UnicodeText::latin1("Old Album 1"));
+  EXPECT_TRUE(untouched(0));
+
+  tracks.current().tagData.album = UnicodeText::latin1("Saved");
+  e.changedV2();
+  EXPECT_TRUE(e.previousTrack());  // "Save"
+  EXPECT_EQ(test::reopened(paths[1]).tagData.album, UnicodeText::latin1("Saved"));
+  EXPECT_EQ(tracks.position(), 0u);
+
+  const std::vector<Asked> asked = questions.askedTitled(title);
+  ASSERT_EQ(asked.size(), 3u);
+  EXPECT_EQ(asked[0].message, "If you do not save, your changes will be lost.");
+  EXPECT_EQ(asked[0].buttons, (std::vector<std::string>{"Save", "Don't save", "Cancel"}));
+}
+
+TEST_F(SingleTrackTest, ClosingATrackOfTheSet) {
+  addTracks(3);
+  SingleTrackEditor e = editor();
+  e.nextTrack();
+  e.nextTrack();
+  view.shown.clear();
+  tracks.current().v1Changed = true;
+  questions.answer("Do you want to save changes?", {"Cancel", "Don't save"});
+  EXPECT_FALSE(e.closeTrack());
+  EXPECT_EQ(tracks.count(), 3u);
+  EXPECT_TRUE(e.closeTrack());  // "Don't save": no reload of the closed track
+  EXPECT_EQ(tracks.count(), 2u);
+  EXPECT_EQ(tracks.position(), 1u);  // it was the last
+  EXPECT_EQ(view.shown, std::vector<std::string>{paths[1]});
+  EXPECT_EQ(view.navigation, (std::array<bool, 3>{true, false, true}));
+
+  EXPECT_TRUE(e.closeTrack());
+  EXPECT_EQ(tracks.count(), 1u);
+  EXPECT_EQ(tracks.current().path(), paths[0]);
+  EXPECT_EQ(view.navigation, (std::array<bool, 3>{false, false, false}));
+  EXPECT_EQ(view.trackOfTracks, std::make_pair(size_t{0}, size_t{0}));
+  EXPECT_FALSE(e.closeTrack());  // only with more than one track
+  EXPECT_EQ(tracks.count(), 1u);
+}
+
+TEST_F(SingleTrackTest, ClosingAChangedTrackWithSaveUpdatesFirst) {
+  addTracks(2);
+  SingleTrackEditor e = editor();
+  tracks.current().tagData.album = UnicodeText::latin1("Closed");
+  e.changedV2();
+  questions.answer("Do you want to save changes?", {"Save"});
+  EXPECT_TRUE(e.closeTrack());
+  EXPECT_EQ(test::reopened(paths[0]).tagData.album, UnicodeText::latin1("Closed"));
+  EXPECT_EQ(tracks.current().path(), paths[1]);
+}
+
+}  // namespace
+}  // namespace melos
