@@ -158,14 +158,14 @@ bool BufferedReader::fill(uint64_t position) noexcept {
   return true;
 }
 
-int BufferedReader::readByte() noexcept {
+int BufferedReader::readByteSlow() noexcept {
   if (pos_ < bufStart_ || pos_ >= bufStart_ + bufLen_) {
     if (!fill(pos_)) return -1;
   }
   return buf_[static_cast<size_t>(pos_++ - bufStart_)];
 }
 
-size_t BufferedReader::read(uint8_t* out, size_t count) noexcept {
+size_t BufferedReader::readSlow(uint8_t* out, size_t count) noexcept {
   size_t done = 0;
   while (done < count) {
     if (pos_ < bufStart_ || pos_ >= bufStart_ + bufLen_) {

@@ -9,6 +9,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <cstring>
 #include <string>
 
 #include "engine/bytes.h"
@@ -82,12 +83,25 @@ class BufferedReader {
   uint64_t tell() const noexcept { return pos_; }
   void seek(uint64_t position) noexcept { pos_ = position; }
   // -1 at the end of the file or on an error.
-  int readByte() noexcept;
-  // Returns the count read (less at the end).
-  size_t read(uint8_t* out, size_t count) noexcept;
+  int readByte() noexcept {
+    if (pos_ >= bufStart_ && pos_ < bufStart_ + bufLen_) return buf_[static_cast<size_t>(pos_++ - bufStart_)];
+    return readByteSlow();
+  }
+  // Returns the count read (less at the end). The scans read a frame header
+  // at a time, so what the buffer holds is copied without a call.
+  size_t read(uint8_t* out, size_t count) noexcept {
+    if (pos_ >= bufStart_ && pos_ + count <= bufStart_ + bufLen_) {
+      std::memcpy(out, buf_.data() + (pos_ - bufStart_), count);
+      pos_ += count;
+      return count;
+    }
+    return readSlow(out, count);
+  }
 
  private:
   bool fill(uint64_t position) noexcept;
+  int readByteSlow() noexcept;
+  size_t readSlow(uint8_t* out, size_t count) noexcept;
 
   const File& file_;
   uint64_t pos_ = 0;

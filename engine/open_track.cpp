@@ -223,15 +223,17 @@ unsigned OpenTrack(ID3Tag& track, const std::string& path, int scanMode, const P
     track.setPath(path);
     LogMessage(LogStatus, "Opening ID3 track: %s", path.c_str());
 
+    File writable;
     if (checkWritable) {
-      File writable = File::openReadWrite(path);
+      writable = File::openReadWrite(path);
       track.readOnly = !writable.isOpen();
       // A file the user may not write is expected; anything else is worth a line.
       if (!writable.isOpen() && errno != EPERM && errno != EACCES && errno != EROFS)
         LogMessage(LogError, "Open file write check error: %s (%d)", errorText(errno).c_str(), errno);
     }
 
-    File file = File::openRead(path);
+    // The file opened for the write check reads as well as a second one would.
+    File file = writable.isOpen() ? std::move(writable) : File::openRead(path);
     struct stat st;
     if (file.isOpen() && (::fstat(file.fd(), &st) != 0 || S_ISDIR(st.st_mode))) {
       file.close();
