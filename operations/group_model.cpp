@@ -1,5 +1,8 @@
 #include "operations/group_model.h"
 
+#include "engine/genres.h"
+#include "preferences/default_tag_data.h"
+
 #include <algorithm>
 #include <cstdio>
 
@@ -216,6 +219,88 @@ void GroupModel::removePicture(Questions& questions) {
                "not by default replace existing images."))
     replacePictures = true;
   imagesExist_ = false;
+}
+
+namespace {
+
+std::u16string wide(const std::string& latin1) {
+  std::u16string text;
+  text.reserve(latin1.size());
+  for (char c : latin1) text += static_cast<char16_t>(static_cast<uint8_t>(c));
+  return text;
+}
+
+std::u16string numberText(uint16_t number) {
+  return number == kUnsetNumber ? std::u16string() : wide(std::to_string(number));
+}
+
+}  // namespace
+
+void GroupModel::setTagData(const ID3Tag& tag) {
+  GroupValues& v = values;
+  v.v1Title = wide(tag.v1.title);
+  v.v1Artist = wide(tag.v1.artist);
+  v.v1Album = wide(tag.v1.album);
+  v.v1Year = wide(tag.v1.year);
+  v.v1Comment = wide(tag.v1.comment);
+  v.v1Genre = tag.v1.genre < kGenreCount ? wide(std::string(genreName(tag.v1.genre))) : std::u16string();
+
+  const TagData& d = tag.tagData;
+  v.title = d.title.toU16();
+  v.artist = d.artist.toU16();
+  v.album = d.album.toU16();
+  v.year = wide(d.year);
+  v.genre = d.genre.toU16();
+  v.comment = d.comment.toU16();
+  v.composer = d.composer.toU16();
+  v.origArtist = d.origArtist.toU16();
+  v.copyright = d.copyright.toU16();
+  v.url = wide(d.url);
+  v.encodedBy = wide(d.encodedBy);
+  v.tracks = numberText(d.tracks);
+  v.set = numberText(d.set);
+  v.sets = numberText(d.sets);
+  v.conductor = d.conductor.toU16();
+  v.lyricist = d.lyricist.toU16();
+  v.publisher = d.publisher.toU16();
+  v.orchestra = d.orchestra.toU16();
+  v.content = d.content.toU16();
+  v.subtitle = d.subtitle.toU16();
+  v.compilation = d.compilation;
+  v.picture = d.picdata.empty() ? std::nullopt : std::optional<PicData>(d.picdata.front());
+  v.artisturl = wide(d.artisturl);
+  v.isrc = wide(d.isrc);
+  v.releasetime = wide(d.releasetime);
+  v.recordtime = wide(d.recordtime);
+  v.bpm = wide(d.bpm);
+  v.initialkey = wide(d.initialkey);
+  v.podcast = d.podcast;
+  v.podcastid = d.podcastid.toU16();
+  v.podcastfeed = wide(d.podcastfeed);
+  v.podcastdesc = d.podcastdesc.toU16();
+}
+
+void GroupModel::setDefaultTagData(int index, const PreferencesController& prefs) {
+  const std::unique_ptr<ID3Tag> tag = getTagData();
+  melos::setDefaultTagData(*tag, index, prefs);
+  setTagData(*tag);
+}
+
+void GroupModel::clearTagData() { values = GroupValues{}; }
+
+std::unique_ptr<ID3Tag> GroupModel::getTagData() const {
+  // Every box on in a copy of this model: the one copy of the window into a
+  // tag is then the one the update uses.
+  GroupModel all;
+  all.values = values;
+  all.boxes_.fill(true);
+  all.replacePictures = true;
+  auto tag = std::make_unique<ID3Tag>();
+  tag->isMp3File = true;
+  tag->v1.enabled = true;
+  all.updateV1TagData(*tag);
+  all.updateV2TagData(*tag, true);
+  return tag;
 }
 
 }  // namespace melos

@@ -15,6 +15,7 @@
 
 namespace melos {
 
+class PreferencesController;
 class Questions;
 
 // One change box per editable field, in the order of the window.
@@ -145,6 +146,17 @@ class GroupModel {
   void changedV2(bool changed, bool enable);
   bool isDirty() const noexcept { return dirty_; }
   void setDirty(bool dirty) noexcept { dirty_ = dirty; }
+
+  // Filling the window: from one tag (the first track's when the group
+  // opens, or one from the tag clipboard), or with empty values. The change
+  // boxes stay as they are.
+  void setTagData(const ID3Tag& tag);
+  // Default data set `index` of the preferences over the window's values.
+  void setDefaultTagData(int index, const PreferencesController& prefs);
+  void clearTagData();
+  // The window's values as one tag, every field as shown whatever its box
+  // says: what the tag clipboard copies.
+  std::unique_ptr<ID3Tag> getTagData() const;
 
   // m_bImagesExist: a track of the group had pictures when it was loaded.
   bool imagesExist() const noexcept { return imagesExist_; }

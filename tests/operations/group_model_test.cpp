@@ -7,6 +7,8 @@
 
 #include <functional>
 
+#include "preferences/preferences_controller.h"
+#include "preferences/store.h"
 #include "tests/operations/update_fixtures.h"
 #include "tests/support/tag_fixtures.h"
 
@@ -369,6 +371,78 @@ TEST(GroupModelTest, HelpTexts) {
   EXPECT_EQ(kIsrcIncrementHelp,
             "When checked, the first track will use the ISRC and the next track will use the ISRC + 1 e.g. for an "
             "ISRC of CCXXX1500729 the next track would be CCXXX1500730");
+}
+
+}  // namespace
+}  // namespace melos
+
+namespace melos {
+namespace {
+
+TEST(GroupModel, FillingTheWindowFromATagAndCopyingItBack) {
+  ID3Tag source;
+  source.tagData = test::fullTagData(true);
+  source.v1.enabled = true;
+  source.v1.title = "V1 title";
+  source.v1.year = "1999";
+  source.v1.genre = 17;
+  GroupModel model;
+  model.setTagData(source);
+  EXPECT_EQ(model.values.v1Genre, u"Rock");
+  EXPECT_EQ(model.values.tracks, u"12");
+  EXPECT_FALSE(model.changeBox(GroupField::V2Title));  // boxes are not touched
+
+  // Texts within Latin-1 are stored as Latin-1 whatever they were read as.
+  const std::unique_ptr<ID3Tag> copy = model.getTagData();
+  const TagData& a = source.tagData;
+  const TagData& b = copy->tagData;
+  EXPECT_EQ(b.title.toU16(), a.title.toU16());
+  EXPECT_EQ(b.artist.toU16(), a.artist.toU16());
+  EXPECT_EQ(b.album.toU16(), a.album.toU16());
+  EXPECT_EQ(b.genre.toU16(), a.genre.toU16());
+  EXPECT_EQ(b.comment.toU16(), a.comment.toU16());
+  EXPECT_EQ(b.composer.toU16(), a.composer.toU16());
+  EXPECT_EQ(b.year, a.year);
+  EXPECT_EQ(b.url, a.url);
+  EXPECT_EQ(b.tracks, a.tracks);
+  EXPECT_EQ(b.set, a.set);
+  EXPECT_EQ(b.sets, a.sets);
+  EXPECT_EQ(b.compilation, a.compilation);
+  EXPECT_EQ(b.isrc, a.isrc);
+  EXPECT_EQ(b.recordtime, a.recordtime);
+  EXPECT_EQ(b.podcastfeed, a.podcastfeed);
+  ASSERT_EQ(b.picdata.size(), 1u);
+  EXPECT_EQ(b.picdata[0], a.picdata[0]);
+  EXPECT_EQ(copy->v1.title, "V1 title");
+  EXPECT_EQ(copy->v1.genre, 17);
+
+  model.clearTagData();
+  EXPECT_TRUE(model.values.title.empty());
+  EXPECT_FALSE(model.values.picture.has_value());
+  EXPECT_TRUE(model.getTagData()->tagData.picdata.empty());
+}
+
+}  // namespace
+}  // namespace melos
+
+namespace melos {
+namespace {
+
+TEST(GroupModel, ADefaultDataSetFillsOnlyTheFieldsItSupplies) {
+  auto store = std::make_unique<MemoryPreferenceStore>();
+  auto key = [](const char* base) { return QString::fromStdString(PreferencesController::getPreferenceName(base, 1)); };
+  store->setValue(key("Use default album"), true);
+  store->setValue(key("Default album"), QStringLiteral("Default album"));
+  test::TempDir config;
+  const PreferencesController prefs(std::move(store), config.path());
+  GroupModel model;
+  model.values.title = u"Kept";
+  model.values.album = u"Replaced";
+  model.setDefaultTagData(1, prefs);
+  EXPECT_EQ(model.values.title, u"Kept");
+  EXPECT_EQ(model.values.album, u"Default album");
+  model.setDefaultTagData(0, prefs);  // set 0 supplies nothing
+  EXPECT_EQ(model.values.album, u"Default album");
 }
 
 }  // namespace
