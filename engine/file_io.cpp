@@ -131,6 +131,19 @@ int64_t File::readAt(uint64_t offset, std::span<uint8_t> buffer) const noexcept 
   return static_cast<int64_t>(done);
 }
 
+int64_t File::writeAt(uint64_t offset, ByteSpan bytes) const noexcept {
+  size_t done = 0;
+  while (done < bytes.size()) {
+    ssize_t n = sys::pwrite(fd_, bytes.data() + done, bytes.size() - done, static_cast<off_t>(offset + done));
+    if (n <= 0) {
+      if (n == 0) errno = ENOSPC;
+      break;
+    }
+    done += static_cast<size_t>(n);
+  }
+  return static_cast<int64_t>(done);
+}
+
 bool File::readExactAt(uint64_t offset, std::span<uint8_t> buffer) const noexcept {
   int64_t n = readAt(offset, buffer);
   if (n >= 0 && static_cast<size_t>(n) != buffer.size()) errno = 0;

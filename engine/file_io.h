@@ -69,6 +69,9 @@ class File {
   // count read (less at the end of the file), or -1 on an error.
   int64_t readAt(uint64_t offset, std::span<uint8_t> buffer) const noexcept;
   bool readExactAt(uint64_t offset, std::span<uint8_t> buffer) const noexcept;
+  // Writes the bytes at offset, retrying short writes; returns the count
+  // written, less than asked only on a failure (errno tells why).
+  int64_t writeAt(uint64_t offset, ByteSpan bytes) const noexcept;
 
  private:
   int fd_ = -1;

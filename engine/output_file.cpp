@@ -49,18 +49,7 @@ bool OutputFile::write(ByteSpan bytes) noexcept {
 }
 
 bool OutputFile::writeAt(uint64_t offset, ByteSpan bytes) noexcept {
-  size_t done = 0;
-  while (done < bytes.size()) {
-    ssize_t n = sys::pwrite(file_.fd(), bytes.data() + done, bytes.size() - done,
-                            static_cast<off_t>(offset + done));
-    if (n < 0) return false;
-    if (n == 0) {
-      errno = ENOSPC;
-      return false;
-    }
-    done += static_cast<size_t>(n);
-  }
-  return true;
+  return file_.writeAt(offset, bytes) == static_cast<int64_t>(bytes.size());
 }
 
 uint64_t OutputFile::copyFrom(const File& source, uint64_t offset, uint64_t length) noexcept {

@@ -36,18 +36,7 @@ int copyWithoutV2(ID3Tag& tag, const File& input, OutputFile& output) {
     LogMessage(LogError, "A tag data file holds nothing but its tag; it was left as it is");
     return 5;
   }
-  const int64_t tagEnd = measureLeadingTag(input);
-  const int64_t size = input.size();
-  if (tagEnd < 0 || size < 0 || tagEnd > size) {
-    LogMessage(LogError, "Failed to copy the MPEG data to the output file '%s'", output.path().c_str());
-    return 4;
-  }
-  const auto audio = static_cast<uint64_t>(size - tagEnd);
-  if (output.copyFrom(input, static_cast<uint64_t>(tagEnd), audio) != audio) {
-    LogMessage(LogError, "Failed to copy the MPEG data to the output file '%s'", output.path().c_str());
-    return 4;
-  }
-  return 0;
+  return copyMpegAudio(input, output);
 }
 
 int removeV2(ID3Tag& tag, bool moveToTrash, bool keepDates) {
@@ -70,14 +59,7 @@ int removeV2(ID3Tag& tag, bool moveToTrash, bool keepDates) {
     return 3;
   }
   int result = copyWithoutV2(tag, input, output);
-  if (result == 0) {
-    applyFileMode(output.fd(), state);
-    if (!output.finish()) {
-      LogMessage(LogError, "Failed to flush the output file '%s' (error: %s)", output.path().c_str(),
-                 errorText(errno).c_str());
-      result = 5;
-    }
-  }
+  if (result == 0 && !finishOutput(output, state)) result = 5;
   if (result != 0) {
     output.discard();
     LogMessage(LogError, "An error occurred saving the file without the version 2 tag data.");

@@ -49,16 +49,6 @@ std::string absolutePathOf(const std::string& path) {
   return ::getcwd(cwd, sizeof cwd) != nullptr ? std::string(cwd) + "/" + path : path;
 }
 
-bool writeAll(int fd, const std::string& text) {
-  size_t done = 0;
-  while (done < text.size()) {
-    ssize_t n = sys::write(fd, text.data() + done, text.size() - done);
-    if (n <= 0) return false;
-    done += static_cast<size_t>(n);
-  }
-  return true;
-}
-
 // A copy where a hard link cannot reach: the trash is on another file system.
 bool copyFile(const std::string& from, const std::string& to) {
   File source = File::openRead(from);
@@ -71,12 +61,7 @@ bool copyFile(const std::string& from, const std::string& to) {
     int64_t n = source.readAt(offset, block);
     if (n < 0) return false;
     if (n == 0) break;
-    ssize_t written = 0;
-    while (written < n) {
-      ssize_t w = sys::write(target.fd(), block.data() + written, static_cast<size_t>(n - written));
-      if (w <= 0) return false;
-      written += w;
-    }
+    if (target.writeAt(offset, ByteSpan(block.data(), static_cast<size_t>(n))) != n) return false;
     offset += static_cast<uint64_t>(n);
   }
   return sys::fsync(target.fd()) == 0;
@@ -140,7 +125,9 @@ std::string copyToTrash(const std::string& path) noexcept {
         LogMessage(LogError, "Error moving the original to the trash (%d)", errno);
         return {};
       }
-      bool done = writeAll(infoFile.fd(), trashInfoText(absolutePathOf(path), std::time(nullptr)));
+      const std::string text = trashInfoText(absolutePathOf(path), std::time(nullptr));
+      const ByteSpan bytes(reinterpret_cast<const uint8_t*>(text.data()), text.size());
+      bool done = infoFile.writeAt(0, bytes) == static_cast<int64_t>(bytes.size());
       infoFile.close();
       if (done) {
         done = sys::link(path.c_str(), target.c_str()) == 0;

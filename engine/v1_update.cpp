@@ -42,12 +42,7 @@ V1Tag asSaved(const V1Tag& tag, bool trim) {
 
 // Puts bytes back where a failed save changed them.
 void restore(const File& file, uint64_t offset, const Bytes& old, int64_t oldSize) {
-  size_t done = 0;
-  while (done < old.size()) {
-    ssize_t n = sys::pwrite(file.fd(), old.data() + done, old.size() - done, static_cast<off_t>(offset + done));
-    if (n <= 0) break;
-    done += static_cast<size_t>(n);
-  }
+  (void)file.writeAt(offset, old);
   (void)sys::ftruncate(file.fd(), oldSize);
 }
 
@@ -75,15 +70,8 @@ int writeV1(ID3Tag& tag, const File& file, bool trim, int64_t apeStart) noexcept
     }
     uint8_t block[kV1TagSize];
     buildV1Block(tag.v1, trim, block);
-    int error = 0;
-    while (reached < kV1TagSize) {
-      ssize_t n = sys::pwrite(file.fd(), block + reached, kV1TagSize - reached, static_cast<off_t>(offset + reached));
-      if (n <= 0) {
-        error = n < 0 ? errno : ENOSPC;
-        break;
-      }
-      reached += static_cast<uint64_t>(n);
-    }
+    reached = static_cast<uint64_t>(file.writeAt(offset, block));
+    int error = reached < kV1TagSize ? errno : 0;
     if (reached == kV1TagSize && apeStart >= 0 &&
         sys::ftruncate(file.fd(), static_cast<off_t>(offset + kV1TagSize)) != 0) {
       error = errno;

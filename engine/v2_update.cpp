@@ -26,26 +26,13 @@ int resolveVersion(const ID3Tag& tag, int version) {
 }
 
 int writeMp3(ID3Tag& tag, const File& source, OutputFile& output, int version, bool trim, bool keepExtra) {
-  const int64_t tagEnd = measureLeadingTag(source);
   Bytes built;
   if (buildV2Tag(tag, built, version, trim, keepExtra) == 0) return kSaveFailed;
   if (!output.write(built)) {
     LogMessage(LogError, "Failed to save the version 2 tag data");
     return kSaveFailed;
   }
-  const int64_t sourceSize = source.size();
-  // A tag that claims to end past the file would leave no audio to copy; the
-  // file is broken and is not rewritten into one without its audio.
-  if (tagEnd < 0 || sourceSize < 0 || tagEnd > sourceSize) {
-    LogMessage(LogError, "Failed to copy the MPEG data to the output file '%s'", output.path().c_str());
-    return kSaveCannotCopyAudio;
-  }
-  const auto audio = static_cast<uint64_t>(sourceSize - tagEnd);
-  if (output.copyFrom(source, static_cast<uint64_t>(tagEnd), audio) != audio) {
-    LogMessage(LogError, "Failed to copy the MPEG data to the output file '%s'", output.path().c_str());
-    return kSaveCannotCopyAudio;
-  }
-  return kSaveOk;
+  return copyMpegAudio(source, output);
 }
 
 int writeAiff(ID3Tag& tag, const File& source, OutputFile& output, int version, bool trim, bool keepExtra) {
@@ -74,16 +61,6 @@ int writeTagOnly(ID3Tag& tag, OutputFile& output, int version, bool trim, bool k
   if (output.write(built)) return kSaveOk;
   LogMessage(LogError, "Failed to save the version 2 tag data");
   return kSaveFailed;
-}
-
-// Flushes the new copy with the original's mode, so that what takes the
-// original's place is whole on the disk and as accessible as before.
-bool finishOutput(OutputFile& output, const FileState& state) {
-  applyFileMode(output.fd(), state);
-  if (output.finish()) return true;
-  LogMessage(LogError, "Failed to flush the output file '%s' (error: %s)", output.path().c_str(),
-             errorText(errno).c_str());
-  return false;
 }
 
 int saveV2(ID3Tag& tag, bool moveToTrash, int version, bool keepDates, bool trim, int keepExtraFrames,
@@ -145,6 +122,29 @@ int saveV2(ID3Tag& tag, bool moveToTrash, int version, bool keepDates, bool trim
 }
 
 }  // namespace
+
+int copyMpegAudio(const File& source, OutputFile& output) noexcept {
+  const int64_t tagEnd = measureLeadingTag(source);
+  const int64_t sourceSize = source.size();
+  // A tag that claims to end past the file would leave no audio to copy; the
+  // file is broken and is not rewritten into one without its audio.
+  bool copied = tagEnd >= 0 && sourceSize >= 0 && tagEnd <= sourceSize;
+  if (copied) {
+    const auto audio = static_cast<uint64_t>(sourceSize - tagEnd);
+    copied = output.copyFrom(source, static_cast<uint64_t>(tagEnd), audio) == audio;
+  }
+  if (copied) return kSaveOk;
+  LogMessage(LogError, "Failed to copy the MPEG data to the output file '%s'", output.path().c_str());
+  return kSaveCannotCopyAudio;
+}
+
+bool finishOutput(OutputFile& output, const FileState& state) noexcept {
+  applyFileMode(output.fd(), state);
+  if (output.finish()) return true;
+  LogMessage(LogError, "Failed to flush the output file '%s' (error: %s)", output.path().c_str(),
+             errorText(errno).c_str());
+  return false;
+}
 
 int64_t measureLeadingTag(const File& file) noexcept {
   uint8_t header[10];

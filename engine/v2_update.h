@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "engine/file_state.h"
 #include "engine/id3_tag.h"
 #include "engine/output_file.h"
 
@@ -38,6 +39,15 @@ bool replaceWithTemporary(const std::string& temporary, const std::string& track
 // included), 0 when there is none, -1 when the file cannot be read: a tag
 // taken for audio would stay behind the new one.
 int64_t measureLeadingTag(const File& file) noexcept;
+
+// Copies everything behind the ID3v2 tag at the start of an MP3 file to the
+// output: kSaveOk, else kSaveCannotCopyAudio (logged).
+int copyMpegAudio(const File& source, OutputFile& output) noexcept;
+
+// Gives the new copy the original's mode and flushes it to the disk, so that
+// what takes the original's place is whole and as accessible as before; a
+// failure is logged.
+bool finishOutput(OutputFile& output, const FileState& state) noexcept;
 
 // Reopens the saved file as a fresh track and compares its V2 data with what
 // was meant to be saved.
