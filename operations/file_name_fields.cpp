@@ -3,6 +3,7 @@
 #include <charconv>
 #include <vector>
 
+#include "engine/bytes.h"
 #include "engine/text.h"
 
 namespace melos {
@@ -12,17 +13,10 @@ bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' ||
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
-bool equalNoCase(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return false;
-  for (size_t i = 0; i < a.size(); ++i)
-    if (lower(a[i]) != lower(b[i])) return false;
-  return true;
-}
-
 size_t findNoCase(std::string_view text, std::string_view needle) {
   if (needle.size() > text.size()) return std::string_view::npos;
   for (size_t i = 0; i + needle.size() <= text.size(); ++i)
-    if (equalNoCase(text.substr(i, needle.size()), needle)) return i;
+    if (equalsNoCase(text.substr(i, needle.size()), needle)) return i;
   return std::string_view::npos;
 }
 
@@ -95,7 +89,7 @@ FileNameFields customSplit(std::string_view name, std::string_view format) {
   const size_t firstMark = format.find('%');
   if (firstMark == std::string_view::npos) return {};
   const std::string_view prefix = format.substr(0, firstMark);
-  if (name.size() < prefix.size() || !equalNoCase(name.substr(0, prefix.size()), prefix)) return {};
+  if (!startsWithNoCase(name, prefix)) return {};
 
   std::vector<Placeholder> placeholders;
   for (size_t mark = firstMark; mark != std::string_view::npos && mark + 1 < format.size() &&

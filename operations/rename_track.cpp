@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "engine/bytes.h"
 #include "engine/file_io.h"
 #include "engine/log.h"
 #include "operations/track_name.h"
@@ -14,17 +15,8 @@
 namespace melos {
 namespace {
 
-char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-
-bool equalNoCase(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return false;
-  for (size_t i = 0; i < a.size(); ++i)
-    if (lower(a[i]) != lower(b[i])) return false;
-  return true;
-}
-
 bool endsWithNoCase(std::string_view text, std::string_view tail) {
-  return text.size() >= tail.size() && equalNoCase(text.substr(text.size() - tail.size()), tail);
+  return text.size() >= tail.size() && equalsNoCase(text.substr(text.size() - tail.size()), tail);
 }
 
 bool exists(const std::string& path) {
@@ -171,7 +163,7 @@ bool renameTo(ID3Tag& track, bool dateTracks, int trackNumber, std::string_view 
     fileName += extensionOf(oldPath);
     const std::string newPath = joinPath(targetFolder(folder, subfolder), fileName);
 
-    if (equalNoCase(newPath, oldPath)) return true;
+    if (equalsNoCase(newPath, oldPath)) return true;
     return renameInto(track, oldPath, newPath);
   } catch (...) {
     LogMessage(LogError, "Failed to rename the file");
