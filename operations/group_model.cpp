@@ -115,6 +115,54 @@ void GroupModel::resetCheckBoxes() noexcept {
   replacePictures = false;
 }
 
+namespace {
+
+// The V2 texts the window edits: the one list that both the copy into a track
+// and the filling from a tag walk.
+struct TextField {
+  GroupField field;
+  UnicodeText TagData::*tag;
+  std::u16string GroupValues::*value;
+};
+constexpr TextField kTextFields[] = {
+    {GroupField::V2Title, &TagData::title, &GroupValues::title},
+    {GroupField::V2Artist, &TagData::artist, &GroupValues::artist},
+    {GroupField::V2Album, &TagData::album, &GroupValues::album},
+    {GroupField::V2Genre, &TagData::genre, &GroupValues::genre},
+    {GroupField::V2Comment, &TagData::comment, &GroupValues::comment},
+    {GroupField::V2Composer, &TagData::composer, &GroupValues::composer},
+    {GroupField::V2OrigArtist, &TagData::origArtist, &GroupValues::origArtist},
+    {GroupField::V2Copyright, &TagData::copyright, &GroupValues::copyright},
+    {GroupField::V2Conductor, &TagData::conductor, &GroupValues::conductor},
+    {GroupField::V2Lyricist, &TagData::lyricist, &GroupValues::lyricist},
+    {GroupField::V2Publisher, &TagData::publisher, &GroupValues::publisher},
+    {GroupField::V2Orchestra, &TagData::orchestra, &GroupValues::orchestra},
+    {GroupField::V2Content, &TagData::content, &GroupValues::content},
+    {GroupField::V2Subtitle, &TagData::subtitle, &GroupValues::subtitle},
+    {GroupField::PodcastId, &TagData::podcastid, &GroupValues::podcastid},
+    {GroupField::PodcastDescription, &TagData::podcastdesc, &GroupValues::podcastdesc},
+};
+
+// The V2 fields kept as Latin-1.
+struct LatinField {
+  GroupField field;
+  std::string TagData::*tag;
+  std::u16string GroupValues::*value;
+};
+constexpr LatinField kLatinFields[] = {
+    {GroupField::V2Url, &TagData::url, &GroupValues::url},
+    {GroupField::V2EncodedBy, &TagData::encodedBy, &GroupValues::encodedBy},
+    {GroupField::ArtistUrl, &TagData::artisturl, &GroupValues::artisturl},
+    {GroupField::Isrc, &TagData::isrc, &GroupValues::isrc},
+    {GroupField::ReleaseTime, &TagData::releasetime, &GroupValues::releasetime},
+    {GroupField::RecordTime, &TagData::recordtime, &GroupValues::recordtime},
+    {GroupField::Bpm, &TagData::bpm, &GroupValues::bpm},
+    {GroupField::InitialKey, &TagData::initialkey, &GroupValues::initialkey},
+    {GroupField::PodcastFeed, &TagData::podcastfeed, &GroupValues::podcastfeed},
+};
+
+}  // namespace
+
 bool GroupModel::updateV1() const noexcept {
   if (!enableV1) return false;
   for (size_t i = 0; i < kGroupFieldCount; ++i)
@@ -145,34 +193,16 @@ void GroupModel::updateV2TagData(ID3Tag& track, bool addPicToEnd) const {
   const GroupValues& v = values;
   TagData& d = track.tagData;
   d.enabled = true;
-  const auto text = [this](GroupField field, UnicodeText& to, const std::u16string& from) {
-    if (changeBox(field)) to = storedText(from);
-  };
-  const auto latin = [this](GroupField field, std::string& to, const std::u16string& from) {
-    if (changeBox(field)) to = latin1Field(from);
-  };
-  text(GroupField::V2Title, d.title, v.title);
-  text(GroupField::V2Artist, d.artist, v.artist);
-  text(GroupField::V2Album, d.album, v.album);
+  for (const TextField& f : kTextFields)
+    if (changeBox(f.field)) d.*f.tag = storedText(v.*f.value);
+  for (const LatinField& f : kLatinFields)
+    if (changeBox(f.field)) d.*f.tag = latin1Field(v.*f.value);
   if (changeBox(GroupField::V2Year)) d.year = v1Field(v.year, kV2YearWidth);
-  text(GroupField::V2Genre, d.genre, v.genre);
-  text(GroupField::V2Comment, d.comment, v.comment);
-  text(GroupField::V2Composer, d.composer, v.composer);
-  text(GroupField::V2OrigArtist, d.origArtist, v.origArtist);
-  text(GroupField::V2Copyright, d.copyright, v.copyright);
-  latin(GroupField::V2Url, d.url, v.url);
-  latin(GroupField::V2EncodedBy, d.encodedBy, v.encodedBy);
   if (changeBox(GroupField::V2Tracks)) d.tracks = numberField(v.tracks);
   if (changeBox(GroupField::V2SetAndSets)) {
     d.set = numberField(v.set);
     d.sets = numberField(v.sets);
   }
-  text(GroupField::V2Conductor, d.conductor, v.conductor);
-  text(GroupField::V2Lyricist, d.lyricist, v.lyricist);
-  text(GroupField::V2Publisher, d.publisher, v.publisher);
-  text(GroupField::V2Orchestra, d.orchestra, v.orchestra);
-  text(GroupField::V2Content, d.content, v.content);
-  text(GroupField::V2Subtitle, d.subtitle, v.subtitle);
   if (changeBox(GroupField::V2Compilation)) d.compilation = v.compilation;
   if (changeBox(GroupField::V2Picture)) {
     if (replacePictures) d.picdata.clear();
@@ -181,16 +211,7 @@ void GroupModel::updateV2TagData(ID3Tag& track, bool addPicToEnd) const {
       else d.picdata.insert(d.picdata.begin(), *v.picture);
     }
   }
-  latin(GroupField::ArtistUrl, d.artisturl, v.artisturl);
-  latin(GroupField::Isrc, d.isrc, v.isrc);
-  latin(GroupField::ReleaseTime, d.releasetime, v.releasetime);
-  latin(GroupField::RecordTime, d.recordtime, v.recordtime);
-  latin(GroupField::Bpm, d.bpm, v.bpm);
-  latin(GroupField::InitialKey, d.initialkey, v.initialkey);
   if (changeBox(GroupField::PodcastEnable)) d.podcast = v.podcast;
-  text(GroupField::PodcastId, d.podcastid, v.podcastid);
-  latin(GroupField::PodcastFeed, d.podcastfeed, v.podcastfeed);
-  text(GroupField::PodcastDescription, d.podcastdesc, v.podcastdesc);
 }
 
 void GroupModel::changedV1(bool changed, bool enable) {
@@ -246,38 +267,15 @@ void GroupModel::setTagData(const ID3Tag& tag) {
   v.v1Genre = tag.v1.genre < kGenreCount ? wide(std::string(genreName(tag.v1.genre))) : std::u16string();
 
   const TagData& d = tag.tagData;
-  v.title = d.title.toU16();
-  v.artist = d.artist.toU16();
-  v.album = d.album.toU16();
+  for (const TextField& f : kTextFields) v.*f.value = (d.*f.tag).toU16();
+  for (const LatinField& f : kLatinFields) v.*f.value = wide(d.*f.tag);
   v.year = wide(d.year);
-  v.genre = d.genre.toU16();
-  v.comment = d.comment.toU16();
-  v.composer = d.composer.toU16();
-  v.origArtist = d.origArtist.toU16();
-  v.copyright = d.copyright.toU16();
-  v.url = wide(d.url);
-  v.encodedBy = wide(d.encodedBy);
   v.tracks = numberText(d.tracks);
   v.set = numberText(d.set);
   v.sets = numberText(d.sets);
-  v.conductor = d.conductor.toU16();
-  v.lyricist = d.lyricist.toU16();
-  v.publisher = d.publisher.toU16();
-  v.orchestra = d.orchestra.toU16();
-  v.content = d.content.toU16();
-  v.subtitle = d.subtitle.toU16();
   v.compilation = d.compilation;
   v.picture = d.picdata.empty() ? std::nullopt : std::optional<PicData>(d.picdata.front());
-  v.artisturl = wide(d.artisturl);
-  v.isrc = wide(d.isrc);
-  v.releasetime = wide(d.releasetime);
-  v.recordtime = wide(d.recordtime);
-  v.bpm = wide(d.bpm);
-  v.initialkey = wide(d.initialkey);
   v.podcast = d.podcast;
-  v.podcastid = d.podcastid.toU16();
-  v.podcastfeed = wide(d.podcastfeed);
-  v.podcastdesc = d.podcastdesc.toU16();
 }
 
 void GroupModel::setDefaultTagData(int index, const PreferencesController& prefs) {
