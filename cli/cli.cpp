@@ -9,17 +9,13 @@
 #include "cli/set_command.h"
 #include "cli/show_command.h"
 #include "cli/tag_commands.h"
+#include "cli/usage_error.h"
 #include "melos_version.h"
 
 namespace melos::cli {
 namespace {
 
 const QString kHelp = QStringLiteral("help");
-
-ExitCode usageError(std::ostream& err, const QString& message, const std::string& usage) {
-  err << "melos: " << message.toStdString() << "\n\n" << usage;
-  return ExitCode::Usage;
-}
 
 ExitCode runShow(const QStringList& arguments, std::ostream& out, std::ostream& err) {
   QCommandLineParser parser;
@@ -29,14 +25,14 @@ ExitCode runShow(const QStringList& arguments, std::ostream& out, std::ostream& 
   const QCommandLineOption jobs(QStringList{QStringLiteral("j"), QStringLiteral("jobs")}, QString(),
                                 QStringLiteral("N"));
   parser.addOptions({help, json, fullScan, jobs});
-  if (!parser.parse(arguments)) return usageError(err, parser.errorText(), showUsageText());
+  if (!parser.parse(arguments)) return commandUsageError(err, parser.errorText(), showUsageText());
   if (parser.isSet(help)) {
     out << showUsageText();
     return ExitCode::Ok;
   }
   // The first positional argument is the command itself.
   const QStringList files = parser.positionalArguments().mid(1);
-  if (files.isEmpty()) return usageError(err, QStringLiteral("show: no FILE given"), showUsageText());
+  if (files.isEmpty()) return commandUsageError(err, QStringLiteral("show: no FILE given"), showUsageText());
   ShowOptions options;
   options.json = parser.isSet(json);
   if (parser.isSet(fullScan)) options.scanMode = kScanFull;
@@ -45,7 +41,7 @@ ExitCode runShow(const QStringList& arguments, std::ostream& out, std::ostream& 
     bool number = false;
     options.jobs = parser.value(jobs).toInt(&number);
     if (!number || options.jobs < 1 || options.jobs > kMaxJobs)
-      return usageError(err, QStringLiteral("show: -j needs a number of files from 1 to %1").arg(kMaxJobs),
+      return commandUsageError(err, QStringLiteral("show: -j needs a number of files from 1 to %1").arg(kMaxJobs),
                         showUsageText());
   }
   return showCommand(files, options, out, err);
@@ -57,7 +53,7 @@ ExitCode runConvert(const QStringList& arguments, std::ostream& out, std::ostrea
   const QCommandLineOption to(QStringLiteral("to"), QString(), QStringLiteral("VERSION"));
   const QCommandLineOption force(QStringLiteral("force"));
   parser.addOptions({help, to, force});
-  if (!parser.parse(arguments)) return usageError(err, parser.errorText(), convertUsageText());
+  if (!parser.parse(arguments)) return commandUsageError(err, parser.errorText(), convertUsageText());
   if (parser.isSet(help)) {
     out << convertUsageText();
     return ExitCode::Ok;
@@ -65,8 +61,8 @@ ExitCode runConvert(const QStringList& arguments, std::ostream& out, std::ostrea
   const QStringList files = parser.positionalArguments().mid(1);
   const QString version = parser.value(to);
   if (version != QStringLiteral("3") && version != QStringLiteral("4"))
-    return usageError(err, QStringLiteral("convert: --to must be 3 or 4"), convertUsageText());
-  if (files.isEmpty()) return usageError(err, QStringLiteral("convert: no FILE given"), convertUsageText());
+    return commandUsageError(err, QStringLiteral("convert: --to must be 3 or 4"), convertUsageText());
+  if (files.isEmpty()) return commandUsageError(err, QStringLiteral("convert: no FILE given"), convertUsageText());
   ConvertOptions options;
   options.version = version.toInt();
   options.force = parser.isSet(force);
@@ -80,15 +76,15 @@ ExitCode runRemove(const QStringList& arguments, std::ostream& out, std::ostream
   const QCommandLineOption v2(QStringLiteral("v2"));
   const QCommandLineOption ape(QStringLiteral("ape"));
   parser.addOptions({help, v1, v2, ape});
-  if (!parser.parse(arguments)) return usageError(err, parser.errorText(), removeUsageText());
+  if (!parser.parse(arguments)) return commandUsageError(err, parser.errorText(), removeUsageText());
   if (parser.isSet(help)) {
     out << removeUsageText();
     return ExitCode::Ok;
   }
   const QStringList files = parser.positionalArguments().mid(1);
   const int kinds = int{parser.isSet(v1)} + int{parser.isSet(v2)} + int{parser.isSet(ape)};
-  if (kinds != 1) return usageError(err, QStringLiteral("remove: give one of --v1, --v2 and --ape"), removeUsageText());
-  if (files.isEmpty()) return usageError(err, QStringLiteral("remove: no FILE given"), removeUsageText());
+  if (kinds != 1) return commandUsageError(err, QStringLiteral("remove: give one of --v1, --v2 and --ape"), removeUsageText());
+  if (files.isEmpty()) return commandUsageError(err, QStringLiteral("remove: no FILE given"), removeUsageText());
   const TagKind kind = parser.isSet(v1) ? TagKind::V1 : parser.isSet(v2) ? TagKind::V2 : TagKind::Ape;
   return removeCommand(files, kind, saveFlagsFromPreferences(), out, err);
 }
@@ -172,8 +168,8 @@ ExitCode runCli(const QStringList& arguments, std::ostream& out, std::ostream& e
       out << usageText();
       return ExitCode::Ok;
     }
-    if (!parser.unknownOptionNames().isEmpty()) return usageError(err, parser.errorText(), usageText());
-    return usageError(err, QStringLiteral("no command given"), usageText());
+    if (!parser.unknownOptionNames().isEmpty()) return commandUsageError(err, parser.errorText(), usageText());
+    return commandUsageError(err, QStringLiteral("no command given"), usageText());
   }
   if (command == kHelp) {
     out << usageText();
@@ -186,7 +182,7 @@ ExitCode runCli(const QStringList& arguments, std::ostream& out, std::ostream& e
   if (command == QStringLiteral("convert")) return runConvert(arguments, out, err);
   if (command == QStringLiteral("remove")) return runRemove(arguments, out, err);
   if (command == QStringLiteral("set")) return runSet(arguments, out, err);
-  return usageError(err, QStringLiteral("unknown command '%1'").arg(command), usageText());
+  return commandUsageError(err, QStringLiteral("unknown command '%1'").arg(command), usageText());
 }
 
 }  // namespace melos::cli

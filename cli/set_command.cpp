@@ -115,12 +115,6 @@ class FlagQuestions : public Questions {
   bool force_;
 };
 
-std::string joined(const std::vector<std::string>& names) {
-  std::string text;
-  for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
-  return text;
-}
-
 // Per-file lines as the tracks are done, and the progress bar when asked.
 class SetReporter : public UpdateObserver {
  public:
@@ -146,8 +140,7 @@ class SetReporter : public UpdateObserver {
   }
 
   void failed(const std::string& path, const std::string& why) {
-    out_.flush();
-    err_ << "melos: " << path << ": " << why << "\n";
+    reportFileFailure(out_, err_, path, why);
     failures_ = true;
   }
 
@@ -166,7 +159,7 @@ class SetReporter : public UpdateObserver {
         failed(o.path, "left alone: the file may not be written");
         break;
       case TrackStatus::LossDeclined:
-        failed(o.path, "left alone: ID3v2.3 cannot hold " + joined(o.dropped) + " (--force drops them)");
+        failed(o.path, "left alone: ID3v2.3 cannot hold " + joinedNames(o.dropped) + " (--force drops them)");
         break;
       case TrackStatus::CheckDeclined:
         failed(o.path, "not written: the V2 tag was expected to change but had not");
@@ -190,7 +183,7 @@ class SetReporter : public UpdateObserver {
         }
         std::string what = "updated";
         if (!o.newPath.empty()) what += ", renamed to " + o.newPath;
-        if (!o.dropped.empty()) what += ", dropped " + joined(o.dropped);
+        if (!o.dropped.empty()) what += ", dropped " + joinedNames(o.dropped);
         if (o.v1NotVerified || o.v2NotVerified) what += ", although the saved tag does not verify";
         if (o.renameFailed) {
           failed(o.path, what + ", but not renamed" + why);

@@ -12,6 +12,7 @@
 #include "cli/json_formatter.h"
 #include "cli/text_formatter.h"
 #include "cli/track_report.h"
+#include "cli/usage_error.h"
 
 namespace melos::cli {
 namespace {
@@ -93,8 +94,7 @@ ExitCode showCommand(const QStringList& files, const ShowOptions& options, std::
     if (options.json) {
       out << (first ? "" : ",\n") << shown.text;
     } else if (!shown.opened) {
-      out.flush();  // keeps the order of the two streams on a terminal
-      err << "melos: " << files[static_cast<qsizetype>(i)].toStdString() << ": " << shown.text << "\n";
+      reportFileFailure(out, err, files[static_cast<qsizetype>(i)], shown.text);
     } else {
       if (!first) out << "\n";
       out << shown.text;

@@ -6,6 +6,7 @@
 
 #include "cli/error_log.h"
 #include "cli/track_report.h"
+#include "cli/usage_error.h"
 #include "engine/open_track.h"
 #include "engine/tag_removal.h"
 #include "engine/v1_update.h"
@@ -15,12 +16,6 @@
 
 namespace melos::cli {
 namespace {
-
-std::string joined(const std::vector<std::string>& names) {
-  std::string text;
-  for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
-  return text;
-}
 
 std::string failureText(const ErrorLog& log, int code) {
   std::string cause = log.firstError().empty() ? "unknown failure" : log.firstError();
@@ -33,8 +28,7 @@ class Reporter {
   Reporter(std::ostream& out, std::ostream& err) : out_(out), err_(err) {}
   void done(const QString& path, const std::string& what) { out_ << path.toStdString() << ": " << what << "\n"; }
   void failed(const QString& path, const std::string& why) {
-    out_.flush();
-    err_ << "melos: " << path.toStdString() << ": " << why << "\n";
+    reportFileFailure(out_, err_, path, why);
     code_ = ExitCode::Failure;
   }
   ExitCode code() const { return code_; }
@@ -86,10 +80,10 @@ ExitCode convertCommand(const QStringList& files, const ConvertOptions& options,
     if (options.version < 4) {
       const std::vector<std::string> lost = fieldsLostAtVersion(*track, options.version);
       if (!lost.empty() && !options.force) {
-        report.failed(path, "left alone: ID3v2.3 cannot hold " + joined(lost) + " (--force drops them)");
+        report.failed(path, "left alone: ID3v2.3 cannot hold " + joinedNames(lost) + " (--force drops them)");
         continue;
       }
-      if (!lost.empty()) dropped = ", dropped " + joined(lost);
+      if (!lost.empty()) dropped = ", dropped " + joinedNames(lost);
       // What the user agreed to lose is taken out first, so that the saved tag
       // verifies against what was meant to be saved.
       dropVersion24Fields(track->tagData);
