@@ -11,7 +11,9 @@
 namespace melos {
 
 inline constexpr int kMaxTemporaryNumber = 99;
-inline constexpr size_t kCopyBlockSize = 65536;
+// The buffer of a copy through our memory: large reads and writes, and still
+// a small fraction of the memory a tag may take.
+inline constexpr size_t kCopyBlockSize = size_t{1} << 20;
 
 // "%s.t%d": the track path and a number from 0 to 99.
 std::string temporaryName(const std::string& path, int number);
@@ -51,7 +53,10 @@ class OutputFile {
   void release() noexcept;
 
  private:
+  bool kernelCopyPays(const File& source, uint64_t offset) const noexcept;
   uint64_t copyBlocks(const File& source, uint64_t offset, uint64_t length) noexcept;
+  // Starts the disk writing the bytes just added at the end.
+  void startWriteback(uint64_t justWritten) noexcept;
 
   File file_;
   std::string path_;
