@@ -36,14 +36,9 @@ ExitCode runShow(const QStringList& arguments, std::ostream& out, std::ostream& 
   ShowOptions options;
   options.json = parser.isSet(json);
   if (parser.isSet(fullScan)) options.scanMode = kScanFull;
-  options.jobs = defaultJobs();
-  if (parser.isSet(jobs)) {
-    bool number = false;
-    options.jobs = parser.value(jobs).toInt(&number);
-    if (!number || options.jobs < 1 || options.jobs > kMaxJobs)
-      return commandUsageError(err, QStringLiteral("show: -j needs a number of files from 1 to %1").arg(kMaxJobs),
-                        showUsageText());
-  }
+  const std::optional<int> jobCount = jobsOption(parser, jobs, defaultJobs());
+  if (!jobCount) return commandUsageError(err, jobsUsageError("show"), showUsageText());
+  options.jobs = *jobCount;
   return showCommand(files, options, out, err);
 }
 

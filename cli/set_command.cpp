@@ -1,5 +1,6 @@
 #include "cli/set_command.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <QCommandLineParser>
@@ -7,9 +8,13 @@
 #include <array>
 #include <iostream>
 #include <memory>
+#include <mutex>
+#include <optional>
+#include <set>
 #include <vector>
 
 #include "cli/error_log.h"
+#include "cli/show_command.h"
 #include "cli/track_report.h"
 #include "cli/usage_error.h"
 #include "engine/genres.h"
@@ -78,9 +83,9 @@ const TextOption* textOption(const std::string& name) {
 // The options that take a value, by every name they have.
 const QStringList& valuedOptionNames() {
   static const QStringList names = [] {
-    QStringList list{QStringLiteral("track"), QStringLiteral("disc"), QStringLiteral("compilation"),
+    QStringList list{QStringLiteral("track"),   QStringLiteral("disc"),    QStringLiteral("compilation"),
                      QStringLiteral("podcast"), QStringLiteral("picture"), QStringLiteral("format"),
-                     QStringLiteral("version")};
+                     QStringLiteral("version"), QStringLiteral("jobs")};
     for (const TextOption& option : kTextOptions) {
       list << QString::fromLatin1(option.name);
       if (option.alias != nullptr) list << QString::fromLatin1(option.alias);
@@ -115,33 +120,47 @@ class FlagQuestions : public Questions {
   bool force_;
 };
 
-// Per-file lines as the tracks are done, and the progress bar when asked.
+// Per-file lines in the order the files were given, each as soon as the
+// files before it are done, and the progress bar when asked. Tracks written
+// at once end in any order and on several threads.
 class SetReporter : public UpdateObserver {
  public:
   SetReporter(std::ostream& out, std::ostream& err, ErrorLog& log, size_t count, bool bar)
-      : out_(out), err_(err), log_(log), count_(count), bar_(bar) {}
+      : out_(out), err_(err), log_(log), count_(count), bar_(bar), ended_(count) {}
 
+  // On the thread that saves the track: the failure lines are kept per thread.
   void trackStarting(size_t) override { log_.clear(); }
 
-  void trackUpdated(size_t, const TrackOutcome& outcome) override {
+  void trackUpdated(size_t index, const TrackOutcome& outcome) override {
+    const std::string cause = log_.firstError();
+    std::lock_guard lock(mutex_);
+    if (index >= ended_.size()) return;
+    ended_[index] = Ended{outcome, cause};
     clearBar();
-    report(outcome, log_.firstError());
+    for (; next_ < ended_.size() && ended_[next_]; ++next_) {
+      report(ended_[next_]->outcome, ended_[next_]->cause);
+      ended_[next_].reset();
+    }
     ++done_;
     drawBar();
   }
 
-  // Tracks the run never reached.
+  // The rest, in order: tracks that ended behind one the run never reached,
+  // and those it never reached.
   void reportRest(const std::vector<TrackOutcome>& outcomes, bool cancelled) {
+    std::lock_guard lock(mutex_);
     clearBar();
-    for (const TrackOutcome& outcome : outcomes)
-      if (outcome.status == TrackStatus::NotReached)
-        failed(outcome.path, cancelled ? "not updated: the run was stopped"
-                                       : "not updated: the run stopped at an earlier failure");
-  }
-
-  void failed(const std::string& path, const std::string& why) {
-    reportFileFailure(out_, err_, path, why);
-    failures_ = true;
+    for (; next_ < ended_.size(); ++next_) {
+      if (ended_[next_]) {
+        report(ended_[next_]->outcome, ended_[next_]->cause);
+        ended_[next_].reset();
+      } else if (next_ < outcomes.size() && outcomes[next_].status == TrackStatus::NotReached) {
+        failed(outcomes[next_].path, cancelled ? "not updated: the run was stopped"
+                                               : "not updated: the run stopped at an earlier failure");
+      } else if (next_ < outcomes.size()) {
+        report(outcomes[next_], std::string());
+      }
+    }
   }
 
   bool anyFailure() const { return failures_; }
@@ -211,11 +230,24 @@ class SetReporter : public UpdateObserver {
     shown_ = false;
   }
 
+  void failed(const std::string& path, const std::string& why) {
+    reportFileFailure(out_, err_, path, why);
+    failures_ = true;
+  }
+
+  struct Ended {
+    TrackOutcome outcome;
+    std::string cause;
+  };
+
   std::ostream& out_;
   std::ostream& err_;
   ErrorLog& log_;
   size_t count_;
   bool bar_;
+  std::mutex mutex_;
+  std::vector<std::optional<Ended>> ended_;
+  size_t next_ = 0;  // the first track not yet reported
   size_t done_ = 0;
   bool shown_ = false;
   bool failures_ = false;
@@ -314,6 +346,19 @@ void fillModel(GroupModel& model, const SetOptions& options) {
   model.enableV2 = model.enableV2 || v2;
 }
 
+// Files written at once. A renamed file takes the first free name, and a file
+// named twice is written twice: both are done one file after another, so
+// that the outcome is the same as in the editor.
+int writtenAtOnce(const GroupModel& model, const SetOptions& options) {
+  if (options.jobs <= 1 || options.rename) return 1;
+  std::set<std::pair<dev_t, ino_t>> files;
+  for (const auto& track : model.tracks()) {
+    struct stat info {};
+    if (::stat(track->path().c_str(), &info) != 0 || !files.emplace(info.st_dev, info.st_ino).second) return 1;
+  }
+  return options.jobs;
+}
+
 std::optional<NumberPair> numberPair(const QString& text) {
   const QStringList parts = text.split(QLatin1Char('/'));
   if (parts.size() > 2) return std::nullopt;
@@ -358,6 +403,8 @@ bool assignFormats(const QStringList& arguments, SetOptions& options) {
       else if (i + 1 < arguments.size()) *owner = arguments[++i];
     } else if (argument.startsWith(QLatin1String("--")) && !argument.contains(QLatin1Char('='))) {
       if (valuedOptionNames().contains(argument.mid(2))) ++i;
+    } else if (argument == QLatin1String("-j")) {
+      ++i;
     }
   }
   return true;
@@ -405,6 +452,7 @@ ExitCode setCommand(const QStringList& files, const SetOptions& options, std::os
   runOptions.sheetPoll = std::chrono::milliseconds(0);
   runOptions.afterSheet = std::chrono::milliseconds(0);
   runOptions.reload = false;
+  runOptions.jobs = writtenAtOnce(model, options);
   const SaveSettings settings = commandSettings(options);
   GroupUpdate update(model, questions, reporter, fixedSettings(settings), engineTrackWriter(), runOptions);
   reporter.start();
@@ -436,8 +484,10 @@ ExitCode runSet(const QStringList& arguments, std::ostream& out, std::ostream& e
   const QCommandLineOption version(QStringLiteral("version"), QString(), QStringLiteral("3|4"));
   const QCommandLineOption yes(QStringList{QStringLiteral("y"), QStringLiteral("yes")});
   const QCommandLineOption force(QStringLiteral("force"));
+  const QCommandLineOption jobs(QStringList{QStringLiteral("j"), QStringLiteral("jobs")}, QString(),
+                                QStringLiteral("N"));
   parser.addOptions({help, v1, v2, both, track, disc, compilation, podcast, picture, removePictures, isrcIncrement,
-                     fromFileName, v2ForV1, rename, format, version, yes, force});
+                     fromFileName, v2ForV1, rename, format, version, yes, force, jobs});
   std::vector<std::pair<const TextOption*, QCommandLineOption>> textOptions;
   for (const TextOption& option : kTextOptions) {
     QStringList names{QString::fromLatin1(option.name)};
@@ -521,6 +571,9 @@ ExitCode runSet(const QStringList& arguments, std::ostream& out, std::ostream& e
   }
   options.yes = parser.isSet(yes);
   options.force = parser.isSet(force);
+  const std::optional<int> jobCount = jobsOption(parser, jobs, defaultJobs());
+  if (!jobCount) return commandUsageError(err, jobsUsageError("set"), setUsageText());
+  options.jobs = *jobCount;
 
   const bool anything = !options.texts.empty() || options.track || options.disc || options.compilation ||
                         options.podcast || options.picture || options.removePictures || options.fromFileName ||
@@ -536,8 +589,10 @@ std::string setUsageText() {
   return "Usage: melos set [--v1|--v2|--both] [FIELD OPTIONS] [--yes] FILE...\n"
          "\n"
          "Sets the given fields in the tags of every FILE and leaves every other field\n"
-         "of every file as it is. The files are written one after another; the run\n"
-         "stops at the first file that fails, and the files before it stay written.\n"
+         "of every file as it is. The files are begun in the order given, several at\n"
+         "once (see -j). The run stops at the first file that fails: every file before\n"
+         "it stays written, no file after it is begun, and those already begun beside\n"
+         "it are finished. The output keeps the order given.\n"
          "\n"
          "Tags:\n"
          "  --v2          set the fields in the ID3v2 tag (the default)\n"
@@ -581,6 +636,8 @@ std::string setUsageText() {
          "  -y, --yes             go on where the editor would ask: keep a tag that does\n"
          "                        not verify, drop fields the version cannot hold\n"
          "  --force               drop fields the ID3v2 version cannot hold\n"
+         "  -j, --jobs N          write N files at once (default: one per core); with\n"
+         "                        --rename, or a file given twice, one at a time\n"
          "Without them a file whose tag would lose fields is left alone, and a tag\n"
          "that does not verify stops the run.\n"
          "\n"

@@ -41,6 +41,7 @@ struct SetOptions {
   bool yes = false;      // answer "Yes" where the editor would ask
   bool force = false;    // drop what the save version cannot hold
   bool progress = false; // a progress bar on the error stream
+  int jobs = 1;          // files written at once
 };
 
 // Opens the files and runs the group update over them. Each file gets its

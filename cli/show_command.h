@@ -8,9 +8,7 @@
 
 namespace melos::cli {
 
-inline constexpr int kMaxJobs = 256;
-
-// The number of files read at once when none is given: one per core.
+// The number of files worked on at once when none is given: one per core.
 int defaultJobs() noexcept;
 
 struct ShowOptions {

@@ -1,7 +1,9 @@
 #pragma once
 // The shared shape of a command's usage error and of its file report lines.
 
+#include <QCommandLineParser>
 #include <QString>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -13,6 +15,23 @@ namespace melos::cli {
 inline ExitCode commandUsageError(std::ostream& err, const QString& message, const std::string& usage) {
   err << "melos: " << message.toStdString() << "\n\n" << usage;
   return ExitCode::Usage;
+}
+
+inline constexpr int kMaxJobs = 256;
+
+// The value of -j: a count of files from 1 to kMaxJobs, or `fallback` when
+// the option is not given; nothing when it is no such count.
+inline std::optional<int> jobsOption(const QCommandLineParser& parser, const QCommandLineOption& option,
+                                     int fallback) {
+  if (!parser.isSet(option)) return fallback;
+  bool number = false;
+  const int jobs = parser.value(option).toInt(&number);
+  if (!number || jobs < 1 || jobs > kMaxJobs) return std::nullopt;
+  return jobs;
+}
+
+inline QString jobsUsageError(const char* command) {
+  return QStringLiteral("%1: -j needs a number of files from 1 to %2").arg(QLatin1String(command)).arg(kMaxJobs);
 }
 
 // A per-file failure on standard error; the run goes on with the next file.

@@ -1,5 +1,6 @@
 #include "operations/group_update.h"
 
+#include <algorithm>
 #include <exception>
 #include <utility>
 
@@ -87,25 +88,12 @@ void GroupUpdate::updateWithThread() {
   bool error = false;
   try {
     const size_t count = model_.count();
-    size_t index = 0;
-    for (; index < count && !m_bExit; ++index) {
-      const bool expectV1 = model_.updateV1();
-      const bool expectV2 = model_.updateV2();
-      if (index > 0 && options_.pauseBetweenTracks.count() > 0) {
-        std::this_thread::sleep_for(options_.pauseBetweenTracks);
-        if (m_bExit) break;
-      }
-      observer_.trackStarting(index);
-      const bool saved = saveTag(index, count, expectV1, expectV2);
-      observer_.trackUpdated(index, outcomes()[index]);
-      if (!saved) {
-        LogMessage(LogError, "Ending update due to errors");
-        error = true;
-        break;
-      }
-      observer_.progressAdvanced();
-    }
-    cancelled_ = !error && index < count;
+    // The V1 switch is turned on by the first MP3 track when V2 details are
+    // copied to V1; tracks written at once would race for it.
+    const bool together = options_.jobs > 1 && count > 1 && (!model_.copyV2Details || model_.enableV1);
+    const size_t begun = together ? updateTogether(count, std::min<int>(options_.jobs, static_cast<int>(count)), error)
+                                  : updateInTurn(count, error);
+    cancelled_ = !error && begun < count;
 
     // The end of the run would rebuild the window under a showing sheet.
     for (int polls = 0; m_bShowingSheet && polls < options_.sheetPollLimit; ++polls)
@@ -123,6 +111,72 @@ void GroupUpdate::updateWithThread() {
     tell(questions_, "Failed to update the tags", "Note: The files before this error will have been updated.");
   }
   observer_.runOnMainThread([this, error] { finishedUpdate(error); });
+}
+
+bool GroupUpdate::runTrack(size_t index, size_t count) {
+  const bool expectV1 = model_.updateV1();
+  const bool expectV2 = model_.updateV2();
+  observer_.trackStarting(index);
+  const bool saved = saveTag(index, count, expectV1, expectV2);
+  observer_.trackUpdated(index, outcomeAt(index));
+  if (!saved) return false;
+  observer_.progressAdvanced();
+  return true;
+}
+
+size_t GroupUpdate::updateInTurn(size_t count, bool& error) {
+  size_t index = 0;
+  for (; index < count && !m_bExit; ++index) {
+    if (index > 0 && options_.pauseBetweenTracks.count() > 0) {
+      std::this_thread::sleep_for(options_.pauseBetweenTracks);
+      if (m_bExit) break;
+    }
+    if (!runTrack(index, count)) {
+      LogMessage(LogError, "Ending update due to errors");
+      error = true;
+      return index + 1;
+    }
+  }
+  return index;
+}
+
+size_t GroupUpdate::updateTogether(size_t count, int jobs, bool& error) {
+  std::atomic<size_t> next{0};
+  std::atomic<size_t> begun{0};
+  std::atomic<bool> failed{false};
+  std::mutex thrownMutex;
+  std::exception_ptr thrown;
+  auto work = [&] {
+    try {
+      for (;;) {
+        if (failed || m_bExit) return;
+        const size_t index = next++;
+        if (index >= count) return;
+        // Claimed while the failure of an earlier track was being recorded.
+        if (failed || m_bExit) return;
+        ++begun;
+        if (!runTrack(index, count)) {
+          if (!failed.exchange(true)) LogMessage(LogError, "Ending update due to errors");
+          return;
+        }
+      }
+    } catch (...) {
+      std::lock_guard lock(thrownMutex);
+      if (!thrown) thrown = std::current_exception();
+      failed = true;
+    }
+  };
+  std::vector<std::thread> workers;
+  try {
+    for (int i = 1; i < jobs; ++i) workers.emplace_back(work);
+  } catch (...) {
+    // Fewer threads than asked for: the ones there are do the work.
+  }
+  work();
+  for (std::thread& worker : workers) worker.join();
+  if (thrown) std::rethrow_exception(thrown);
+  error = failed;
+  return begun;
 }
 
 void GroupUpdate::reloadTracks() {
@@ -178,6 +232,11 @@ CloseAnswer GroupUpdate::askToUpdate() {
 std::vector<TrackOutcome> GroupUpdate::outcomes() const {
   std::lock_guard lock(outcomesMutex_);
   return outcomes_;
+}
+
+TrackOutcome GroupUpdate::outcomeAt(size_t index) const {
+  std::lock_guard lock(outcomesMutex_);
+  return index < outcomes_.size() ? outcomes_[index] : TrackOutcome{};
 }
 
 bool GroupUpdate::saveTag(size_t index, size_t count, bool expectV1, bool expectV2) {
@@ -256,7 +315,8 @@ bool GroupUpdate::saveTrack(ID3Tag& track, size_t index, size_t count, bool expe
     if (track.isMp3File && model_.copyV2Details) {
       fillV1FromV2(track);
       track.v1Changed = true;
-      model_.enableV1 = true;
+      // Written only while tracks are written one after another.
+      if (!model_.enableV1) model_.enableV1 = true;
     }
 
     // A 2.3 save has no frame for some fields; they would be gone without a word.

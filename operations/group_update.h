@@ -83,6 +83,11 @@ struct GroupUpdateOptions {
   // that the window shows what is on disk; a run with no window skips it.
   bool reload = true;
   int reopenScanMode = kScanQuick;
+  // Tracks written at once. The window writes one after another. With more,
+  // tracks are still begun in order, so every track before a failed one is
+  // written; none is begun after the failure, and those begun beside it
+  // finish. The observer then hears of the tracks in the order they end.
+  int jobs = 1;
 };
 
 // What the closing question gave.
@@ -127,6 +132,7 @@ class GroupUpdate {
 
   // One per track of the last run.
   std::vector<TrackOutcome> outcomes() const;
+  TrackOutcome outcomeAt(size_t index) const;
   bool running() const noexcept { return !m_bCanExit; }
   bool cancelled() const noexcept { return cancelled_; }
 
@@ -138,6 +144,11 @@ class GroupUpdate {
   bool saveTrack(ID3Tag& track, size_t index, size_t count, bool expectV1, bool expectV2,
                  const SaveSettings& settings, TrackOutcome& outcome);
   void reloadTracks();
+  // The two ways through the tracks; each returns how many were begun.
+  size_t updateInTurn(size_t count, bool& error);
+  size_t updateTogether(size_t count, int jobs, bool& error);
+  // Saves one track and tells the observer; false ends the run.
+  bool runTrack(size_t index, size_t count);
 
   GroupModel& model_;
   Questions& questions_;

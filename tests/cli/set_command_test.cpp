@@ -4,6 +4,8 @@
 #include "cli/set_command.h"
 
 #include <gtest/gtest.h>
+#include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 #include <QString>
@@ -96,12 +98,15 @@ TEST_F(SetCommandTest, AlbumOfTwoHundredFilesAndNothingElse) {
     before.push_back(track.tagData);
     beforeV1.push_back(track.v1);
   }
-  const CommandResult result = set({"--album", "X"}, files);
+  // Several files at once, and the lines still in the order given.
+  const CommandResult result = set({"--album", "X", "-j", "4"}, files);
   ASSERT_EQ(result.code, ExitCode::Ok) << result.err;
   EXPECT_TRUE(result.err.empty()) << result.err;  // no progress bar off a terminal
+  std::string lines;
+  for (const std::string& path : files) lines += path + ": updated\n";
+  EXPECT_EQ(result.out, lines);
   for (int n = 0; n < kFiles; ++n) {
     const std::string& path = files[static_cast<size_t>(n)];
-    EXPECT_TRUE(contains(result.out, path + ": updated\n")) << path;
     const ID3Tag after = reopen(path);
     TagData expected = before[static_cast<size_t>(n)];
     expected.album = UnicodeText::latin1("X");
@@ -243,7 +248,7 @@ TEST_F(SetCommandTest, ATagThatDoesNotVerifyStopsTheRunUnlessYes) {
   const std::string a = write("a.mp3", trackFile(1));
   const std::string b = write("b.mp3", trackFile(2));
   const Bytes bBefore = readFile(b);
-  const CommandResult stopped = set({"--genre", "((x"}, {a, b});
+  const CommandResult stopped = set({"--genre", "((x", "-j", "1"}, {a, b});
   EXPECT_EQ(stopped.code, ExitCode::Failure);
   EXPECT_TRUE(contains(stopped.err, a + ": written, but the saved tag does not verify")) << stopped.err;
   EXPECT_TRUE(contains(stopped.err, "(110:Genre)")) << stopped.err;
@@ -253,6 +258,51 @@ TEST_F(SetCommandTest, ATagThatDoesNotVerifyStopsTheRunUnlessYes) {
   const CommandResult passed = set({"--genre", "((x", "--yes"}, {a, b});
   EXPECT_EQ(passed.code, ExitCode::Ok) << passed.err;
   EXPECT_TRUE(contains(passed.out, b + ": updated, although the saved tag does not verify")) << passed.out;
+}
+
+TEST_F(SetCommandTest, AFailureAmongFilesWrittenAtOnceBeginsNoLaterFile) {
+  std::vector<std::string> files;
+  std::vector<Bytes> originals;
+  for (int n = 0; n < 8; ++n) {
+    originals.push_back(trackFile(n));
+    files.push_back(write("f" + std::to_string(n) + ".mp3", originals.back()));
+  }
+  // Another task holds the third file.
+  const int held = ::open(files[2].c_str(), O_RDONLY);
+  ASSERT_GE(held, 0);
+  ASSERT_EQ(::flock(held, LOCK_EX), 0);
+  const CommandResult result = set({"--album", "J", "-j", "2"}, files);
+  ::close(held);
+  EXPECT_EQ(result.code, ExitCode::Failure);
+  EXPECT_TRUE(contains(result.out, files[0] + ": updated\n" + files[1] + ": updated\n")) << result.out;
+  EXPECT_TRUE(contains(result.err, files[2] + ": ")) << result.err;
+  EXPECT_EQ(readFile(files[2]), originals[2]);
+  // Files begun beside it are finished; from the first one not begun on,
+  // none is. Each has its line, in the order given.
+  bool stopped = false;
+  size_t lastUpdated = result.out.find(files[1] + ": updated\n");
+  for (size_t i = 3; i < files.size(); ++i) {
+    SCOPED_TRACE(files[i]);
+    const size_t updated = result.out.find(files[i] + ": updated\n");
+    const bool notBegun = contains(result.err, files[i] + ": not updated: the run stopped at an earlier failure");
+    EXPECT_NE(updated != std::string::npos, notBegun) << result.out << result.err;
+    if (notBegun) stopped = true;
+    EXPECT_EQ(notBegun, stopped);
+    EXPECT_EQ(readFile(files[i]) == originals[i], notBegun);
+    if (!notBegun) {
+      EXPECT_GT(updated, lastUpdated);
+      lastUpdated = updated;
+    }
+  }
+  EXPECT_TRUE(stopped);
+}
+
+TEST_F(SetCommandTest, AFileGivenTwiceIsWrittenTwiceInTurn) {
+  const std::string path = write("a.mp3", trackFile(1));
+  const CommandResult result = set({"--album", "Twice", "-j", "4"}, {path, path});
+  EXPECT_EQ(result.code, ExitCode::Ok) << result.err;
+  EXPECT_EQ(result.out, path + ": updated\n" + path + ": updated\n");
+  EXPECT_EQ(reopen(path).tagData.album, UnicodeText::latin1("Twice"));
 }
 
 TEST_F(SetCommandTest, PicturesAddedReplacedAndRemoved) {
@@ -339,6 +389,8 @@ TEST_F(SetCommandTest, UsageErrors) {
       {{"--picture", QString::fromStdString(dir.file("missing.png"))}, "cannot read the picture"},
       {{"--picture", QString::fromStdString(path)}, "is not a JPEG, PNG, GIF, TIFF or BMP picture"},
       {{"--nonsense"}, "Unknown option 'nonsense'"},
+      {{"--album", "A", "-j", "0"}, "set: -j needs a number of files from 1 to 256"},
+      {{"--album", "A", "--jobs", "many"}, "set: -j needs a number of files from 1 to 256"},
   };
   const Bytes before = readFile(path);
   for (const auto& row : rows) {
@@ -370,7 +422,7 @@ TEST_F(SetCommandTest, HelpListsTheCommandAndItsOptions) {
                              "--compilation yes|no", "--podcast yes|no", "--podcast-id", "--podcast-feed",
                              "--podcast-description", "--isrc X", "--isrc-increment", "--picture FILE",
                              "--remove-pictures", "--from-filename [--format F]", "--v2-for-v1",
-                             "--rename [--format F]", "--version 3|4", "--yes", "--force"})
+                             "--rename [--format F]", "--version 3|4", "--yes", "--force", "-j, --jobs N"})
     EXPECT_TRUE(contains(help.out, option)) << option;
   EXPECT_TRUE(contains(runMelos({"--help"}).out, "  set       "));
 }

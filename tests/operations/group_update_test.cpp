@@ -6,7 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
+#include <mutex>
 #include <thread>
 
 #include "engine/log.h"
@@ -57,8 +59,10 @@ class GroupUpdateTest : public ::testing::Test {
     return std::make_unique<GroupUpdate>(model, questions, observer, fixedSettings(settings), writer, options());
   }
 
-  void run() {
-    auto update = makeUpdate();
+  void run(int jobs = 1) {
+    GroupUpdateOptions o = options();
+    o.jobs = jobs;
+    auto update = std::make_unique<GroupUpdate>(model, questions, observer, fixedSettings(settings), writer, o);
     ASSERT_TRUE(update->updateTracks());
     update->wait();
     outcomes = update->outcomes();
@@ -703,6 +707,99 @@ TEST_F(GroupUpdateTest, PauseBetweenTracksIsTakenAndStopChecked) {
   update.wait();
   EXPECT_FALSE(untouched(0));
   EXPECT_TRUE(untouched(1));
+}
+
+// Tracks written at once: begun in order, each written exactly as in turn.
+TEST_F(GroupUpdateTest, TracksWrittenAtOnceEachGetTheirOwnResult) {
+  addTracks(6);
+  std::vector<TagData> before;
+  for (const std::string& path : paths) before.push_back(test::reopened(path).tagData);
+  setAlbum(u"Together");
+  model.values.isrc = u"GBAAA0000100";
+  model.setChangeBox(GroupField::Isrc, true);
+  model.isrcIncrement = true;
+  run(3);
+  for (size_t i = 0; i < paths.size(); ++i) {
+    EXPECT_EQ(outcomes[i].status, TrackStatus::Saved) << i;
+    TagData expected = before[i];
+    expected.album = UnicodeText::latin1("Together");
+    expected.isrc = "GBAAA000010" + std::to_string(i);
+    EXPECT_EQ(test::reopened(paths[i]).tagData, expected) << paths[i];
+  }
+  std::vector<size_t> updated = observer.updated;
+  std::sort(updated.begin(), updated.end());
+  EXPECT_EQ(updated, (std::vector<size_t>{0, 1, 2, 3, 4, 5}));
+  EXPECT_EQ(writer.v2Saves, 6);
+  EXPECT_EQ(observer.progress, 7);
+  EXPECT_EQ(writer.reopens, 6);
+  EXPECT_FALSE(cancelled);
+  EXPECT_FALSE(observer.finishedError);
+}
+
+TEST_F(GroupUpdateTest, AFailureAmongTracksWrittenAtOnceBeginsNoLaterTrack) {
+  addTracks(8);
+  setAlbum(u"Stop");
+  writer.failV2Before = 4;
+  writer.failV2Of = paths[3];
+  run(2);
+  for (size_t i = 0; i < 3; ++i) {
+    EXPECT_EQ(outcomes[i].status, TrackStatus::Saved) << i;
+    EXPECT_FALSE(untouched(i)) << i;
+  }
+  EXPECT_EQ(outcomes[3].status, TrackStatus::Failed);
+  EXPECT_TRUE(untouched(3));
+  // Those begun beside the failed track finished; from the first track not
+  // begun on, none was.
+  bool reachedEnd = false;
+  for (size_t i = 4; i < paths.size(); ++i) {
+    SCOPED_TRACE(i);
+    if (outcomes[i].status == TrackStatus::NotReached) reachedEnd = true;
+    if (reachedEnd) {
+      EXPECT_EQ(outcomes[i].status, TrackStatus::NotReached);
+      EXPECT_TRUE(untouched(i));
+    } else {
+      EXPECT_EQ(outcomes[i].status, TrackStatus::Saved);
+    }
+  }
+  EXPECT_TRUE(reachedEnd);
+  EXPECT_TRUE(observer.finishedError);
+  EXPECT_FALSE(cancelled);
+  EXPECT_EQ(writer.reopens, 0);
+}
+
+TEST_F(GroupUpdateTest, StoppingTracksWrittenAtOnceBeginsNoOther) {
+  addTracks(6);
+  setAlbum(u"Halt");
+  GroupUpdateOptions o = options();
+  o.jobs = 2;
+  GroupUpdate update(model, questions, observer, fixedSettings(settings), writer, o);
+  observer.onTrackUpdated = [&](size_t, const TrackOutcome&) { update.m_bExit = true; };
+  ASSERT_TRUE(update.updateTracks());
+  update.wait();
+  EXPECT_TRUE(update.cancelled());
+  // At most the two first tracks and one claimed by the other thread began.
+  EXPECT_LE(writer.v2Saves, 3);
+  for (size_t i = 3; i < paths.size(); ++i) EXPECT_TRUE(untouched(i)) << i;
+  EXPECT_EQ(writer.reopens, 0);
+}
+
+// The first MP3 track turns the V1 switch on when V2 details go to V1: with
+// that switch off, the tracks are written in turn, as the window does.
+TEST_F(GroupUpdateTest, CopyingV2ToV1WithTheV1SwitchOffIsWrittenInTurn) {
+  addTracks(4);
+  model.copyV2Details = true;
+  model.changedV1(true, true);
+  model.enableV1 = false;
+  std::vector<size_t> order;
+  std::mutex orderMutex;
+  observer.onTrackUpdated = [&](size_t index, const TrackOutcome&) {
+    std::lock_guard lock(orderMutex);
+    order.push_back(index);
+  };
+  run(4);
+  EXPECT_EQ(order, (std::vector<size_t>{0, 1, 2, 3}));
+  for (size_t i = 0; i < paths.size(); ++i) EXPECT_EQ(outcomes[i].status, TrackStatus::Saved) << i;
+  EXPECT_TRUE(model.enableV1);
 }
 
 }  // namespace

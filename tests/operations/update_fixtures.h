@@ -95,7 +95,10 @@ class RecordingObserver : public UpdateObserver {
   void progressAdvanced() override { ++progress; }
   void statusChanged(const std::string& text) override { status = text; }
   void trackUpdated(size_t index, const TrackOutcome& outcome) override {
-    updated.push_back(index);
+    {
+      std::lock_guard lock(mutex_);
+      updated.push_back(index);
+    }
     if (onTrackUpdated) onTrackUpdated(index, outcome);
   }
   void updateFinished(bool error, bool close) override {
@@ -112,6 +115,9 @@ class RecordingObserver : public UpdateObserver {
   bool finishedError = false;
   bool closeWindow = false;
   std::function<void(size_t, const TrackOutcome&)> onTrackUpdated;
+
+ private:
+  std::mutex mutex_;  // tracks written at once end on several threads
 };
 
 // The engine's writer, unless a test forces a result: a forced result is
@@ -127,7 +133,7 @@ class ForcingWriter : public TrackWriter {
   }
   int saveV2(ID3Tag& track, bool moveToTrash, int version, bool keepDates, bool trim) override {
     ++v2Saves;
-    if (failV2Before) return *failV2Before;
+    if (failV2Before && (failV2Of.empty() || track.path() == failV2Of)) return *failV2Before;
     const int result = TrackWriter::saveV2(track, moveToTrash, version, keepDates, trim);
     return forceV2 ? *forceV2 : result;
   }
@@ -155,6 +161,7 @@ class ForcingWriter : public TrackWriter {
   }
 
   std::optional<int> forceV1, forceV2, failV1Before, failV2Before;
+  std::string failV2Of;  // when set, failV2Before is for this track alone
   bool failRename = false;
   bool failUnlock = false;
   std::atomic<int> v1Saves{0}, v2Saves{0}, v1Removals{0}, v2Removals{0}, renames{0}, unlocks{0}, reopens{0};
