@@ -154,14 +154,15 @@ BufferedReader::BufferedReader(const File& file, uint64_t position) noexcept
     : file_(file), pos_(position) {}
 
 bool BufferedReader::fill(uint64_t position) noexcept {
-  if (buf_.empty()) {
+  if (!buf_) {
     try {
-      buf_.resize(kBufferSize);
+      // Every byte used is read first: filling it with zeros would be wasted.
+      buf_ = std::make_unique_for_overwrite<uint8_t[]>(kBufferSize);
     } catch (...) {
       return false;
     }
   }
-  int64_t n = file_.readAt(position, buf_);
+  int64_t n = file_.readAt(position, std::span<uint8_t>(buf_.get(), kBufferSize));
   if (n <= 0) {
     bufLen_ = 0;
     return false;
@@ -186,7 +187,7 @@ size_t BufferedReader::readSlow(uint8_t* out, size_t count) noexcept {
     }
     size_t offset = static_cast<size_t>(pos_ - bufStart_);
     size_t n = std::min(count - done, bufLen_ - offset);
-    std::memcpy(out + done, buf_.data() + offset, n);
+    std::memcpy(out + done, buf_.get() + offset, n);
     done += n;
     pos_ += n;
   }

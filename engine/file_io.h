@@ -10,6 +10,8 @@
 #include <atomic>
 #include <cstdint>
 #include <cstring>
+#include <memory>
+#include <span>
 #include <string>
 
 #include "engine/bytes.h"
@@ -94,7 +96,7 @@ class BufferedReader {
   // at a time, so what the buffer holds is copied without a call.
   size_t read(uint8_t* out, size_t count) noexcept {
     if (pos_ >= bufStart_ && pos_ + count <= bufStart_ + bufLen_) {
-      std::memcpy(out, buf_.data() + (pos_ - bufStart_), count);
+      std::memcpy(out, buf_.get() + (pos_ - bufStart_), count);
       pos_ += count;
       return count;
     }
@@ -110,7 +112,7 @@ class BufferedReader {
   uint64_t pos_ = 0;
   uint64_t bufStart_ = 0;
   size_t bufLen_ = 0;
-  Bytes buf_;
+  std::unique_ptr<uint8_t[]> buf_;
 };
 
 std::string errorText(int error);

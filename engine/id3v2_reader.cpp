@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <memory>
 
 #include "engine/frames_read.h"
 #include "engine/log.h"
@@ -121,7 +122,9 @@ int ReadV2Frames(ID3Tag& track, ByteSpan tagIn, bool option) noexcept {
     }
 
     size_t capacity = kInitialFrameBuffer;
-    Bytes buffer(capacity + kFrameBufferSpare);
+    // Each frame is copied in whole and its spare bytes cleared behind it, so
+    // the buffer is never cleared as a whole, not even when it grows.
+    auto buffer = std::make_unique_for_overwrite<uint8_t[]>(capacity + kFrameBufferSpare);
     FrameWalkState state;
     state.majorVersion = readAs;
     state.loadPictures = option;
@@ -204,7 +207,7 @@ int ReadV2Frames(ID3Tag& track, ByteSpan tagIn, bool option) noexcept {
         size_t wanted = std::max<size_t>(size, usablePlain) + kFrameBufferSpare;
         try {
           // The spare bytes behind the capacity hold the text terminators.
-          buffer.resize(wanted + kFrameBufferSpare);
+          buffer = std::make_unique_for_overwrite<uint8_t[]>(wanted + kFrameBufferSpare);
         } catch (...) {
           LogMessage(LogError, "Failed to allocate a frame buffer of size %d", static_cast<int>(capacity));
           break;
@@ -246,10 +249,16 @@ int ReadV2Frames(ID3Tag& track, ByteSpan tagIn, bool option) noexcept {
           break;
         }
       }
-      std::memcpy(buffer.data(), &tag[bodyStart], bodySize);
-
-      if (readAs >= 4 && (frameFlags & 0x0002) != 0) bodySize = resynchronise(buffer.data(), bodySize);
-      std::memset(buffer.data() + bodySize, 0, kFrameBufferSpare);
+      // The decoders never read past a body, so only a frame that must be
+      // resynchronised is copied out of the tag; the others, pictures above
+      // all, are decoded where they are.
+      ByteSpan body = tag.subspan(bodyStart, bodySize);
+      if (readAs >= 4 && (frameFlags & 0x0002) != 0) {
+        std::memcpy(buffer.get(), &tag[bodyStart], bodySize);
+        bodySize = resynchronise(buffer.get(), bodySize);
+        std::memset(buffer.get() + bodySize, 0, kFrameBufferSpare);
+        body = ByteSpan(buffer.get(), bodySize);
+      }
 
       bool compressed = readAs >= 4 ? (frameFlags & 0x000C) != 0 : readAs == 3 && (frameFlags & 0x00C0) != 0;
       if (compressed) {
@@ -261,7 +270,6 @@ int ReadV2Frames(ID3Tag& track, ByteSpan tagIn, bool option) noexcept {
 
       // A text in UTF-16 big-endian without a mark (encoding 2) is read as such by
       // the text decoder, so the frame body stays as it came for keeping.
-      ByteSpan body(buffer.data(), bodySize);
       const FrameSpec* spec = findFrameSpec(id, readAs);
       bool taken = spec != nullptr && decodeFrame(track, *spec, id, body, state);
       if (!taken) keep(id, body);
