@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <condition_variable>
 #include <mutex>
 #include <optional>
 #include <thread>
@@ -33,8 +32,10 @@ Shown show(const QString& path, const ShowOptions& options, ErrorLog& log) {
   return shown;
 }
 
-// Files are shown by several threads at once, and written in the order given
-// as soon as each one's turn has come.
+// Files are shown by several threads at once, the calling one included, and
+// written in the order given as soon as each one's turn has come: by the
+// thread that completes the run of finished files, so that no thread ever
+// waits to be woken for the next one.
 class OrderedRun {
  public:
   OrderedRun(const QStringList& files, const ShowOptions& options, ErrorLog& log)
@@ -42,31 +43,28 @@ class OrderedRun {
 
   template <typename Write>
   void run(int jobs, Write write) {
-    std::vector<std::thread> workers;
     const int count = std::clamp(jobs, 1, std::max(1, static_cast<int>(files_.size())));
-    for (int i = 0; i < count; ++i) workers.emplace_back([this] { work(); });
-    for (size_t i = 0; i < results_.size(); ++i) {
-      Shown shown;
-      {
-        std::unique_lock lock(mutex_);
-        ready_.wait(lock, [&] { return results_[i].has_value(); });
-        shown = std::move(*results_[i]);
-        results_[i].reset();
-      }
-      write(i, shown);
+    if (count == 1) {
+      for (size_t i = 0; i < results_.size(); ++i) write(i, show(files_[static_cast<qsizetype>(i)], options_, log_));
+      return;
     }
+    std::vector<std::thread> workers;
+    for (int i = 1; i < count; ++i) workers.emplace_back([this, &write] { work(write); });
+    work(write);
     for (std::thread& worker : workers) worker.join();
   }
 
  private:
-  void work() {
+  template <typename Write>
+  void work(Write& write) {
     for (size_t i = next_++; i < results_.size(); i = next_++) {
       Shown shown = show(files_[static_cast<qsizetype>(i)], options_, log_);
-      {
-        std::lock_guard lock(mutex_);
-        results_[i] = std::move(shown);
+      std::lock_guard lock(mutex_);
+      results_[i] = std::move(shown);
+      for (; written_ < results_.size() && results_[written_]; ++written_) {
+        write(written_, *results_[written_]);
+        results_[written_].reset();
       }
-      ready_.notify_all();
     }
   }
 
@@ -76,7 +74,7 @@ class OrderedRun {
   std::vector<std::optional<Shown>> results_;
   std::atomic<size_t> next_{0};
   std::mutex mutex_;
-  std::condition_variable ready_;
+  size_t written_ = 0;  // the first file not yet written out
 };
 
 }  // namespace
