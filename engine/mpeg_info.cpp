@@ -84,6 +84,42 @@ uint32_t bitrateOf(const FrameHeader& h) noexcept {
   return mpegBitrate(h.version, h.layer, h.bitrateIndex);
 }
 
+// The bitrate and length of the frames of one version, layer and sample rate,
+// by bitrate index, worked out once each: a stream repeats a few headers, and
+// a VBR stream changes only the bitrate index.
+class FrameShapes {
+ public:
+  struct Shape {
+    uint32_t bitrate;
+    uint32_t unpaddedLength;  // 0 where the sample rate is unknown
+  };
+
+  const Shape& of(const FrameHeader& h) noexcept {
+    const uint32_t kind = h.version << 4 | h.layer << 2 | h.sampleRateIndex;
+    if (kind != kind_) {
+      kind_ = kind;
+      known_ = 0;
+    }
+    Shape& shape = shapes_[h.bitrateIndex];
+    if ((known_ & (1u << h.bitrateIndex)) == 0) {
+      shape.bitrate = bitrateOf(h);
+      const uint32_t rate = mpegSampleRate(h.version, h.sampleRateIndex);
+      shape.unpaddedLength = rate != 0 ? shape.bitrate * kFrameLengthFactor / rate : 0;
+      rateKnown_ = rate != 0;
+      known_ |= 1u << h.bitrateIndex;
+    }
+    return shape;
+  }
+  // Whether the sample rate of the kind last asked for is known.
+  bool rateKnown() const noexcept { return rateKnown_; }
+
+ private:
+  uint32_t kind_ = ~0u;
+  uint32_t known_ = 0;
+  bool rateKnown_ = false;
+  std::array<Shape, 16> shapes_{};
+};
+
 std::string cString(const uint8_t* bytes, size_t maxLength) {
   const void* zero = std::memchr(bytes, 0, maxLength);
   size_t length =
@@ -235,11 +271,12 @@ int parseMpeg(ID3Tag& track, const File& file, uint64_t start, int scanMode,
     uint32_t length = 0;
     uint64_t frameStart = headerPos;
     std::array<uint8_t, kMaxFrameLength> frameBytes{};
+    FrameShapes shapes;
+    const FrameShapes::Shape* shape = &shapes.of(frame);
 
     for (;;) {
       // A frame whose rate is unknown is stepped over by the length before it.
-      if (uint32_t rate = mpegSampleRate(frame.version, frame.sampleRateIndex); rate != 0)
-        length = frame.padding + bitrateOf(frame) * kFrameLengthFactor / rate;
+      if (shapes.rateKnown()) length = frame.padding + shape->unpaddedLength;
       if (length == 0) break;
 
       if (count <= kLameSearchFrames && length > kLameSearchMinLength && lame.empty() &&
@@ -259,17 +296,22 @@ int parseMpeg(ID3Tag& track, const File& file, uint64_t start, int scanMode,
       }
 
       frame = decode(word);
+      shape = &shapes.of(frame);
       ++count;
-      uint32_t frameBitrate = bitrateOf(frame);
+      const uint32_t frameBitrate = shape->bitrate;
       if (frameBitrate != bitrate) audio.vbr = true;
       bitrate = frameBitrate;
       bitrateSum += frameBitrate;
       byteSum += length;
 
       if (scanMode == kScanQuick) {
-        auto average = static_cast<uint32_t>(bitrateSum / count);
-        if (average > notedAverage + kQuickScanDrift || average + kQuickScanDrift < notedAverage) {
-          notedAverage = average;
+        // The running average (sum / count, rounded down) moved by more than
+        // the drift from the one noted, tested without a division a frame.
+        const bool above = bitrateSum >= (uint64_t{notedAverage} + kQuickScanDrift + 1) * count;
+        const bool below =
+            notedAverage > kQuickScanDrift && bitrateSum < (uint64_t{notedAverage} - kQuickScanDrift) * count;
+        if (above || below) {
+          notedAverage = static_cast<uint32_t>(bitrateSum / count);
           notedCount = count;
         }
         if ((count - notedCount > kQuickScanStableFrames &&
