@@ -14,7 +14,6 @@
 #include <vector>
 
 #include "cli/error_log.h"
-#include "cli/show_command.h"
 #include "cli/track_report.h"
 #include "cli/usage_error.h"
 #include "engine/genres.h"
@@ -83,7 +82,7 @@ const TextOption* textOption(const std::string& name) {
 // The options that take a value, by every name they have.
 const QStringList& valuedOptionNames() {
   static const QStringList names = [] {
-    QStringList list{QStringLiteral("track"),   QStringLiteral("disc"),    QStringLiteral("compilation"),
+    QStringList list{QStringLiteral("track"), QStringLiteral("disc"), QStringLiteral("compilation"),
                      QStringLiteral("podcast"), QStringLiteral("picture"), QStringLiteral("format"),
                      QStringLiteral("version"), QStringLiteral("jobs")};
     for (const TextOption& option : kTextOptions) {
@@ -586,7 +585,7 @@ ExitCode runSet(const QStringList& arguments, std::ostream& out, std::ostream& e
 }
 
 std::string setUsageText() {
-  return "Usage: melos set [--v1|--v2|--both] [FIELD OPTIONS] [--yes] FILE...\n"
+  return "Usage: melos set [--v1|--v2|--both] [FIELD OPTIONS] [--yes] [-j N] FILE...\n"
          "\n"
          "Sets the given fields in the tags of every FILE and leaves every other field\n"
          "of every file as it is. The files are begun in the order given, several at\n"

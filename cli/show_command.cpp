@@ -79,8 +79,6 @@ class OrderedRun {
 
 }  // namespace
 
-int defaultJobs() noexcept { return std::max(1u, std::thread::hardware_concurrency()); }
-
 ExitCode showCommand(const QStringList& files, const ShowOptions& options, std::ostream& out,
                      std::ostream& err) {
   ErrorLog log;

@@ -8,9 +8,6 @@
 
 namespace melos::cli {
 
-// The number of files worked on at once when none is given: one per core.
-int defaultJobs() noexcept;
-
 struct ShowOptions {
   bool json = false;
   int scanMode = kScanQuick;

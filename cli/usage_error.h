@@ -1,11 +1,14 @@
 #pragma once
-// The shared shape of a command's usage error and of its file report lines.
+// The shared shape of a command's usage error, of its -j option and of its
+// file report lines.
 
 #include <QCommandLineParser>
 #include <QString>
+#include <algorithm>
 #include <optional>
 #include <ostream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "cli/exit_code.h"
@@ -18,6 +21,11 @@ inline ExitCode commandUsageError(std::ostream& err, const QString& message, con
 }
 
 inline constexpr int kMaxJobs = 256;
+
+// The number of files worked on at once when none is given: one per core.
+inline int defaultJobs() noexcept {
+  return static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
+}
 
 // The value of -j: a count of files from 1 to kMaxJobs, or `fallback` when
 // the option is not given; nothing when it is no such count.

@@ -122,8 +122,9 @@ int ReadV2Frames(ID3Tag& track, ByteSpan tagIn, bool option) noexcept {
     }
 
     size_t capacity = kInitialFrameBuffer;
-    // Each frame is copied in whole and its spare bytes cleared behind it, so
-    // the buffer is never cleared as a whole, not even when it grows.
+    // Only a frame to be resynchronised is copied here, its spare bytes cleared
+    // behind it, so the buffer is never cleared as a whole, not even when it
+    // grows.
     auto buffer = std::make_unique_for_overwrite<uint8_t[]>(capacity + kFrameBufferSpare);
     FrameWalkState state;
     state.majorVersion = readAs;

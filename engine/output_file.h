@@ -11,8 +11,8 @@
 namespace melos {
 
 inline constexpr int kMaxTemporaryNumber = 99;
-// The buffer of a copy through our memory: large reads and writes, and still
-// a small fraction of the memory a tag may take.
+// The buffer of a copy through our memory: large enough for few calls, and
+// the same for a file of any size.
 inline constexpr size_t kCopyBlockSize = size_t{1} << 20;
 
 // "%s.t%d": the track path and a number from 0 to 99.
