@@ -99,10 +99,11 @@ def main():
 
     cp = statistics.median(times["cp -r"])
     print("%d files, %.0f MB, %d runs of each (medians); trash on" % (len(names), size / 1e6, args.runs))
-    print("%-34s %9s %9s %8s" % ("", "seconds", "files/s", "/ cp -r"))
+    print("%-34s %9s %9s %8s   (%s)" % ("", "seconds", "files/s", "/ cp -r", "each run"))
     for label, values in times.items():
         seconds = statistics.median(values)
-        print("%-34s %9.3f %9.0f %8.2f" % (label, seconds, len(names) / seconds, seconds / cp))
+        print("%-34s %9.3f %9.0f %8.2f   (%s)" % (label, seconds, len(names) / seconds, seconds / cp,
+                                                  " ".join("%.3f" % v for v in values)))
     shutil.rmtree(root, ignore_errors=True)
 
 
