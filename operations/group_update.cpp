@@ -80,7 +80,14 @@ bool GroupUpdate::updateTracks(std::function<void(bool)> whenDone) {
   }
   observer_.updateStarted(model_.count(), std::string(kUpdatingStatus));
   observer_.progressAdvanced();
-  worker_ = std::thread([this] { updateWithThread(); });
+  // A run can end, and its end action start the next run, on the worker
+  // itself (an observer that runs the end where it is called): the worker
+  // waits until its handle is stored, so that nothing reads it half written.
+  std::lock_guard starting(startMutex_);
+  worker_ = std::thread([this] {
+    { std::lock_guard started(startMutex_); }
+    updateWithThread();
+  });
   return true;
 }
 

@@ -158,6 +158,7 @@ class GroupUpdate {
   GroupUpdateOptions options_;
   std::function<void(bool)> m_CancelSelector;
   std::thread worker_;
+  std::mutex startMutex_;  // held while a new worker's handle is stored
   mutable std::mutex outcomesMutex_;
   std::vector<TrackOutcome> outcomes_;
   std::atomic<bool> cancelled_{false};

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs what is missing, then builds and runs every test: the whole suite,
-# the engine again under AddressSanitizer and UndefinedBehaviorSanitizer, and
-# the fuzz target for a short time.
+# the engine again under AddressSanitizer and UndefinedBehaviorSanitizer, the
+# runs over several files at once under ThreadSanitizer, and the fuzz targets
+# for a short time.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -19,6 +20,12 @@ CC=clang CXX=clang++ cmake -S . -B build/sanitize -G Ninja -DCMAKE_BUILD_TYPE=De
 cmake --build build/sanitize -j "$jobs" --target engine_tests
 ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
   ctest --test-dir build/sanitize --output-on-failure -j "$jobs"
+
+echo "== Runs over several files at once under ThreadSanitizer"
+CC=clang CXX=clang++ cmake -S . -B build/thread -G Ninja -DCMAKE_BUILD_TYPE=Debug -DMELOS_THREAD_SANITIZE=ON
+cmake --build build/thread -j "$jobs" --target operations_tests cli_tests
+TSAN_OPTIONS=halt_on_error=1 build/thread/tests/operations/operations_tests --gtest_filter='GroupUpdate*'
+TSAN_OPTIONS=halt_on_error=1 build/thread/tests/cli/cli_tests --gtest_filter='Set*:Show*'
 
 echo "== Fuzzing the track reader"
 bash scripts/fuzz.sh build/fuzz "${FUZZ_SECONDS:-60}"
