@@ -100,7 +100,7 @@ int main(int argc, char** argv) {
   fs::copy_file(source, track, fs::copy_options::overwrite_existing);
   melos::SetLogLevel(melos::LogError);
 
-  // Interleaved, so that a slow moment of the disk falls on all three alike.
+  // Interleaved, so that a slow moment of the disk falls on all of them alike.
   std::vector<double> trashed, untrashed, copies, flushedCopies;
   for (int run = 0; run < runs; ++run) {
     for (const bool moveToTrash : {true, false}) {

@@ -78,7 +78,8 @@ ExitCode runRemove(const QStringList& arguments, std::ostream& out, std::ostream
   }
   const QStringList files = parser.positionalArguments().mid(1);
   const int kinds = int{parser.isSet(v1)} + int{parser.isSet(v2)} + int{parser.isSet(ape)};
-  if (kinds != 1) return commandUsageError(err, QStringLiteral("remove: give one of --v1, --v2 and --ape"), removeUsageText());
+  if (kinds != 1)
+    return commandUsageError(err, QStringLiteral("remove: give one of --v1, --v2 and --ape"), removeUsageText());
   if (files.isEmpty()) return commandUsageError(err, QStringLiteral("remove: no FILE given"), removeUsageText());
   const TagKind kind = parser.isSet(v1) ? TagKind::V1 : parser.isSet(v2) ? TagKind::V2 : TagKind::Ape;
   return removeCommand(files, kind, saveFlagsFromPreferences(), out, err);
