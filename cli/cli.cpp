@@ -19,17 +19,12 @@ const QString kHelp = QStringLiteral("help");
 
 ExitCode runShow(const QStringList& arguments, std::ostream& out, std::ostream& err) {
   QCommandLineParser parser;
-  const QCommandLineOption help(QStringList{QStringLiteral("h"), kHelp});
   const QCommandLineOption json(QStringLiteral("json"));
   const QCommandLineOption fullScan(QStringLiteral("full-scan"));
-  const QCommandLineOption jobs(QStringList{QStringLiteral("j"), QStringLiteral("jobs")}, QString(),
-                                QStringLiteral("N"));
-  parser.addOptions({help, json, fullScan, jobs});
-  if (!parser.parse(arguments)) return commandUsageError(err, parser.errorText(), showUsageText());
-  if (parser.isSet(help)) {
-    out << showUsageText();
-    return ExitCode::Ok;
-  }
+  const QCommandLineOption jobs = jobsCommandOption();
+  if (const std::optional<ExitCode> done =
+          parseCommand(parser, {json, fullScan, jobs}, arguments, showUsageText(), out, err))
+    return *done;
   // The first positional argument is the command itself.
   const QStringList files = parser.positionalArguments().mid(1);
   if (files.isEmpty()) return commandUsageError(err, QStringLiteral("show: no FILE given"), showUsageText());
@@ -44,15 +39,11 @@ ExitCode runShow(const QStringList& arguments, std::ostream& out, std::ostream& 
 
 ExitCode runConvert(const QStringList& arguments, std::ostream& out, std::ostream& err) {
   QCommandLineParser parser;
-  const QCommandLineOption help(QStringList{QStringLiteral("h"), kHelp});
   const QCommandLineOption to(QStringLiteral("to"), QString(), QStringLiteral("VERSION"));
   const QCommandLineOption force(QStringLiteral("force"));
-  parser.addOptions({help, to, force});
-  if (!parser.parse(arguments)) return commandUsageError(err, parser.errorText(), convertUsageText());
-  if (parser.isSet(help)) {
-    out << convertUsageText();
-    return ExitCode::Ok;
-  }
+  if (const std::optional<ExitCode> done =
+          parseCommand(parser, {to, force}, arguments, convertUsageText(), out, err))
+    return *done;
   const QStringList files = parser.positionalArguments().mid(1);
   const QString version = parser.value(to);
   if (version != QStringLiteral("3") && version != QStringLiteral("4"))
@@ -66,16 +57,12 @@ ExitCode runConvert(const QStringList& arguments, std::ostream& out, std::ostrea
 
 ExitCode runRemove(const QStringList& arguments, std::ostream& out, std::ostream& err) {
   QCommandLineParser parser;
-  const QCommandLineOption help(QStringList{QStringLiteral("h"), kHelp});
   const QCommandLineOption v1(QStringLiteral("v1"));
   const QCommandLineOption v2(QStringLiteral("v2"));
   const QCommandLineOption ape(QStringLiteral("ape"));
-  parser.addOptions({help, v1, v2, ape});
-  if (!parser.parse(arguments)) return commandUsageError(err, parser.errorText(), removeUsageText());
-  if (parser.isSet(help)) {
-    out << removeUsageText();
-    return ExitCode::Ok;
-  }
+  if (const std::optional<ExitCode> done =
+          parseCommand(parser, {v1, v2, ape}, arguments, removeUsageText(), out, err))
+    return *done;
   const QStringList files = parser.positionalArguments().mid(1);
   const int kinds = int{parser.isSet(v1)} + int{parser.isSet(v2)} + int{parser.isSet(ape)};
   if (kinds != 1)

@@ -69,16 +69,12 @@ ExitCode exportCommand(const QStringList& files, const ExportOptions& options, s
 
 ExitCode runExport(const QStringList& arguments, std::ostream& out, std::ostream& err) {
   QCommandLineParser parser;
-  const QCommandLineOption help(QStringList{QStringLiteral("h"), QStringLiteral("help")});
   const QCommandLineOption xml(QStringLiteral("xml"), QString(), QStringLiteral("OUT"));
   const QCommandLineOption csv(QStringLiteral("csv"), QString(), QStringLiteral("OUT"));
   const QCommandLineOption pictures(QStringLiteral("pictures"));
-  parser.addOptions({help, xml, csv, pictures});
-  if (!parser.parse(arguments)) return commandUsageError(err, parser.errorText(), exportUsageText());
-  if (parser.isSet(help)) {
-    out << exportUsageText();
-    return ExitCode::Ok;
-  }
+  if (const std::optional<ExitCode> done =
+          parseCommand(parser, {xml, csv, pictures}, arguments, exportUsageText(), out, err))
+    return *done;
   const QStringList files = parser.positionalArguments().mid(1);
   ExportOptions options;
   options.xmlPath = parser.value(xml);

@@ -64,15 +64,11 @@ ExitCode fromFileNameCommand(const QStringList& files, const FromFileNameOptions
 
 ExitCode runFromFileName(const QStringList& arguments, std::ostream& out, std::ostream& err) {
   QCommandLineParser parser;
-  const QCommandLineOption help(QStringList{QStringLiteral("h"), QStringLiteral("help")});
   const QCommandLineOption format(QStringLiteral("format"), QString(), QStringLiteral("FMT"));
   const QCommandLineOption print(QStringLiteral("print"));
-  parser.addOptions({help, format, print});
-  if (!parser.parse(arguments)) return commandUsageError(err, parser.errorText(), fromFileNameUsageText());
-  if (parser.isSet(help)) {
-    out << fromFileNameUsageText();
-    return ExitCode::Ok;
-  }
+  if (const std::optional<ExitCode> done =
+          parseCommand(parser, {format, print}, arguments, fromFileNameUsageText(), out, err))
+    return *done;
   const QStringList files = parser.positionalArguments().mid(1);
   // Writing the fields into the tags is not there yet; asking for --print
   // keeps today's scripts from writing once it is.

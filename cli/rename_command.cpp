@@ -43,17 +43,13 @@ ExitCode renameCommand(const QStringList& files, const RenameOptions& options, s
 
 ExitCode runRename(const QStringList& arguments, std::ostream& out, std::ostream& err) {
   QCommandLineParser parser;
-  const QCommandLineOption help(QStringList{QStringLiteral("h"), QStringLiteral("help")});
   const QCommandLineOption format(QStringLiteral("format"), QString(), QStringLiteral("FMT"));
   const QCommandLineOption folders(QStringLiteral("folders"));
   const QCommandLineOption date(QStringLiteral("date"));
   const QCommandLineOption noNumber(QStringLiteral("no-number"));
-  parser.addOptions({help, format, folders, date, noNumber});
-  if (!parser.parse(arguments)) return commandUsageError(err, parser.errorText(), renameUsageText());
-  if (parser.isSet(help)) {
-    out << renameUsageText();
-    return ExitCode::Ok;
-  }
+  if (const std::optional<ExitCode> done =
+          parseCommand(parser, {format, folders, date, noNumber}, arguments, renameUsageText(), out, err))
+    return *done;
   const QStringList files = parser.positionalArguments().mid(1);
   if (files.isEmpty())
     return commandUsageError(err, QStringLiteral("rename: no FILE given"), renameUsageText());

@@ -465,7 +465,6 @@ ExitCode setCommand(const QStringList& files, const SetOptions& options, std::os
 
 ExitCode runSet(const QStringList& arguments, std::ostream& out, std::ostream& err) {
   QCommandLineParser parser;
-  const QCommandLineOption help(QStringList{QStringLiteral("h"), QStringLiteral("help")});
   const QCommandLineOption v1(QStringLiteral("v1"));
   const QCommandLineOption v2(QStringLiteral("v2"));
   const QCommandLineOption both(QStringLiteral("both"));
@@ -483,22 +482,18 @@ ExitCode runSet(const QStringList& arguments, std::ostream& out, std::ostream& e
   const QCommandLineOption version(QStringLiteral("version"), QString(), QStringLiteral("3|4"));
   const QCommandLineOption yes(QStringList{QStringLiteral("y"), QStringLiteral("yes")});
   const QCommandLineOption force(QStringLiteral("force"));
-  const QCommandLineOption jobs(QStringList{QStringLiteral("j"), QStringLiteral("jobs")}, QString(),
-                                QStringLiteral("N"));
-  parser.addOptions({help, v1, v2, both, track, disc, compilation, podcast, picture, removePictures, isrcIncrement,
-                     fromFileName, v2ForV1, rename, format, version, yes, force, jobs});
+  const QCommandLineOption jobs = jobsCommandOption();
+  QList<QCommandLineOption> known{v1, v2, both, track, disc, compilation, podcast, picture, removePictures,
+                                  isrcIncrement, fromFileName, v2ForV1, rename, format, version, yes, force, jobs};
   std::vector<std::pair<const TextOption*, QCommandLineOption>> textOptions;
   for (const TextOption& option : kTextOptions) {
     QStringList names{QString::fromLatin1(option.name)};
     if (option.alias != nullptr) names << QString::fromLatin1(option.alias);
     textOptions.emplace_back(&option, QCommandLineOption(names, QString(), QStringLiteral("TEXT")));
-    parser.addOption(textOptions.back().second);
+    known << textOptions.back().second;
   }
-  if (!parser.parse(arguments)) return commandUsageError(err, parser.errorText(), setUsageText());
-  if (parser.isSet(help)) {
-    out << setUsageText();
-    return ExitCode::Ok;
-  }
+  if (const std::optional<ExitCode> done = parseCommand(parser, known, arguments, setUsageText(), out, err))
+    return *done;
   auto usage = [&err](const char* message) {
     return commandUsageError(err, QString::fromUtf8(message), setUsageText());
   };

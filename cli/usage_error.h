@@ -1,6 +1,6 @@
 #pragma once
-// The shared shape of a command's usage error, of its -j option and of its
-// file report lines.
+// The shared shape of a command's parsing and usage error, of its -j option
+// and of its file report lines.
 
 #include <QCommandLineParser>
 #include <QString>
@@ -20,7 +20,25 @@ inline ExitCode commandUsageError(std::ostream& err, const QString& message, con
   return ExitCode::Usage;
 }
 
+// Parses a command's arguments with its options and -h/--help: the exit code
+// when the command ends here (a usage error, or the help written), else none.
+inline std::optional<ExitCode> parseCommand(QCommandLineParser& parser, const QList<QCommandLineOption>& options,
+                                            const QStringList& arguments, const std::string& usage,
+                                            std::ostream& out, std::ostream& err) {
+  const QCommandLineOption help(QStringList{QStringLiteral("h"), QStringLiteral("help")});
+  parser.addOption(help);
+  parser.addOptions(options);
+  if (!parser.parse(arguments)) return commandUsageError(err, parser.errorText(), usage);
+  if (!parser.isSet(help)) return std::nullopt;
+  out << usage;
+  return ExitCode::Ok;
+}
+
 inline constexpr int kMaxJobs = 256;
+
+inline QCommandLineOption jobsCommandOption() {
+  return QCommandLineOption(QStringList{QStringLiteral("j"), QStringLiteral("jobs")}, QString(), QStringLiteral("N"));
+}
 
 // The number of files worked on at once when none is given: one per core.
 inline int defaultJobs() noexcept {

@@ -63,6 +63,22 @@ TEST(CliArgsTest, HelpAndVersionSucceed) {
   EXPECT_EQ(version.out.rfind("melos ", 0), 0u);
 }
 
+TEST(CliArgsTest, EveryCommandAnswersHelpAndRefusesAnUnknownOption) {
+  for (const char* command : {"show", "convert", "remove", "set", "export", "rename", "from-filename"}) {
+    SCOPED_TRACE(command);
+    const std::string usage = std::string("Usage: melos ") + command;
+    const CommandResult help = runMelos({QString::fromLatin1(command), QStringLiteral("-h")});
+    EXPECT_EQ(help.code, ExitCode::Ok);
+    EXPECT_EQ(help.out.rfind(usage, 0), 0u) << help.out;
+    EXPECT_TRUE(help.err.empty()) << help.err;
+    const CommandResult unknown = runMelos({QString::fromLatin1(command), QStringLiteral("--nonsense")});
+    EXPECT_EQ(unknown.code, ExitCode::Usage);
+    EXPECT_TRUE(unknown.out.empty()) << unknown.out;
+    EXPECT_NE(unknown.err.find("Unknown option 'nonsense'"), std::string::npos) << unknown.err;
+    EXPECT_NE(unknown.err.find(usage), std::string::npos) << unknown.err;
+  }
+}
+
 TEST(CliArgsTest, OptionsMayFollowTheFiles) {
   TempDir dir;
   const std::string path = dir.write("a.mp3", cbrAudio(10));
