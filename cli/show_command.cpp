@@ -4,7 +4,6 @@
 #include <atomic>
 #include <mutex>
 #include <optional>
-#include <thread>
 #include <vector>
 
 #include "cli/error_log.h"
@@ -12,6 +11,7 @@
 #include "cli/text_formatter.h"
 #include "cli/track_report.h"
 #include "cli/usage_error.h"
+#include "operations/threads.h"
 
 namespace melos::cli {
 namespace {
@@ -48,10 +48,7 @@ class OrderedRun {
       for (size_t i = 0; i < results_.size(); ++i) write(i, show(files_[static_cast<qsizetype>(i)], options_, log_));
       return;
     }
-    std::vector<std::thread> workers;
-    for (int i = 1; i < count; ++i) workers.emplace_back([this, &write] { work(write); });
-    work(write);
-    for (std::thread& worker : workers) worker.join();
+    runOnThreads(count, [this, &write] { work(write); });
   }
 
  private:

@@ -8,6 +8,7 @@
 #include "operations/file_name_fields.h"
 #include "operations/questions.h"
 #include "operations/tag_copy.h"
+#include "operations/threads.h"
 #include "operations/track_writer.h"
 #include "operations/version_loss.h"
 
@@ -173,14 +174,7 @@ size_t GroupUpdate::updateTogether(size_t count, int jobs, bool& error) {
       failed = true;
     }
   };
-  std::vector<std::thread> workers;
-  try {
-    for (int i = 1; i < jobs; ++i) workers.emplace_back(work);
-  } catch (...) {
-    // Fewer threads than asked for: the ones there are do the work.
-  }
-  work();
-  for (std::thread& worker : workers) worker.join();
+  runOnThreads(jobs, work);
   if (thrown) std::rethrow_exception(thrown);
   error = failed;
   return begun;
