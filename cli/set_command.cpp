@@ -125,7 +125,7 @@ class FlagQuestions : public Questions {
 class SetReporter : public UpdateObserver {
  public:
   SetReporter(std::ostream& out, std::ostream& err, ErrorLog& log, size_t count, bool bar)
-      : out_(out), err_(err), log_(log), count_(count), bar_(bar), ended_(count) {}
+      : out_(out), err_(err), log_(log), bar_(bar), ended_(count) {}
 
   // On the thread that saves the track: the failure lines are kept per thread.
   void trackStarting(size_t) override { log_.clear(); }
@@ -217,9 +217,10 @@ class SetReporter : public UpdateObserver {
   void drawBar() {
     if (!bar_) return;
     constexpr size_t kWidth = 30;
-    const size_t filled = count_ == 0 ? kWidth : done_ * kWidth / count_;
+    const size_t count = ended_.size();
+    const size_t filled = count == 0 ? kWidth : done_ * kWidth / count;
     err_ << "\r[" << std::string(filled, '#') << std::string(kWidth - filled, '.') << "] " << done_ << "/"
-         << count_ << std::flush;
+         << count << std::flush;
     shown_ = true;
   }
 
@@ -242,7 +243,6 @@ class SetReporter : public UpdateObserver {
   std::ostream& out_;
   std::ostream& err_;
   ErrorLog& log_;
-  size_t count_;
   bool bar_;
   std::mutex mutex_;
   std::vector<std::optional<Ended>> ended_;

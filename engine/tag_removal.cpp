@@ -95,7 +95,8 @@ int64_t findAPETag(const ID3Tag& tag, const std::string& path, const File& file)
     const int v1 = hasV1Tag(file);
     if (size < 0 || v1 < 0) return unreadable(path);
     const bool v1Behind = v1 == 1;
-    const int64_t footer = size - static_cast<int64_t>(kApeFooterSize) - (v1Behind ? static_cast<int64_t>(kV1TagSize) : 0);
+    const int64_t footer =
+        size - static_cast<int64_t>(kApeFooterSize) - (v1Behind ? static_cast<int64_t>(kV1TagSize) : 0);
     if (footer < 0) return kNoApeTag;
     uint8_t bytes[16];
     if (file.readAt(static_cast<uint64_t>(footer), bytes) < 0) return unreadable(path);
