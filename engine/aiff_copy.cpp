@@ -9,6 +9,8 @@ namespace melos {
 
 namespace {
 
+constexpr uint8_t kPad[1] = {0};
+
 bool sameId(const uint8_t* id, const char* other) {
   return other != nullptr && equalsNoCase(std::string_view(reinterpret_cast<const char*>(id), 4),
                                           std::string_view(other, 4));
@@ -62,8 +64,15 @@ int copyChunks(const ID3Tag& track, const File& source, OutputFile& output, cons
     }
     remaining -= 4;
     uint64_t size = readU32BE(chunk + 4);
+    const bool odd = (size & 1) != 0;
     size += size & 1;
     const std::string id = printableChunkId(chunk);
+    if (odd && static_cast<int64_t>(size) == remaining + 1) {
+      // Writers that forget the pad byte of the last chunk leave it out of the
+      // FORM size too; the chunk itself is whole and is kept, pad and all.
+      LogMessage(LogWarning, "The AIFF form size leaves out the pad byte of the chunk %s", id.c_str());
+      remaining = static_cast<int64_t>(size);
+    }
     if (static_cast<int64_t>(size) > remaining) {
       const bool ignoring = soundPassed && tolerant;
       LogMessage(LogError, "AIFF data integrity error for the chunk %s (%u/%u)%s", id.c_str(),
@@ -79,7 +88,10 @@ int copyChunks(const ID3Tag& track, const File& source, OutputFile& output, cons
     if (copying && !sameId(chunk, "ID3 ")) {
       const uint64_t expected = 8 + size;
       const uint64_t chunkOut = output.size();
-      const uint64_t copied = output.copyFrom(source, chunkStart, expected);
+      uint64_t copied = output.copyFrom(source, chunkStart, expected);
+      // An odd chunk at the very end whose pad byte the file lacks: the pad is
+      // added, so that whatever is written behind it starts on an even offset.
+      if (odd && copied + 1 == expected && errno == 0 && output.write(kPad)) copied = expected;
       if (copied < expected) {
         // Only a source that ends early is tolerated, never a failed write.
         const bool shortSource = errno == 0;
@@ -94,6 +106,8 @@ int copyChunks(const ID3Tag& track, const File& source, OutputFile& output, cons
           uint8_t sizeField[4];
           writeU32BE(sizeField, static_cast<uint32_t>(copied - 8));
           if (!output.writeAt(chunkOut + 4, sizeField)) return 5;
+          // The cut chunk gets its pad byte like any odd chunk.
+          if (((copied - 8) & 1) != 0 && !output.write(kPad)) return 5;
         }
         break;
       }

@@ -23,6 +23,29 @@ bool sameUnicode(const UnicodeText& a, const UnicodeText& b) {
 
 bool samePlain(const std::string& a, const std::string& b) { return trimLatin1(a) == trimLatin1(b); }
 
+bool sameLanguage(const std::string& a, const std::string& b) {
+  auto written = [](const std::string& language) { return language.size() == 3 ? language : std::string("eng"); };
+  return written(a) == written(b);
+}
+
+bool samePictures(const PicDataArray& a, const PicDataArray& b) {
+  if (a.size() != b.size()) return false;
+  for (size_t i = 0; i < a.size(); ++i)
+    if (a[i].pictureType != b[i].pictureType || a[i].description.toU16() != b[i].description.toU16()) return false;
+  return true;
+}
+
+// The further values written beside a text that still says what it was read as.
+bool sameMoreValues(const TagData& a, const TagData& b) {
+  for (const MoreValues& written : a.moreValues) {
+    auto reread = std::find_if(b.moreValues.begin(), b.moreValues.end(),
+                               [&](const MoreValues& m) { return m.frameId == written.frameId; });
+    const bool kept = reread != b.moreValues.end() && reread->first == written.first;
+    if (kept && reread->rest != written.rest) return false;
+  }
+  return true;
+}
+
 }  // namespace
 
 unsigned CompareV1Tags(const ID3Tag& written, const ID3Tag& reread) noexcept {
@@ -53,7 +76,9 @@ unsigned CompareV2Tags(const ID3Tag& written, const ID3Tag& reread, int version)
     const TagData& b = reread.tagData;
     if (a.enabled != b.enabled)
       LogMessage(LogWarning, "Comparing V2 enabled state failed (%d != %d)", a.enabled, b.enabled);
-    if (!a.enabled || !b.enabled) return 0;
+    // A tag that was written and cannot be found again was not saved.
+    if (a.enabled && !b.enabled) return kCompareNoV2Tag;
+    if (!a.enabled) return 0;
 
     if (!sameUnicode(a.title, b.title)) return 103;
     if (!sameUnicode(a.album, b.album)) return 104;
@@ -106,6 +131,16 @@ unsigned CompareV2Tags(const ID3Tag& written, const ID3Tag& reread, int version)
     if (!std::equal(a.uniqueid.data.begin(), a.uniqueid.data.begin() + static_cast<long>(common),
                     b.uniqueid.data.begin()))
       return 143;
+    // What the fields do not show, but a save must keep.
+    if (!samePictures(a.picdata, b.picdata)) return 145;
+    if (!a.comment.empty() && (!sameLanguage(a.commentLanguage, b.commentLanguage) ||
+                               a.commentDescription.toU16() != b.commentDescription.toU16()))
+      return 146;
+    if (!a.lyrics.empty() && (!sameLanguage(a.lyricsLanguage, b.lyricsLanguage) ||
+                              a.lyricsDescription.toU16() != b.lyricsDescription.toU16()))
+      return 147;
+    if (a.popularity.rate != 0 && !(a.popularity == b.popularity)) return 148;
+    if (!sameMoreValues(a, b)) return 149;
     return 0;
   } catch (...) {
     return 0;
@@ -119,8 +154,9 @@ const char* compareFieldName(unsigned code) noexcept {
       "Publisher", "Orchestra", "Content", "Subtitle", "Encoder settings", "Artist URL", "Podcast",
       "Podcast ID", "Podcast feed", "Podcast description", "Picture count", "Set", "Sets", "ISRC",
       "Record time", "Release time", "BPM", "Initial key", "Compilation", "Advisory",
-      "Produced notice", "Mood", "ISWC", "UFID owner", "UFID data"};
-  if (code < 103 || code > 143) return "";
+      "Produced notice", "Mood", "ISWC", "UFID owner", "UFID data", "V2 tag", "Picture type or description",
+      "Comment language or description", "Lyrics language or description", "Rating", "Further values"};
+  if (code < 103 || code > 149) return "";
   return kNames[code - 103];
 }
 

@@ -6,6 +6,9 @@
 
 namespace melos {
 
+// The reread file holds no V2 tag where one was written.
+inline constexpr unsigned kCompareNoV2Tag = 144;
+
 unsigned CompareV1Tags(const ID3Tag& written, const ID3Tag& reread) noexcept;
 unsigned CompareV2Tags(const ID3Tag& written, const ID3Tag& reread, int version) noexcept;
 void DescribeTagVersions(ID3Tag& track, int version) noexcept;

@@ -164,6 +164,7 @@ bool BufferedReader::fill(uint64_t position) noexcept {
   }
   int64_t n = file_.readAt(position, std::span<uint8_t>(buf_.get(), kBufferSize));
   if (n <= 0) {
+    if (n < 0) error_ = errno;
     bufLen_ = 0;
     return false;
   }

@@ -86,6 +86,9 @@ class BufferedReader {
 
   explicit BufferedReader(const File& file, uint64_t position = 0) noexcept;
   uint64_t tell() const noexcept { return pos_; }
+  // A read failed (as opposed to reaching the end); errno told why then.
+  bool failed() const noexcept { return error_ != 0; }
+  int error() const noexcept { return error_; }
   void seek(uint64_t position) noexcept { pos_ = position; }
   // -1 at the end of the file or on an error.
   int readByte() noexcept {
@@ -112,6 +115,7 @@ class BufferedReader {
   uint64_t pos_ = 0;
   uint64_t bufStart_ = 0;
   size_t bufLen_ = 0;
+  int error_ = 0;
   std::unique_ptr<uint8_t[]> buf_;
 };
 

@@ -74,6 +74,13 @@ File openLocked(const std::string& path, int flags) noexcept {
   return File();
 }
 
+bool readWhole(const ID3Tag& track) noexcept {
+  if (track.readError == 0) return true;
+  LogMessage(LogError, "Failed to read the file '%s' whole (error: %s); it was left alone", track.path().c_str(),
+             errorText(track.readError).c_str());
+  return false;
+}
+
 void logLockHeld(const std::string& path) noexcept {
   LogMessage(LogError, "The file '%s' is being saved by another task; it was left alone", path.c_str());
 }

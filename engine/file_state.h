@@ -7,6 +7,7 @@
 #include <string>
 
 #include "engine/file_io.h"
+#include "engine/id3_tag.h"
 
 namespace melos {
 
@@ -34,6 +35,10 @@ std::string resolveTrackPath(const std::string& path);
 // finds the lock held: the result is then closed with errno EWOULDBLOCK. A file
 // replaced while we waited to open it is opened again.
 File openLocked(const std::string& path, int flags) noexcept;
+
+// False, with a line in the log, for a track whose last open met a read
+// error: a save from it would write what could not be read as missing.
+bool readWhole(const ID3Tag& track) noexcept;
 
 // The line every operation logs when the lock is held.
 void logLockHeld(const std::string& path) noexcept;

@@ -58,6 +58,29 @@ std::string counterText(ByteSpan bytes) {
   return std::to_string(value);
 }
 
+// The values of a text frame behind its first one, each up to its terminator;
+// a terminator that ends the last value adds no empty value. ID3v2.4 parts
+// values so, and 2.3 taggers that keep several values do the same.
+std::vector<std::u16string> valuesAfterFirst(uint8_t encoding, ByteSpan values) {
+  const size_t width = terminatorWidth(encoding);
+  std::vector<std::u16string> out;
+  ByteCursor cursor(values);
+  cursor.readTerminated(width);
+  while (!cursor.atEnd()) {
+    ByteSpan value = cursor.readTerminated(width);
+    UnicodeText text = decodeText(encoding, value);
+    out.push_back(text.toU16());
+  }
+  while (!out.empty() && out.back().empty()) out.pop_back();
+  return out;
+}
+
+void keepMoreValues(TagData& d, const FrameSpec& spec, uint8_t encoding, ByteSpan values, std::u16string first) {
+  std::vector<std::u16string> rest = valuesAfterFirst(encoding, values);
+  if (rest.empty()) return;
+  d.moreValues.push_back(MoreValues{std::string(spec.id), std::move(first), std::move(rest)});
+}
+
 PrivateData keepAs(std::string_view id, ByteSpan body) {
   return PrivateData{std::string(id), Bytes(body.begin(), body.end())};
 }
@@ -94,6 +117,8 @@ bool decodeLangDescText(TagData& d, const FrameSpec& spec, std::string_view id, 
     described = keepAs(id, body);
   }
   field = decodeText(encoding, value);
+  (isComment ? d.commentLanguage : d.lyricsLanguage) = std::string(asText(language));
+  (isComment ? d.commentDescription : d.lyricsDescription) = descText.empty() ? UnicodeText{} : std::move(descText);
   return true;
 }
 
@@ -134,7 +159,7 @@ bool decodePicture(TagData& d, std::string_view id, ByteSpan body, const FrameWa
   }
   uint8_t pictureType = 0;
   if (!cursor.readByte(pictureType)) return true;
-  cursor.readTerminated(terminatorWidth(encoding));
+  ByteSpan description = cursor.readTerminated(terminatorWidth(encoding));
   ByteSpan image = cursor.rest();
   if (image.size() <= 3) return true;
   if (!state.loadPictures) return true;
@@ -143,7 +168,9 @@ bool decodePicture(TagData& d, std::string_view id, ByteSpan body, const FrameWa
     LogMessage(LogError, "Invalid picture MIME %s", mime.c_str());
     return true;
   }
-  d.picdata.push_back(PicData{Bytes(image.begin(), image.end()), std::string(subtype)});
+  d.picdata.push_back(
+      PicData{Bytes(image.begin(), image.end()), std::string(subtype), pictureType,
+              description.empty() ? UnicodeText{} : decodeText(encoding, description)});
   return true;
 }
 
@@ -235,7 +262,9 @@ bool decodeFrame(ID3Tag& track, const FrameSpec& spec, std::string_view id, Byte
       ByteCursor cursor(body);
       ByteSpan email = cursor.readTerminated(1);
       uint8_t rate = 0;
-      if (!cursor.readByte(rate)) return false;
+      // A play count without a rating is no rating to show: the frame is kept
+      // as it is, counter and all.
+      if (!cursor.readByte(rate) || rate == 0) return false;
       d.popularity = PopularityData{std::string(asText(email)), rate, counterText(cursor.rest())};
       return true;
     }
@@ -267,19 +296,22 @@ bool decodeFrame(ID3Tag& track, const FrameSpec& spec, std::string_view id, Byte
   uint8_t encoding = 0;
   if (!cursor.readByte(encoding)) return false;
   if (!checkEncoding(encoding, id)) return true;
-  UnicodeText text = decodeText(encoding, cursor.rest());
+  const ByteSpan allValues = cursor.rest();
+  UnicodeText text = decodeText(encoding, allValues);
 
   switch (spec.form) {
     case FrameForm::Text: {
       if (UnicodeText* field = unicodeField(d, spec.field)) {
         if (!field->empty()) return false;
         *field = std::move(text);
+        keepMoreValues(d, spec, encoding, allValues, field->toU16());
         return true;
       }
       std::string* field = latin1Field(d, spec.field);
       if (field == nullptr || !field->empty()) return false;
       *field = latin1Of(text);
       if (spec.field == FrameField::Year) field->resize(std::min(field->size(), kV1YearField));
+      keepMoreValues(d, spec, encoding, allValues, UnicodeText::latin1(*field).toU16());
       return true;
     }
     case FrameForm::EncodedUrl:
@@ -305,6 +337,7 @@ bool decodeFrame(ID3Tag& track, const FrameSpec& spec, std::string_view id, Byte
         d.genre = UnicodeText{{}, true};
       else
         d.genre = UnicodeText{encodeUtf16(name, isBigEndianUtf16(text)), true};
+      keepMoreValues(d, spec, encoding, allValues, d.genre.toU16());
       return true;
     }
     case FrameForm::Flag: {

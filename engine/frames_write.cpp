@@ -128,8 +128,30 @@ std::string trackString(uint16_t number, uint16_t total, bool allowTotalOnly) no
   return std::to_string(number) + "/" + std::to_string(total);
 }
 
+namespace {
+
+// A description (or a further value) in the frame's encoding, its terminator
+// included: Latin-1, or UTF-16 little-endian with a mark.
+void appendTerminated(Bytes& content, const UnicodeText& text, bool wide) {
+  if (!wide) {
+    append(content, latin1Text(text.unicode ? u16ToLatin1(text.toU16()) : text.data));
+    content.push_back(0);
+    return;
+  }
+  const std::u16string units = text.toU16();
+  if (!units.empty()) append(content, encodeUtf16(units, false));
+  else content.insert(content.end(), {0xFF, 0xFE});
+  content.insert(content.end(), 2, 0);
+}
+
+std::string_view languageOf(std::string_view language) {
+  return language.size() == 3 ? language : kLanguage;
+}
+
+}  // namespace
+
 uint32_t writeFrame(Bytes& out, std::string_view id, std::string& text, bool unicode, bool& error,
-                    int version, bool trim) noexcept {
+                    int version, bool trim, const std::vector<std::u16string>* moreValues) noexcept {
   try {
     const bool textFrame = isTextFrameId(id);
     const bool commentLike = id == "COMM" || id == "USLT";
@@ -155,20 +177,20 @@ uint32_t writeFrame(Bytes& out, std::string_view id, std::string& text, bool uni
       if (id == "TCON") append(content, genrePrefix(value.substr(markBytes), wide));
       append(content, value.substr(markBytes));
       if (wide) content.insert(content.end(), 2, 0);
-    } else if (commentLike) {
-      content.push_back(wide ? kUtf16 : kLatin1);
-      append(content, kLanguage);
-      if (wide) {
-        // An empty description with its own mark and terminator, then the text
-        // with its terminator and two further zero bytes: the size counts the
-        // text + 10 on purpose, and readers tolerate the overshoot.
-        content.insert(content.end(), {0xFF, 0xFE, 0, 0});
-        append(content, value);
-        content.insert(content.end(), 4, 0);
-      } else {
-        content.push_back(0);
-        append(content, value);
+      if (moreValues != nullptr) {
+        // A Latin-1 value has no terminator of its own, so one zero parts it
+        // from the next; a UTF-16 value already ends in one.
+        for (const std::u16string& more : *moreValues) {
+          if (wide) {
+            appendTerminated(content, UnicodeText::utf16(more), true);
+          } else {
+            content.push_back(0);
+            append(content, u16ToLatin1(more));
+          }
+        }
       }
+    } else if (commentLike) {
+      return writeLangDescFrame(out, id, kLanguage, UnicodeText{}, text, unicode, error, version);
     } else if (id == "WXXX") {
       content.insert(content.end(), {kLatin1, 0});
       append(content, value);
@@ -186,19 +208,49 @@ uint32_t writeFrame(Bytes& out, std::string_view id, std::string& text, bool uni
   }
 }
 
+uint32_t writeLangDescFrame(Bytes& out, std::string_view id, std::string_view language,
+                            const UnicodeText& description, std::string& text, bool unicode, bool& error,
+                            int version) noexcept {
+  try {
+    // One encoding serves the whole frame: UTF-16 as soon as either text needs it.
+    const bool wide = unicode || (description.unicode && !description.empty());
+    std::string wideText;
+    if (wide && !unicode) wideText = UnicodeText::utf16(UnicodeText::latin1(std::string(latin1Text(text))).toU16()).data;
+    std::string& source = wide && !unicode ? wideText : text;
+    if (wide) swapToLittleEndian(source);
+    const uint32_t textSize = frameTextSize(source, wide);
+    if (textSize == 0) return 0;
+    const std::string_view value = std::string_view(source).substr(0, wide ? textSize - 2 : textSize);
+
+    Bytes content;
+    content.push_back(wide ? kUtf16 : kLatin1);
+    append(content, languageOf(language));
+    appendTerminated(content, description, wide);
+    append(content, value);
+    // The text's terminator and two further zero bytes: the size counts them
+    // on purpose, and readers tolerate the overshoot.
+    if (wide) content.insert(content.end(), 4, 0);
+    return appendFrame(out, id, content, version, error);
+  } catch (...) {
+    error = true;
+    return 0;
+  }
+}
+
 uint32_t writeFrame(Bytes& out, std::string_view id, const PicData& picture, bool& error,
                     int version) noexcept {
   if (picture.data.empty()) return 0;
   try {
     std::string mime = "image/" + std::string(latin1Text(picture.pictureSubtype));
     if (mime.size() > kMaxPictureMimeWritten) mime.resize(kMaxPictureMimeWritten);
+    const bool wide = picture.description.unicode && !picture.description.empty();
     Bytes content;
-    content.reserve(picture.data.size() + mime.size() + 4);
-    content.push_back(kLatin1);
+    content.reserve(picture.data.size() + mime.size() + picture.description.bytes() + 6);
+    content.push_back(wide ? kUtf16 : kLatin1);
     append(content, mime);
     content.push_back(0);
-    content.push_back(0);  // picture type: other
-    content.push_back(0);  // empty description
+    content.push_back(picture.pictureType);
+    appendTerminated(content, picture.description, wide);
     content.insert(content.end(), picture.data.begin(), picture.data.end());
     return appendFrame(out, id, content, version, error);
   } catch (...) {
@@ -210,9 +262,25 @@ uint32_t writeFrame(Bytes& out, std::string_view id, const PicData& picture, boo
 uint32_t writeFrame(Bytes& out, std::string_view id, const PopularityData& popularity, bool& error,
                     int version) noexcept {
   if (popularity.rate == 0) return 0;
-  // No email and no play counter: the rating is all the tag data says.
-  const uint8_t content[] = {0, popularity.rate};
-  return appendFrame(out, id, content, version, error);
+  try {
+    Bytes content;
+    append(content, latin1Text(popularity.email));
+    content.push_back(0);
+    content.push_back(popularity.rate);
+    if (!popularity.counter.empty()) {
+      // At least four bytes, more only for a count that needs them.
+      unsigned long long count = 0;
+      for (char c : popularity.counter)
+        if (c >= '0' && c <= '9') count = count * 10 + static_cast<unsigned>(c - '0');
+      size_t width = 4;
+      while (width < 8 && (count >> (8 * width)) != 0) ++width;
+      for (size_t i = width; i-- > 0;) content.push_back(static_cast<uint8_t>(count >> (8 * i)));
+    }
+    return appendFrame(out, id, content, version, error);
+  } catch (...) {
+    error = true;
+    return 0;
+  }
 }
 
 uint32_t writeFrame(Bytes& out, std::string_view id, const UniqueFileID& uniqueId, bool& error,

@@ -1,11 +1,12 @@
 #pragma once
 // The contents of single ID3v2 frames as written: a narrower form than the
-// reader takes (ISO 8859-1 or UTF-16 little-endian with a mark, language "eng",
-// empty descriptions, picture type 0).
+// reader takes (ISO 8859-1 or UTF-16 little-endian with a mark), with the
+// languages, descriptions and picture types that the tag data keeps.
 
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "engine/bytes.h"
 #include "engine/tag_data.h"
@@ -28,8 +29,15 @@ inline constexpr size_t kMaxPictureMimeWritten = 11;  // "image/%s" is cut to th
 // units, mark first. A big-endian UTF-16 text is turned little-endian in
 // `text` itself, so that what a save then compares is what it wrote. `trim`
 // strips blanks from the text of text frames other than TXXX.
+// `moreValues` are written behind the text of a text frame, each after a zero
+// character, as ID3v2.4 parts the values of one frame.
 uint32_t writeFrame(Bytes& out, std::string_view id, std::string& text, bool unicode, bool& error,
-                    int version, bool trim) noexcept;
+                    int version, bool trim, const std::vector<std::u16string>* moreValues = nullptr) noexcept;
+// COMM and USLT: a language (written as "eng" unless it has three letters), a
+// description and the text, in UTF-16 when either text is.
+uint32_t writeLangDescFrame(Bytes& out, std::string_view id, std::string_view language,
+                            const UnicodeText& description, std::string& text, bool unicode, bool& error,
+                            int version) noexcept;
 uint32_t writeFrame(Bytes& out, std::string_view id, const PicData& picture, bool& error,
                     int version) noexcept;
 uint32_t writeFrame(Bytes& out, std::string_view id, const PopularityData& popularity,

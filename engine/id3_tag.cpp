@@ -116,6 +116,8 @@ void CopyTagData(ID3Tag& to, const ID3Tag& from, bool all, bool title, bool trac
   d.album = s.album;
   d.artist = s.artist;
   d.comment = s.comment;
+  d.commentLanguage = s.commentLanguage;
+  d.commentDescription = s.commentDescription;
   d.year = s.year;
   d.genre = s.genre;
   if (all || composer) d.composer = s.composer;
@@ -123,7 +125,11 @@ void CopyTagData(ID3Tag& to, const ID3Tag& from, bool all, bool title, bool trac
   d.copyright = s.copyright;
   d.url = s.url;
   d.encodedBy = s.encodedBy;
-  if (all) d.lyrics = s.lyrics;
+  if (all) {
+    d.lyrics = s.lyrics;
+    d.lyricsLanguage = s.lyricsLanguage;
+    d.lyricsDescription = s.lyricsDescription;
+  }
   d.conductor = s.conductor;
   d.lyricist = s.lyricist;
   d.publisher = s.publisher;
@@ -143,6 +149,9 @@ void CopyTagData(ID3Tag& to, const ID3Tag& from, bool all, bool title, bool trac
   d.sets = unsetZero(s.sets);
 
   d.picdata = s.picdata;
+  // The further values go with the texts they were read with: beside a text
+  // that was not copied they are never written.
+  d.moreValues = s.moreValues;
 
   d.isrc = s.isrc;
   d.releasetime = timeText(s.releasetime);

@@ -98,6 +98,10 @@ class ID3Tag : public Tag {
   bool v1Changed = false;
   bool v2Changed = false;
   bool hasV2Tag = false;
+  // The system's error of a read that failed during the last open (not the end
+  // of the file), else 0: the track is then not what the file holds, and
+  // nothing may be saved from it.
+  int readError = 0;
   bool id3ChunkAfterSound = true;
   AudioInfo audio;
   std::string versionText;        // at most 63 characters

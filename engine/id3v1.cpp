@@ -45,6 +45,8 @@ int loadV1(ID3Tag& track, const File& file) noexcept {
       !file.readExactAt(static_cast<uint64_t>(size) - kV1TagSize, block)) {
     int error = size < 0 ? errno : (errno != 0 ? errno : 0);
     LogMessage(LogError, "Failed to load the V1 tag (error: %s)", errorText(error).c_str());
+    // A file too short for a tag has none; one that cannot be read may.
+    if (error != 0) track.readError = error;
     return 0;
   }
   if (std::memcmp(block, "TAG", 3) != 0) return 1;

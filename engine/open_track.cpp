@@ -45,13 +45,24 @@ struct CommFacts {
 
 // Walks the AIFF chunks from the start of the file. Returns false when the
 // track must be refused; `position` is left where the ID3v2 tag would start.
+// Reads exactly the buffer; a failure that is not the end of the file is
+// noted in the track, so that the open fails instead of taking the bytes it
+// could not read for bytes that are not there.
+bool readOrNote(ID3Tag& track, const File& file, uint64_t offset, std::span<uint8_t> buffer) {
+  errno = 0;
+  if (file.readExactAt(offset, buffer)) return true;
+  if (errno != 0 && track.readError == 0) track.readError = errno;
+  return false;
+}
+
 bool walkAiff(ID3Tag& track, const File& file, uint64_t fileSize, uint64_t& position, CommFacts& comm) {
   uint8_t header[12];
   position = 0;
-  if (!file.readExactAt(0, std::span<uint8_t>(header, 4)) || !equalsNoCase(asText(ByteSpan(header, 4)), "FORM"))
+  if (!readOrNote(track, file, 0, std::span<uint8_t>(header, 4)) ||
+      !equalsNoCase(asText(ByteSpan(header, 4)), "FORM"))
     return true;
   position = 4;
-  if (!file.readExactAt(4, std::span<uint8_t>(header + 4, 4))) return true;
+  if (!readOrNote(track, file, 4, std::span<uint8_t>(header + 4, 4))) return true;
   position = 8;
   uint64_t formSize = readU32BE(header + 4);
   if (formSize + 8 != fileSize) {
@@ -60,7 +71,7 @@ bool walkAiff(ID3Tag& track, const File& file, uint64_t fileSize, uint64_t& posi
                track.aiffSizeTolerance ? " (ignoring...)" : "");
     if (!track.aiffSizeTolerance) return false;
   }
-  if (!file.readExactAt(8, std::span<uint8_t>(header + 8, 4))) return true;
+  if (!readOrNote(track, file, 8, std::span<uint8_t>(header + 8, 4))) return true;
   position = 12;
   std::string_view formType = asText(ByteSpan(header + 8, 4));
   if (!equalsNoCase(formType, "AIFF") && !equalsNoCase(formType, "AIFC")) return true;
@@ -69,12 +80,12 @@ bool walkAiff(ID3Tag& track, const File& file, uint64_t fileSize, uint64_t& posi
 
   while (true) {
     uint8_t chunk[8];
-    if (!file.readExactAt(position, std::span<uint8_t>(chunk, 4))) {
+    if (!readOrNote(track, file, position, std::span<uint8_t>(chunk, 4))) {
       position = std::min<uint64_t>(position, fileSize);
       break;
     }
     position += 4;
-    if (!file.readExactAt(position, std::span<uint8_t>(chunk + 4, 4))) {
+    if (!readOrNote(track, file, position, std::span<uint8_t>(chunk + 4, 4))) {
       position = fileSize;
       continue;
     }
@@ -88,7 +99,7 @@ bool walkAiff(ID3Tag& track, const File& file, uint64_t fileSize, uint64_t& posi
     }
     if (equalsNoCase(id, "COMM") && size >= 18) {
       uint8_t body[18];
-      if (file.readExactAt(position, body)) {
+      if (readOrNote(track, file, position, body)) {
         comm.channels = readU16BE(body);
         comm.frames = readU32BE(body + 2);
         comm.sampleSize = readU16BE(body + 6);
@@ -125,10 +136,13 @@ void setAiffFacts(ID3Tag& track, const CommFacts& comm) {
   }
 }
 
-bool passesContainerCheck(const ID3Tag& track, const File& file) {
+bool passesContainerCheck(ID3Tag& track, const File& file) {
   uint8_t first[8] = {};
   int64_t got = file.readAt(0, std::span<uint8_t>(first, 8));
-  if (got < 0) got = 0;
+  if (got < 0) {
+    track.readError = errno;
+    return false;
+  }
   if (track.isAiffFile) {
     if (got >= 4 && equalsNoCase(asText(ByteSpan(first, 4)), "FORM")) return true;
     LogMessage(LogError, "File is not a valid AIFF file (0x%02X%02X%02X%02X)", asSignedChar(first[0]),
@@ -152,6 +166,10 @@ bool passesContainerCheck(const ID3Tag& track, const File& file) {
       candidate = true;
     }
     previous = byte;
+  }
+  if (reader.failed()) {
+    track.readError = reader.error();
+    return false;
   }
   if (candidate) return true;
   LogMessage(LogError, "File is not a valid MP3 file (0x%02X%02X%02X%02X)", asSignedChar(first[0]),
@@ -189,6 +207,14 @@ uint32_t FindV2Tag(const ID3Tag& track, const File& file, uint64_t offset) noexc
   return ParseV2Header(header, sizeof header);
 }
 
+namespace {
+uint32_t findV2TagNoting(ID3Tag& track, const File& file, uint64_t offset) {
+  uint8_t header[10];
+  if (!readOrNote(track, file, track.isMp3File ? 0 : offset, header)) return 0;
+  return ParseV2Header(header, sizeof header);
+}
+}  // namespace
+
 int LoadTagData(ID3Tag& track, const File& file, uint64_t offset, uint32_t size, bool option) noexcept {
   try {
     // A size that claims more than the file holds is a short read, found
@@ -197,6 +223,7 @@ int LoadTagData(ID3Tag& track, const File& file, uint64_t offset, uint32_t size,
     if (fileSize < 0 || offset + size > static_cast<uint64_t>(fileSize)) {
       int error = fileSize < 0 ? errno : 0;
       LogMessage(LogError, "Failed to load the tag data (error: %s)", errorText(error).c_str());
+      if (error != 0) track.readError = error;
       return 0;
     }
     // Read in one piece into memory that is not cleared first: every byte of
@@ -204,7 +231,9 @@ int LoadTagData(ID3Tag& track, const File& file, uint64_t offset, uint32_t size,
     std::unique_ptr<uint8_t[]> tag = std::make_unique_for_overwrite<uint8_t[]>(static_cast<size_t>(size) + 1);
     errno = 0;
     if (!file.readExactAt(offset, std::span<uint8_t>(tag.get(), size))) {
-      LogMessage(LogError, "Failed to load the tag data (error: %s)", errorText(errno).c_str());
+      const int error = errno;
+      LogMessage(LogError, "Failed to load the tag data (error: %s)", errorText(error).c_str());
+      if (error != 0) track.readError = error;
       return 0;
     }
     return ReadV2Frames(track, ByteSpan(tag.get(), size), option);
@@ -214,11 +243,19 @@ int LoadTagData(ID3Tag& track, const File& file, uint64_t offset, uint32_t size,
   }
 }
 
+namespace {
+unsigned failedRead(const ID3Tag& track, const std::string& path) {
+  LogMessage(LogError, "Failed to read the file '%s' (error: %s)", path.c_str(), errorText(track.readError).c_str());
+  return 0;
+}
+}  // namespace
+
 unsigned OpenTrack(ID3Tag& track, const std::string& path, int scanMode, const ProgressCallback* progress,
                    bool checkWritable) noexcept {
   unsigned result = 0;
   try {
     track.readOnly = true;
+    track.readError = 0;
     if (GetFileKind(path, &track) == 0) return 0;
     track.setPath(path);
     LogMessage(LogStatus, "Opening ID3 track: %s", path.c_str());
@@ -244,7 +281,7 @@ unsigned OpenTrack(ID3Tag& track, const std::string& path, int scanMode, const P
                  errorText(errno).c_str());
       return 0;
     }
-    if (!passesContainerCheck(track, file)) return 0;
+    if (!passesContainerCheck(track, file)) return track.readError != 0 ? failedRead(track, path) : 0;
 
     report(progress, "Starting...", 0);
     track.clearV1();
@@ -259,17 +296,21 @@ unsigned OpenTrack(ID3Tag& track, const std::string& path, int scanMode, const P
     uint64_t position = 0;
     CommFacts comm;
     if (track.isAiffFile && !walkAiff(track, file, fileSize, position, comm)) return 0;
+    if (track.readError != 0) return failedRead(track, path);
 
     if (track.isMp3File) {
       report(progress, "Loading V1...", 20);
       loadV1(track, file);
+      if (track.readError != 0) return failedRead(track, path);
     }
 
-    uint32_t tagSize = FindV2Tag(track, file, position);
+    uint32_t tagSize = findV2TagNoting(track, file, position);
+    if (track.readError != 0) return failedRead(track, path);
     uint64_t audioStart = 0;
     if (tagSize != 0) {
       report(progress, "Loading V2...", 40);
       LoadTagData(track, file, track.isMp3File ? 0 : position, tagSize, track.v2ReadingOption);
+      if (track.readError != 0) return failedRead(track, path);
       audioStart = tagSize;
       track.tagData.enabled = true;
       track.hasV2Tag = true;
@@ -287,7 +328,10 @@ unsigned OpenTrack(ID3Tag& track, const std::string& path, int scanMode, const P
     track.setFileSize(fileSize);
     report(progress, "Finished", 90);
   } catch (...) {
+    // Whatever was read before is not the whole track.
+    track.readError = ENOMEM;
     LogMessage(LogError, "Failed to open the ID3 data in the file '%s'", path.c_str());
+    return 0;
   }
   return result;
 }

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "engine/bytes.h"
@@ -31,10 +32,30 @@ struct UniqueFileID {
   bool operator==(const UniqueFileID&) const = default;
 };
 
+inline constexpr uint8_t kPictureOther = 0;
+inline constexpr uint8_t kPictureFrontCover = 3;
+
 struct PicData {
+  PicData() = default;
+  PicData(Bytes bytes, std::string subtype, uint8_t type = kPictureOther, UnicodeText text = {})
+      : data(std::move(bytes)), pictureSubtype(std::move(subtype)), pictureType(type), description(std::move(text)) {}
+
   Bytes data;
   std::string pictureSubtype;  // "jpeg", "png", "gif", "tiff" or "bmp"
+  uint8_t pictureType = kPictureOther;
+  UnicodeText description;
   bool operator==(const PicData&) const = default;
+};
+
+// The values behind the first one of a multi-value text frame (ID3v2.4
+// separates them with a zero character). `first` is the value the field held
+// when the frame was read: the others belong to it and are written back only
+// while the field still says the same.
+struct MoreValues {
+  std::string frameId;  // as written: "TPE1", "TCON", ...
+  std::u16string first;
+  std::vector<std::u16string> rest;
+  bool operator==(const MoreValues&) const = default;
 };
 
 // A TXXX frame kept as its whole body (encoding byte, description, value), so
@@ -65,6 +86,10 @@ struct TagData {
   UnicodeText album;
   std::string year;  // at most 4 characters
   UnicodeText comment;
+  // What the comment and lyrics frames hold beside their text; an empty
+  // language is written as "eng".
+  std::string commentLanguage;
+  UnicodeText commentDescription;
   UnicodeText composer;
   UnicodeText origArtist;
   UnicodeText copyright;
@@ -79,6 +104,8 @@ struct TagData {
   std::string grouping;
   PicDataArray picdata;
   UnicodeText lyrics;
+  std::string lyricsLanguage;
+  UnicodeText lyricsDescription;
   UnicodeText conductor;
   UnicodeText lyricist;
   UnicodeText publisher;
@@ -105,6 +132,7 @@ struct TagData {
   std::string mood;
   std::string iswc;
   UniqueFileID uniqueid;
+  std::vector<MoreValues> moreValues;
 
   void clear() { *this = TagData{}; }
   bool operator==(const TagData&) const = default;

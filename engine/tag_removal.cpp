@@ -41,6 +41,7 @@ int copyWithoutV2(ID3Tag& tag, const File& input, OutputFile& output) {
 
 int removeV2(ID3Tag& tag, bool moveToTrash, bool keepDates) {
   if (tag.path().empty()) return 1;
+  if (!readWhole(tag)) return 2;
   const std::string path = resolveTrackPath(tag.path());
   LogMessage(LogStatus, "Removing V2 from track: %s", tag.path().c_str());
   const FileState state = recordFileState(path);

@@ -1,6 +1,8 @@
 #include "engine/tag_writer.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 
 #include "engine/frame_table.h"
@@ -15,24 +17,61 @@ namespace {
 
 constexpr uint8_t kUtf8Encoding = 3;
 
-// ID3v2.3 has no UTF-8: a text frame kept from a 2.4 tag in UTF-8 would be
-// invalid there, so its texts are written as UTF-16 with a byte-order mark.
-// Only frames made of an encoding byte and texts are turned; others stay.
-Bytes bodyForVersion(std::string_view id, ByteSpan body, int version) {
-  const bool textOnly = !id.empty() && id[0] == 'T';
-  if (version >= 4 || !textOnly || body.empty() || body[0] != kUtf8Encoding) return Bytes(body.begin(), body.end());
-  Bytes out{1};
-  size_t start = 1;
-  while (start <= body.size()) {
+// UTF-8 texts from `start` to the end of the body (or, with `count`, that
+// many texts), each turned into UTF-16 with a byte-order mark, a terminator
+// kept where the body had one. Returns where the next byte of the body is.
+size_t appendAsUtf16(Bytes& out, ByteSpan body, size_t start, size_t count = SIZE_MAX) {
+  for (size_t done = 0; start <= body.size() && done < count; ++done) {
     size_t end = start;
     while (end < body.size() && body[end] != 0) ++end;
-    if (start == body.size()) break;  // a terminator ended the last text
+    if (start == body.size() && count == SIZE_MAX) break;  // a terminator ended the last text
     const std::string wide = encodeUtf16(utf8ToU16(asText(body.subspan(start, end - start))), false);
     out.insert(out.end(), wide.begin(), wide.end());
     if (end < body.size()) out.insert(out.end(), {0, 0});
     start = end + 1;
   }
+  return start;
+}
+
+// ID3v2.3 has no UTF-8: a frame kept from a 2.4 tag with UTF-8 texts would read
+// as empty there, so its texts are written as UTF-16 with a byte-order mark;
+// the parts that are no encoded text (a language, a MIME type, a picture
+// type, image bytes, a URL) stay as they are.
+Bytes bodyForVersion(std::string_view id, ByteSpan body, int version) {
+  Bytes out(body.begin(), body.end());
+  if (version >= 4 || body.empty() || body[0] != kUtf8Encoding) return out;
+  auto plainEnd = [&](size_t from) {  // behind a Latin-1 text and its zero
+    while (from < body.size() && body[from] != 0) ++from;
+    return std::min(from + 1, body.size());
+  };
+  size_t keepUpTo = 0;   // bytes after the encoding byte copied as they are first
+  size_t texts = SIZE_MAX;  // how many encoded texts follow
+  if (id == "COMM" || id == "USLT") {
+    if (body.size() < 4) return out;
+    keepUpTo = 4;
+  } else if (id == "WXXX") {
+    keepUpTo = 1;
+    texts = 1;
+  } else if (id == "APIC") {
+    keepUpTo = plainEnd(1) + 1;  // the MIME type and the picture type byte
+    if (keepUpTo > body.size()) return out;
+    texts = 1;
+  } else if (id.empty() || id[0] != 'T') {
+    return out;
+  } else {
+    keepUpTo = 1;
+  }
+  out.assign(body.begin() + 1, body.begin() + static_cast<long>(keepUpTo));
+  out.insert(out.begin(), 1);
+  const size_t next = appendAsUtf16(out, body, keepUpTo, texts);
+  if (next < body.size()) out.insert(out.end(), body.begin() + static_cast<long>(next), body.end());
   return out;
+}
+
+const MoreValues* moreValuesOf(const TagData& d, std::string_view id) {
+  for (const MoreValues& more : d.moreValues)
+    if (more.frameId == id) return &more;
+  return nullptr;
 }
 
 uint64_t writeRow(const FrameSpec& row, ID3Tag& tag, Bytes& out, bool& error, int version, bool trim) {
@@ -72,13 +111,36 @@ uint64_t writeRow(const FrameSpec& row, ID3Tag& tag, Bytes& out, bool& error, in
       for (const PicData& picture : d.picdata) sum += writeFrame(out, row.id, picture, error, version);
       return sum;
     }
+    case FrameForm::LangDescText: {
+      const bool comment = row.field == FrameField::Comment;
+      UnicodeText& text = comment ? d.comment : d.lyrics;
+      const std::string& language = comment ? d.commentLanguage : d.lyricsLanguage;
+      UnicodeText& description = comment ? d.commentDescription : d.lyricsDescription;
+      // A UTF-16 description makes the frame UTF-16: the text is then kept in
+      // that form, so that the verification compares what was written.
+      if (description.unicode && !description.empty() && !text.unicode && !text.empty())
+        text = UnicodeText::utf16(text.toU16());
+      return writeLangDescFrame(out, row.id, language, description, text.data, text.unicode, error, version);
+    }
     default: break;
   }
 
-  if (UnicodeText* field = unicodeField(d, row.field))
-    return writeFrame(out, row.id, field->data, row.unicode && field->unicode, error, version, rowTrim);
+  // The further values belong to the text they were read with; a changed
+  // text goes alone.
+  const MoreValues* more = moreValuesOf(d, row.id);
+  if (UnicodeText* field = unicodeField(d, row.field)) {
+    if (more != nullptr && field->toU16() != more->first) more = nullptr;
+    if (more != nullptr && row.unicode && !field->unicode) {
+      bool fits = true;
+      for (const std::u16string& value : more->rest) fits = fits && fitsLatin1(value);
+      if (!fits) *field = UnicodeText::utf16(field->toU16());
+    }
+    return writeFrame(out, row.id, field->data, row.unicode && field->unicode, error, version, rowTrim,
+                      more != nullptr ? &more->rest : nullptr);
+  }
   std::string* field = latin1Field(d, row.field);
   if (field == nullptr) return 0;
+  if (more != nullptr && UnicodeText::latin1(*field).toU16() != more->first) more = nullptr;
   switch (row.field) {
     case FrameField::Year: {
       std::string year = field->substr(0, kV1YearField);
@@ -90,7 +152,8 @@ uint64_t writeRow(const FrameSpec& row, ID3Tag& tag, Bytes& out, bool& error, in
       std::string time = normaliseTimestamp(*field, true, false);
       return writeFrame(out, row.id, time, false, error, version, rowTrim);
     }
-    default: return writeFrame(out, row.id, *field, false, error, version, rowTrim);
+    default:
+      return writeFrame(out, row.id, *field, false, error, version, rowTrim, more != nullptr ? &more->rest : nullptr);
   }
 }
 

@@ -95,6 +95,7 @@ int writeV1(ID3Tag& tag, const File& file, bool trim, int64_t apeStart) noexcept
 
 int updateV1(ID3Tag& tag, bool removeApe, bool keepDates, bool trim) {
   if (!tag.isMp3File || tag.path().empty()) return 1;
+  if (!readWhole(tag)) return 2;
   const std::string path = resolveTrackPath(tag.path());
   LogMessage(LogStatus, "Updating ID3 V1 to track: %s", tag.path().c_str());
   const FileState state = recordFileState(path);
@@ -121,6 +122,11 @@ int updateV1(ID3Tag& tag, bool removeApe, bool keepDates, bool trim) {
   reread.v1.track = kUnsetV1;
   reread.v1.genre = kUnsetV1;
   if (File check = File::openRead(path); check.isOpen()) loadV1(reread, check);
+  if (reread.readError != 0) {
+    LogMessage(LogError, "Failed to verify the saved V1 tag data in '%s' (error: %s)", path.c_str(),
+               errorText(reread.readError).c_str());
+    return 7;
+  }
   if (unsigned code = CompareV1Tags(tag, reread); code != 0) {
     LogMessage(LogError, "Failed to verify the saved V1 tag data in '%s' (%d:%s)", path.c_str(),
                static_cast<int>(code), compareFieldName(code + 100));
@@ -131,6 +137,7 @@ int updateV1(ID3Tag& tag, bool removeApe, bool keepDates, bool trim) {
 
 int removeV1(ID3Tag& tag, bool removeApe, bool keepDates) {
   if (!tag.isMp3File || tag.path().empty()) return 1;
+  if (!readWhole(tag)) return 2;
   const std::string path = resolveTrackPath(tag.path());
   LogMessage(LogStatus, "Removing V1 from track: %s", tag.path().c_str());
   const FileState state = recordFileState(path);

@@ -70,6 +70,7 @@ int saveV2(ID3Tag& tag, bool moveToTrash, int version, bool keepDates, bool trim
   if (outputPath != nullptr && ::strcasecmp(outputPath->c_str(), tag.path().c_str()) == 0) outputPath = nullptr;
   if (tag.path().empty()) return kSaveNoPath;
 
+  if (!readWhole(tag)) return kSaveCannotOpenSource;
   const std::string target = outputPath != nullptr ? *outputPath : resolveTrackPath(tag.path());
   LogMessage(LogStatus, "Updating V2 to track: %s", outputPath != nullptr ? outputPath->c_str() : tag.path().c_str());
   const std::string source = resolveTrackPath(tag.path());
@@ -184,9 +185,12 @@ unsigned verifySavedV2(const ID3Tag& tag, const std::string& path, int version) 
     saved.aiffSizeTolerance = tag.aiffSizeTolerance;
     saved.keepMode = tag.keepMode;
     OpenTrack(saved, path, kScanQuick, nullptr, false);
+    // A reread that could not read the file has nothing to compare: it cannot
+    // say that the tag is there.
+    if (saved.readError != 0) return kCompareNoV2Tag;
     return CompareV2Tags(tag, saved, version);
   } catch (...) {
-    return 0;
+    return kCompareNoV2Tag;
   }
 }
 

@@ -67,6 +67,9 @@ ID3Tag v2Track() {
   d.usertext.push_back(UserText{});
   d.recordtime = "2001";
   d.uniqueid = UniqueFileID{"owner", {1, 2, 3}};
+  d.lyrics = UnicodeText::latin1("la");
+  d.popularity = PopularityData{"a@b", 5, "3"};
+  d.moreValues = {{"TIT2", u"Title", {u"Second"}}};
   return track;
 }
 
@@ -96,7 +99,12 @@ TEST(CompareV2, CodesInTableOrder) {
       {"ufid owner", [](TagData& d) { d.uniqueid.owner = "other"; }, 142},
       {"ufid data", [](TagData& d) { d.uniqueid.data = {1, 9}; }, 143},
       {"ufid shorter data", [](TagData& d) { d.uniqueid.data = {1, 2}; }, 0},
-      {"pictures not compared", [](TagData& d) { d.picdata.push_back(PicData{{1}, "png"}); }, 0},
+      {"picture count", [](TagData& d) { d.picdata.push_back(PicData{{1}, "png"}); }, 145},
+      {"no comment, no language", [](TagData& d) { d.commentLanguage = "fra"; }, 0},
+      {"lyrics language eng by default", [](TagData& d) { d.lyricsLanguage = "eng"; }, 0},
+      {"lyrics description", [](TagData& d) { d.lyricsDescription = UnicodeText::latin1("x"); }, 147},
+      {"rating email", [](TagData& d) { d.popularity.email = "b@c"; }, 148},
+      {"further values", [](TagData& d) { d.moreValues[0].rest = {u"Other"}; }, 149},
   };
   for (const Case& c : cases) {
     ID3Tag reread = v2Track();
@@ -111,13 +119,15 @@ TEST(CompareV2, CodesInTableOrder) {
   EXPECT_EQ(CompareV2Tags(noTrack, noTrackOtherTotal, 3), 0u);
 }
 
-TEST(CompareV2, DisabledComparesNothing) {
+TEST(CompareV2, AWrittenTagMissingOnRereadIsADifference) {
   ID3Tag a = v2Track(), b = v2Track();
   b.tagData.enabled = false;
   b.tagData.title = UnicodeText::latin1("zzz");
   test::LogCapture log;
-  EXPECT_EQ(CompareV2Tags(a, b, 3), 0u);
+  EXPECT_EQ(CompareV2Tags(a, b, 3), kCompareNoV2Tag);
   EXPECT_TRUE(log.has(LogWarning, "Comparing V2 enabled state failed (1 != 0)"));
+  // Nothing written, nothing to find.
+  EXPECT_EQ(CompareV2Tags(b, a, 3), 0u);
 }
 
 TEST(CompareV2, FieldNames) {
@@ -125,7 +135,8 @@ TEST(CompareV2, FieldNames) {
   EXPECT_STREQ(compareFieldName(129), "Picture count");
   EXPECT_STREQ(compareFieldName(143), "UFID data");
   EXPECT_STREQ(compareFieldName(102), "");
-  EXPECT_STREQ(compareFieldName(144), "");
+  EXPECT_STREQ(compareFieldName(144), "V2 tag");
+  EXPECT_STREQ(compareFieldName(150), "");
 }
 
 TEST(DescribeTagVersions, Texts) {

@@ -200,9 +200,12 @@ TEST(FrameWrite, Popularity) {
   bool error = false;
   EXPECT_EQ(writeFrame(out, "POPM", PopularityData{"me@example.org", 0, "12"}, error, 3), 0u);
   EXPECT_TRUE(out.empty());
-  // Neither the email nor the play counter is written.
-  EXPECT_EQ(writeFrame(out, "POPM", PopularityData{"me@example.org", 255, "12"}, error, 3), 12u);
-  EXPECT_EQ(out, frame("POPM", {0x00 /* empty email */, 0xFF /* rating */}));
+  EXPECT_EQ(writeFrame(out, "POPM", PopularityData{"me@example.org", 255, "12"}, error, 3), 30u);
+  EXPECT_EQ(out, frame("POPM", test::concat({ascii("me@example.org"), {0x00 /* email end */, 0xFF /* rating */},
+                                             {0, 0, 0, 12} /* play counter, four bytes at least */})));
+  out.clear();
+  EXPECT_EQ(writeFrame(out, "POPM", PopularityData{"", 1, "4294967296"}, error, 3), 17u);
+  EXPECT_EQ(out, frame("POPM", {0x00 /* no email */, 0x01, 0x01, 0, 0, 0, 0 /* five counter bytes */}));
   EXPECT_FALSE(error);
 }
 

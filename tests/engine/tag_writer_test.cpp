@@ -458,15 +458,16 @@ TEST(TagWriter, GenresRereadAsTheirNames) {
   }
 }
 
-TEST(TagWriter, JpegWithAnOddMimeIsWrittenBackAsImageJpeg) {
+TEST(TagWriter, APictureKeepsItsTypeAndDescriptionUnderAMimeOfItsKind) {
   const Bytes jpeg = test::jpegBytes(20);
   Bytes original = test::Id3v2Builder(3).frame(test::pictureFrame(Enc::Utf16LE, "IMAGE/JPG", 3, "cover", jpeg)).padding(8).build();
   ID3Tag track = reread(original);
   ASSERT_EQ(track.tagData.picdata.size(), 1u);
   EXPECT_EQ(track.tagData.picdata[0].pictureSubtype, "jpeg");
   EXPECT_EQ(framesOf(build(track, 3)),
-            (std::vector<WrittenFrame>{{"APIC", test::concat({kLatin1, ascii("image/jpeg"), {0} /* MIME end */,
-                                                     {0} /* type */, {0} /* description */, jpeg})}}));
+            (std::vector<WrittenFrame>{{"APIC", test::concat({{1} /* UTF-16 */, ascii("image/jpeg"), {0} /* MIME end */,
+                                                     {3} /* front cover */, test::encodeText(Enc::Utf16LE, "cover", true),
+                                                     jpeg})}}));
 }
 
 }  // namespace
@@ -488,6 +489,55 @@ TEST(TagWriter, Utf8TextFramesBecomeUtf16In23) {
   EXPECT_EQ(in23[2].second, (Bytes{3, 'x'}));  // not a text frame: as it was
   // 2.4 keeps UTF-8.
   EXPECT_EQ(framesOf(build(track, 4))[0].second, entry.body);
+}
+
+// A 2.4 tag as a peer tagger writes it: parts of frames that no field shows,
+// two values in one frame, and UTF-8 in frames that are kept whole.
+Bytes peerTag24() {
+  return test::Id3v2Builder(4)
+      .frame(test::pictureFrame(Enc::Utf8, "image/jpeg", kPictureFrontCover, "Fa\u00e7ade", test::jpegBytes(24)))
+      .frame(test::commentFrame(Enc::Latin1, "fra", "", "Bonjour"))
+      .frame(test::commentFrame(Enc::Utf8, "deu", "zweite", "Gr\u00fc\u00dfe"))
+      .frame(test::commentFrame(Enc::Utf8, "eng", "lyrics note", "USLT-like", "USLT"))
+      .frame(test::popularityFrame("me@example.org", 196, 7))
+      .text("TPE1", Enc::Utf8, std::string_view("One\0Tw\u00f6", 9))
+      .frame(test::userUrlFrame(Enc::Latin1, "", "http://example.org/1"))
+      .frame(test::userUrlFrame(Enc::Utf8, "zw\u00f6i", "http://example.org/2"))
+      .padding(16)
+      .build();
+}
+
+TEST(TagWriter, ASaveKeepsWhatTheFieldsDoNotShow) {
+  ID3Tag track = reread(peerTag24());
+  const TagData& read = track.tagData;
+  ASSERT_EQ(read.picdata.size(), 1u);
+  EXPECT_EQ(read.picdata[0].pictureType, kPictureFrontCover);
+  EXPECT_EQ(read.picdata[0].description.toU16(), u"Fa\u00e7ade");
+  EXPECT_EQ(read.commentLanguage, "fra");
+  EXPECT_EQ(read.lyricsDescription.toU16(), u"lyrics note");
+  EXPECT_EQ(read.popularity, (PopularityData{"me@example.org", 196, "7"}));
+  EXPECT_EQ(read.moreValues, (std::vector<MoreValues>{{"TPE1", u"One", {u"Tw\u00f6"}}}));
+
+  for (int version : {4, 3}) {
+    SCOPED_TRACE(version);
+    ID3Tag copy = reread(peerTag24());
+    ID3Tag again = reread(build(copy, version));
+    EXPECT_EQ(CompareV2Tags(copy, again, version), 0u);
+    // The kept UTF-8 frames are UTF-16 in 2.3, whose readers know no UTF-8.
+    ASSERT_EQ(again.tagData.privdata.size(), 2u);
+    for (const PrivateData& kept : again.tagData.privdata) {
+      SCOPED_TRACE(kept.id);
+      EXPECT_EQ(kept.body[0], version == 4 ? 3 : 1);
+    }
+    if (version == 3) {
+      EXPECT_EQ(decodeText(1, ByteSpan(again.tagData.privdata[0].body).subspan(4)).toU16(), u"zweite");
+      again.tagData.privdata = copy.tagData.privdata;
+    }
+    EXPECT_TRUE(again.tagData == copy.tagData);
+  }
+  // A changed text goes alone; an unchanged one keeps its values.
+  track.tagData.artist = UnicodeText::latin1("Solo");
+  EXPECT_TRUE(reread(build(track, 4)).tagData.moreValues.empty());
 }
 
 }  // namespace

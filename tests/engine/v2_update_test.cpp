@@ -175,6 +175,43 @@ TEST(V2Save, AiffPlacesTheTagChunkBehindTheSoundOrAtTheEnd) {
   }
 }
 
+TEST(V2Save, AnOddChunkKeepsItsPadByteSoTheTagIsFoundAgain) {
+  const Bytes sound(301, 7);
+  Bytes cutSound = test::AiffBuilder().chunk(test::commChunk(2, 4, 16, 44100.0)).chunk(test::ssndChunk(sound)).build();
+  cutSound.resize(cutSound.size() - 100);  // cut short at an odd length, FORM size as it was
+  test::AiffChunk oddName("NAME", {'o', 'd', 'd'});
+  oddName.padOdd = false;
+  const Bytes padMissing = test::AiffBuilder().chunk(test::commChunk(2, 4, 16, 44100.0)).chunk(test::ssndChunk({1, 2}))
+                               .chunk(oddName).build();
+  Bytes padUncounted = padMissing;
+  padUncounted.push_back(0);  // the pad is there, but the FORM size leaves it out
+  struct Case {
+    const char* name;
+    Bytes original;
+    std::vector<std::string> ids;
+  };
+  const Case cases[] = {
+      {"sound cut at an odd length", cutSound, {"COMM", "SSND", "ID3 "}},
+      {"last chunk without its pad", padMissing, {"COMM", "SSND", "ID3 ", "NAME"}},
+      {"last pad outside the FORM size", padUncounted, {"COMM", "SSND", "ID3 ", "NAME"}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    test::TempDir dir;
+    ID3Tag track;
+    ASSERT_NE(test::openBytes(dir, "a.aif", c.original, track), 0u);
+    track.tagData.enabled = true;
+    track.tagData.title = UnicodeText::latin1("X");
+    ASSERT_EQ(updateV2ToTrack(track, false, 3, false, false, 0), kSaveOk);
+    const std::vector<Chunk> chunks = chunksOf(readFile(track.path()));
+    EXPECT_EQ(idsOf(chunks), c.ids);
+    if (c.ids.back() == "NAME") {
+      EXPECT_EQ(chunks.back().bytes, test::concat({test::ascii("NAME"), {0, 0, 0, 3}, test::ascii("odd"), {0}}));
+    }
+    EXPECT_EQ(reopen(track.path()).tagData.title, UnicodeText::latin1("X"));
+  }
+}
+
 TEST(V2Save, TemporaryNames) {
   EXPECT_EQ(temporaryName("/m/a.mp3", 0), "/m/a.mp3.t0");
   EXPECT_EQ(temporaryName("/m/a.mp3", 99), "/m/a.mp3.t99");

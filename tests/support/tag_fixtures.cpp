@@ -24,6 +24,8 @@ TagData fullTagData(bool unicode) {
   d.album = text(u"Album \u0100");
   d.year = "1999";
   d.comment = text(u"A comment\nover lines");
+  d.commentLanguage = "fra";
+  d.commentDescription = text(u"Note");
   d.composer = text(u"Composer");
   d.origArtist = text(u"Original");
   d.copyright = text(u"(c) 2001");
@@ -35,8 +37,10 @@ TagData fullTagData(bool unicode) {
   d.genre = text(u"Rock");
   d.compilation = true;
   d.musiccdid = "0A1B2C";
-  d.picdata = {PicData{jpegBytes(40), "jpeg"}, PicData{pngBytes(30), "png"}};
+  d.picdata = {PicData{jpegBytes(40), "jpeg", kPictureFrontCover, text(u"Front \u00e9")},
+               PicData{pngBytes(30), "png", kPictureOther, {}}};
   d.lyrics = text(u"la la\r\nla");
+  d.lyricsLanguage = "eng";
   d.conductor = text(u"Conductor");
   d.lyricist = text(u"Lyricist");
   d.publisher = text(u"Publisher");
@@ -67,8 +71,6 @@ TagData fullTagData(bool unicode) {
 }
 
 TagData rereadForm(TagData d, int version) {
-  d.popularity.email.clear();
-  d.popularity.counter.clear();
   d.grouping.clear();
   if (version < 4) {
     d.releasetime.clear();
