@@ -1,10 +1,9 @@
 #pragma once
-// While a command runs, the engine's log goes to no file and no terminal: the
-// tool must never write into the user's own log, and a person reading the
-// output wants the cause of a failure, not the engine's progress lines. The last
-// failure line is kept so that it can be shown as the cause.
+// While a command runs, the engine's log goes to the user's melos.log, as the
+// editor's does, and never to the terminal: a person reading the output wants
+// the cause of a failure in one line, and the log keeps the whole story. The
+// failure lines are kept so that they can be shown as the cause.
 
-#include <cstdio>
 #include <string>
 #include <string_view>
 
@@ -12,6 +11,8 @@ namespace melos::cli {
 
 class ErrorLog {
  public:
+  // Opens DefaultLogPath() at the level the preferences give and prunes it by
+  // "Max log size". When the file cannot be opened, the lines are dropped.
   ErrorLog();
   ~ErrorLog();
   ErrorLog(const ErrorLog&) = delete;
@@ -33,7 +34,6 @@ class ErrorLog {
 
  private:
   static void observe(unsigned level, const char* line, void* context);
-  FILE* sink_ = nullptr;
 };
 
 }  // namespace melos::cli

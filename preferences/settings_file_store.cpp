@@ -1,14 +1,63 @@
 #include "preferences/settings_file_store.h"
 
+#include <QFile>
 #include <QStandardPaths>
+#include <utility>
 
 #include "engine/log.h"
 #include "preferences/json_settings_format.h"
 
 namespace melos {
 
+namespace {
+
+// Far more than anyone keeps; bounds the search for a free name.
+constexpr int kMaxKeptBrokenFiles = 1000;
+
+std::mutex g_keptBrokenMutex;
+QString g_keptBrokenFile;
+
+// PATH.broken, else PATH.broken.1, PATH.broken.2, ...: a file kept by an
+// earlier run is never replaced. The rename itself refuses an existing name,
+// so two processes meeting the same broken file cannot keep over each other.
+QString keepBrokenFile(const QString& path) {
+  for (int n = 0; n < kMaxKeptBrokenFiles; ++n) {
+    const QString name = path + QStringLiteral(".broken") + (n == 0 ? QString() : QStringLiteral(".%1").arg(n));
+    if (QFile::exists(name)) continue;
+    if (QFile::rename(path, name)) return name;
+    if (!QFile::exists(name)) break;
+  }
+  return {};
+}
+
+}  // namespace
+
 SettingsFileStore::SettingsFileStore(const QString& path)
-    : settings_(std::make_unique<QSettings>(path, jsonSettingsFormat())) {}
+    : settings_(std::make_unique<QSettings>(path, jsonSettingsFormat())) {
+  // QSettings reads the file here, and on a format error serves no keys and
+  // still writes at the next sync: only the keys set since would survive.
+  if (settings_->status() != QSettings::FormatError) return;
+  const QString kept = keepBrokenFile(path);
+  if (kept.isEmpty()) {
+    // The rename fails where the folder cannot be written, and so does every
+    // save, which writes a new file beside the old one.
+    LogMessage(LogError, "Failed to keep the unreadable preferences file '%s'", path.toUtf8().constData());
+    return;
+  }
+  LogMessage(LogError, "The unreadable preferences file '%s' was kept as '%s'", path.toUtf8().constData(),
+             kept.toUtf8().constData());
+  {
+    std::lock_guard lock(g_keptBrokenMutex);
+    g_keptBrokenFile = kept;
+  }
+  // The old object keeps its format error and would call every sync a failure.
+  settings_ = std::make_unique<QSettings>(path, jsonSettingsFormat());
+}
+
+QString SettingsFileStore::takeKeptBrokenFile() {
+  std::lock_guard lock(g_keptBrokenMutex);
+  return std::exchange(g_keptBrokenFile, QString());
+}
 
 SettingsFileStore::~SettingsFileStore() {
   std::lock_guard lock(mutex_);

@@ -31,6 +31,11 @@ class SettingsFileStore : public PreferenceStore {
   // False, with the cause in the log, when the file could not be read or written.
   bool sync() override;
 
+  // Where a settings file that was not valid JSON was kept, once: the first
+  // window tells the user that the preferences were reset, later ones do not.
+  // Empty when no such file was met in this process, or after the first call.
+  static QString takeKeptBrokenFile();
+
  private:
   // One QSettings object is not safe to share between threads; the group
   // update reads preferences from its worker thread.

@@ -5,19 +5,24 @@
 #include <QJsonDocument>
 #include <QJsonParseError>
 #include <QStandardPaths>
+#include <cstdlib>
 #include <sstream>
 
 #include "cli/cli.h"
 #include "tests/support/id3v1_builder.h"
 #include "tests/support/id3v2_builder.h"
 #include "tests/support/mpeg_builder.h"
+#include "tests/support/temp_dir.h"
 
 namespace melos::test {
 
 namespace {
-// The tool reads the user's preferences; tests read Qt's test locations instead.
+// The tool reads the user's preferences and writes the user's log; tests read
+// Qt's test locations instead and write a log of their own, gone at exit.
 [[maybe_unused]] const bool kTestLocations = [] {
   QStandardPaths::setTestModeEnabled(true);
+  static const TempDir state;
+  ::setenv("XDG_STATE_HOME", state.path().c_str(), 1);
   return true;
 }();
 }  // namespace

@@ -1,15 +1,19 @@
-// The log while a command runs: failures captured as causes, nothing else shown.
+// The log while a command runs: failures captured as causes and written to
+// the user's log, nothing else shown.
 
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <cstdio>
-#include <cstdlib>
-#include <fstream>
+#include <filesystem>
 
 #include "cli/error_log.h"
 #include "engine/log.h"
+#include "preferences/preferences_controller.h"
 #include "tests/cli/cli_fixtures.h"
+#include "tests/support/fault_injector.h"
+#include "tests/support/id3v2_builder.h"
+#include "tests/support/mp3_file_builder.h"
 #include "tests/support/temp_dir.h"
 
 namespace melos::test {
@@ -59,29 +63,59 @@ class StderrToFile {
   int saved_;
 };
 
-TEST(ErrorLogTest, ShowWritesNoLogLinesAnywhere) {
+std::string fileText(const std::string& path) {
+  const Bytes bytes = readFile(path);
+  return std::string(bytes.begin(), bytes.end());
+}
+
+TEST(ErrorLogTest, AFailedSaveIsExplainedInTheLogNotOnTheTerminal) {
   TempDir dir;
-  const std::string state = dir.file("state");
-  const char* oldState = std::getenv("XDG_STATE_HOME");
-  const std::string savedState = oldState != nullptr ? oldState : "";
-  setenv("XDG_STATE_HOME", state.c_str(), 1);
-  const std::string good = dir.write("a.mp3", cbrAudio(20));
+  const ScopedEnv stateHome("XDG_STATE_HOME", dir.file("state"));
+  const ScopedEnv dataHome("XDG_DATA_HOME", dir.file("data"));
+  const std::string path =
+      dir.write("a.mp3", concat({Id3v2Builder(3).text("TIT2", Enc::Latin1, "x").build(), cbrAudio(10)}));
   const std::string captured = dir.file("stderr.txt");
+  FailNth failFlush(FileOp::Fsync, 1);
+  PreferencesController& prefs = PreferencesController::sharedInstance();
+  prefs.setIntPreferenceNamed("Log level", LogStatus);
   CommandResult result{};
   {
     StderrToFile redirect(captured);
-    result = runMelos({QStringLiteral("show"), QStringLiteral("--json"), QString::fromStdString(good),
-                       QString::fromStdString(dir.file("missing.mp3"))});
+    ScopedInjector scoped(failFlush);
+    result = runMelos({QStringLiteral("set"), QStringLiteral("--title"), QStringLiteral("X"),
+                       QString::fromStdString(path)});
   }
-  if (oldState != nullptr)
-    setenv("XDG_STATE_HOME", savedState.c_str(), 1);
-  else
-    unsetenv("XDG_STATE_HOME");
+  prefs.removePreferenceNamed("Log level");
   EXPECT_EQ(result.code, cli::ExitCode::Failure);
-  // Neither the progress lines nor the failure line reach the terminal, and no
-  // log file is made in the user's state folder.
-  EXPECT_TRUE(readFile(captured).empty()) << std::string(readFile(captured).begin(), readFile(captured).end());
-  EXPECT_FALSE(std::ifstream(state + "/meloscribe/melos.log").good());
+  EXPECT_NE(result.err.find(path + ": "), std::string::npos) << result.err;
+  EXPECT_EQ(fileText(captured), "");
+  const std::string log = fileText(dir.file("state/meloscribe/melos.log"));
+  EXPECT_EQ(log.rfind("\n# Meloscribe Version ", 0), 0u) << log;
+  EXPECT_NE(log.find(": Updating V2 to track: " + path + "\n"), std::string::npos) << log;
+  EXPECT_NE(log.find(": Failed to flush the output file"), std::string::npos) << log;
+  EXPECT_NE(log.find(": NOTE: the original file has not been altered.\n"), std::string::npos) << log;
+  // The level letters that tell failures apart stay out of the file.
+  EXPECT_EQ(log.find(" [E]"), std::string::npos) << log;
+}
+
+TEST(ErrorLogTest, ALogPastItsMaximumSizeGoesOnUnderADatedName) {
+  TempDir dir;
+  const ScopedEnv stateHome("XDG_STATE_HOME", dir.path());
+  std::filesystem::create_directories(dir.file("meloscribe"));
+  const std::string old(static_cast<size_t>(kDefaultMaxLogSize) + 1, 'x');
+  dir.write("meloscribe/melos.log", Bytes(old.begin(), old.end()));
+  {
+    ErrorLog log;
+    LogMessage(LogError, "After the prune");
+  }
+  std::vector<std::string> dated;
+  for (const auto& entry : std::filesystem::directory_iterator(dir.file("meloscribe")))
+    if (entry.path().filename() != "melos.log") dated.push_back(entry.path().string());
+  ASSERT_EQ(dated.size(), 1u);
+  EXPECT_EQ(fileText(dated[0]).rfind(old, 0), 0u);
+  const std::string log = fileText(dir.file("meloscribe/melos.log"));
+  EXPECT_NE(log.find(": Pruning log file (old log is now " + dated[0] + ")\n"), std::string::npos) << log;
+  EXPECT_NE(log.find(": After the prune\n"), std::string::npos) << log;
 }
 
 }  // namespace

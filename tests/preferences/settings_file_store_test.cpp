@@ -103,12 +103,49 @@ TEST(SettingsFileStore, UnreadableFileGivesDefaultsAndSaysSoOnce) {
   EXPECT_TRUE(prefs.showSplash());
   EXPECT_TRUE(log.has(LogError, "Failed to read the preferences file '" + file + "'"))
       << log.dump();
+  EXPECT_TRUE(log.has(LogError, "'" + file + "' was kept as '" + file + ".broken'")) << log.dump();
 
-  EXPECT_FALSE(prefs.synchronize());
-  EXPECT_FALSE(prefs.synchronize());
+  EXPECT_TRUE(prefs.synchronize());
   EXPECT_EQ(log.count(LogError), 2u) << log.dump();
-  EXPECT_TRUE(log.has(LogError, "Failed to synchronise the preferences file")) << log.dump();
+  EXPECT_EQ(SettingsFileStore::takeKeptBrokenFile().toStdString(), file + ".broken");
 }
+
+struct BrokenFileCase {
+  std::vector<std::string> earlier;  // suffixes of files kept before
+  std::string keptAs;
+};
+
+void PrintTo(const BrokenFileCase& c, std::ostream* out) { *out << c.keptAs; }
+
+class UnreadableSettingsTest : public ::testing::TestWithParam<BrokenFileCase> {};
+
+TEST_P(UnreadableSettingsTest, SurvivesTheNextWriteUnderAFreeName) {
+  TempDir dir;
+  const std::string file = dir.file("Meloscribe.json");
+  const std::string broken = "{\"User genre list\": [\"Mine\"], \"Show splash\": fals";
+  std::ofstream(file) << broken;
+  for (const std::string& suffix : GetParam().earlier) std::ofstream(file + suffix) << "earlier";
+  {
+    SettingsFileStore store(QString::fromStdString(file));
+    store.setValue("V2 album", QStringList{"New"});
+    EXPECT_TRUE(store.sync());
+  }
+  const std::map<QString, QVariant> saved = readSettingsFile(QString::fromStdString(file));
+  EXPECT_EQ(saved.size(), 1u);
+  EXPECT_EQ(saved.at("V2 album").toStringList(), QStringList{"New"});
+  const auto text = [](const std::string& path) {
+    const std::vector<uint8_t> bytes = readFile(path);
+    return std::string(bytes.begin(), bytes.end());
+  };
+  EXPECT_EQ(text(file + GetParam().keptAs), broken);
+  for (const std::string& suffix : GetParam().earlier) EXPECT_EQ(text(file + suffix), "earlier");
+  EXPECT_EQ(SettingsFileStore::takeKeptBrokenFile().toStdString(), file + GetParam().keptAs);
+  EXPECT_EQ(SettingsFileStore::takeKeptBrokenFile(), QString());
+}
+
+INSTANTIATE_TEST_SUITE_P(Kept, UnreadableSettingsTest,
+                         ::testing::Values(BrokenFileCase{{}, ".broken"},
+                                           BrokenFileCase{{".broken", ".broken.1"}, ".broken.2"}));
 
 TEST(SettingsFileStore, DefaultLocationIsTheXdgConfigFolder) {
   const QString path = defaultSettingsPath();
