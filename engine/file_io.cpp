@@ -85,6 +85,10 @@ int truncate(const char* path, off_t length) noexcept {
 int utimensat(const char* path, const struct timespec times[2]) noexcept {
   return injected(FileOp::Utimensat) ? -1 : ::utimensat(AT_FDCWD, path, times, 0);
 }
+int fchmod(int fd, mode_t mode) noexcept { return injected(FileOp::Chmod) ? -1 : ::fchmod(fd, mode); }
+int fchown(int fd, uid_t owner, gid_t group) noexcept {
+  return injected(FileOp::Chmod) ? -1 : ::fchown(fd, owner, group);
+}
 }  // namespace sys
 
 File& File::operator=(File&& other) noexcept {

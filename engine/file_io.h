@@ -18,7 +18,7 @@
 
 namespace melos {
 
-enum class FileOp { Open, Read, Write, Fsync, Rename, Unlink, Truncate, Utimensat, Link };
+enum class FileOp { Open, Read, Write, Fsync, Rename, Unlink, Truncate, Utimensat, Link, Chmod };
 
 // Returns an errno value to make the call fail, or 0 to let it run.
 class FaultInjector {
@@ -44,6 +44,9 @@ int link(const char* from, const char* to) noexcept;
 int ftruncate(int fd, off_t length) noexcept;
 int truncate(const char* path, off_t length) noexcept;
 int utimensat(const char* path, const struct timespec times[2]) noexcept;
+// Both count as Chmod for the injector: they give the file its access.
+int fchmod(int fd, mode_t mode) noexcept;
+int fchown(int fd, uid_t owner, gid_t group) noexcept;
 }  // namespace sys
 
 // A move-only open file that closes on every path.

@@ -33,17 +33,20 @@ bool restoreFileDates(const std::string& path, const FileState& state) noexcept 
   return false;
 }
 
-void applyFileMode(int fd, const FileState& state) noexcept {
-  if (!state.valid) return;
-  int saved = errno;
+bool applyFileMode(int fd, const FileState& state) noexcept {
+  if (!state.valid) return true;
   struct stat st;
-  if (::fstat(fd, &st) == 0 && (st.st_uid != state.owner || st.st_gid != state.group)) {
-    // Only root may give a file away; a group change may still be allowed.
-    if (::fchown(fd, state.owner, state.group) != 0) (void)::fchown(fd, static_cast<uid_t>(-1), state.group);
+  if (::fstat(fd, &st) != 0) return false;
+  if (st.st_uid != state.owner || st.st_gid != state.group) {
+    // Only root may give a file away, and then it must; anyone else keeps the
+    // file as their own and tries the group, which may still be allowed.
+    if (sys::fchown(fd, state.owner, state.group) != 0) {
+      if (::geteuid() == 0) return false;
+      (void)sys::fchown(fd, static_cast<uid_t>(-1), state.group);
+    }
   }
   // After the owner: chown clears the set-id bits.
-  (void)::fchmod(fd, state.mode);
-  errno = saved;
+  return sys::fchmod(fd, state.mode) == 0;
 }
 
 std::string resolveTrackPath(const std::string& path) {

@@ -23,8 +23,10 @@ struct FileState {
 FileState recordFileState(const std::string& path) noexcept;
 // Access and modification times to the nanosecond; failures are logged.
 bool restoreFileDates(const std::string& path, const FileState& state) noexcept;
-// The permission bits, and the owner where the process may set it.
-void applyFileMode(int fd, const FileState& state) noexcept;
+// The permission bits, and the owner where the process may set it. False
+// (errno tells why) when the bits, or an owner that root must be able to
+// give, could not be set: the copy would not be as accessible as the original.
+bool applyFileMode(int fd, const FileState& state) noexcept;
 
 // The file a symbolic link points at, so that a save rewrites the target and
 // keeps the link; other paths are returned as they are.

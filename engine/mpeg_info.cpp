@@ -231,6 +231,15 @@ int parseMpeg(ID3Tag& track, const File& file, uint64_t start, int scanMode,
     // Sync search. In a ".mp3" the low layer bit must be set, which passes over
     // Layer II and reserved-layer headers as false syncs.
     BufferedReader reader(file, start);
+    // A read error is no end of the audio: on every way out it is noted, so
+    // that the open fails instead of showing facts of half a file.
+    struct NoteReadError {
+      ID3Tag& track;
+      const BufferedReader& reader;
+      ~NoteReadError() {
+        if (reader.failed() && track.readError == 0) track.readError = reader.error();
+      }
+    } note{track, reader};
     int previous = reader.readByte();
     if (previous < 0) return 0;
     for (;;) {

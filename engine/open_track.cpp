@@ -319,6 +319,7 @@ unsigned OpenTrack(ID3Tag& track, const std::string& path, int scanMode, const P
     report(progress, "Parsing...", 70);
     if (track.isMp3File) {
       result = static_cast<unsigned>(parseMpeg(track, file, audioStart, scanMode, progress));
+      if (track.readError != 0) return failedRead(track, path);
     } else if (track.isAiffFile) {
       setAiffFacts(track, comm);
       result = comm.sampleRate == 0 ? 0 : 1;

@@ -130,7 +130,7 @@ int stripAPETagFrom(const ID3Tag& tag, const std::string& path, const File& file
 }
 
 int stripAPETag(const ID3Tag& tag, const std::string& path) noexcept {
-  if (!tag.isMp3File) return 0;
+  if (!tag.isMp3File || !readWhole(tag)) return 0;
   try {
     const std::string target = resolveTrackPath(path);
     File file = openLocked(target, O_RDWR);

@@ -9,8 +9,10 @@
 #include "engine/genres.h"
 #include "engine/id3v1.h"
 #include "engine/log.h"
+#include "engine/output_file.h"
 #include "engine/tag_removal.h"
 #include "engine/text.h"
+#include "engine/v2_update.h"
 
 namespace melos {
 
@@ -46,11 +48,9 @@ void restore(const File& file, uint64_t offset, const Bytes& old, int64_t oldSiz
   (void)sys::ftruncate(file.fd(), oldSize);
 }
 
-// Writes the tag over an old one, at the end, or (with an APE tag to remove)
-// over the APE header and cuts the file behind it. The new block is written
-// before anything is cut, and a failure puts the old bytes back, so the file is
-// either as it was or fully saved.
-int writeV1(ID3Tag& tag, const File& file, bool trim, int64_t apeStart) noexcept {
+// Writes the tag over an old one or at the end. A failure puts the old bytes
+// back, so the file is either as it was or fully saved.
+int writeV1(ID3Tag& tag, const File& file, bool trim) noexcept {
   uint64_t reached = 0;
   try {
     const int64_t size = file.size();
@@ -60,8 +60,7 @@ int writeV1(ID3Tag& tag, const File& file, bool trim, int64_t apeStart) noexcept
       LogMessage(LogError, "The end of the file could not be read (error: %s)", errorText(errno).c_str());
       return 5;
     }
-    uint64_t offset = present == 1 ? static_cast<uint64_t>(size) - kV1TagSize : static_cast<uint64_t>(size);
-    if (apeStart >= 0) offset = static_cast<uint64_t>(apeStart);
+    const uint64_t offset = present == 1 ? static_cast<uint64_t>(size) - kV1TagSize : static_cast<uint64_t>(size);
     Bytes old(static_cast<size_t>(std::min<uint64_t>(kV1TagSize, static_cast<uint64_t>(size) - offset)));
     if (file.readAt(offset, old) != static_cast<int64_t>(old.size())) {
       LogMessage(LogError, "Failed to save the version 1 tag data (pos %lu)", 0ul);
@@ -71,14 +70,7 @@ int writeV1(ID3Tag& tag, const File& file, bool trim, int64_t apeStart) noexcept
     uint8_t block[kV1TagSize];
     buildV1Block(tag.v1, trim, block);
     reached = static_cast<uint64_t>(file.writeAt(offset, block));
-    int error = reached < kV1TagSize ? errno : 0;
-    if (reached == kV1TagSize && apeStart >= 0 &&
-        sys::ftruncate(file.fd(), static_cast<off_t>(offset + kV1TagSize)) != 0) {
-      error = errno;
-      LogMessage(LogError, "Failed to truncate the file '%s' after removing the APE tag (error: %s)",
-                 tag.path().c_str(), errorText(error).c_str());
-      reached = 0;
-    }
+    const int error = reached < kV1TagSize ? errno : 0;
     if (reached < kV1TagSize) {
       restore(file, offset, old, size);
       LogMessage(LogError, "Failed to save the version 1 tag data (pos %lu)", static_cast<unsigned long>(reached));
@@ -91,6 +83,40 @@ int writeV1(ID3Tag& tag, const File& file, bool trim, int64_t apeStart) noexcept
     LogMessage(LogError, "Failed to save the version 1 tag data (pos %lu)", static_cast<unsigned long>(reached));
     return 5;
   }
+}
+
+// The file up to the APE tag, then the new V1 tag, through a temporary copy
+// that takes the original's place in one rename: cutting in place and then
+// writing would leave, after a crash between the two, a file with neither the
+// old tags nor the new one.
+int replaceApeWithV1(ID3Tag& tag, const File& file, const std::string& path, const FileState& state, bool trim,
+                     int64_t apeStart) {
+  OutputFile output = OutputFile::createBeside(path);
+  if (!output.isOpen()) {
+    LogMessage(LogError, "Failed to open the output file '%s' (error: %s)", output.path().c_str(),
+               errorText(errno).c_str());
+    LogMessage(LogError, "NOTE: the original file has not been altered.");
+    return 5;
+  }
+  uint8_t block[kV1TagSize];
+  buildV1Block(tag.v1, trim, block);
+  const auto kept = static_cast<uint64_t>(apeStart);
+  if (output.copyFrom(file, 0, kept) != kept || !output.write(ByteSpan(block, sizeof block)) ||
+      !finishOutput(output, state)) {
+    const int error = errno;
+    output.discard();
+    LogMessage(LogError, "Failed to save the version 1 tag data (pos %lu)", 0ul);
+    LogMessage(LogError, "The file could not be copied without its APE tag (error: %s)", errorText(error).c_str());
+    LogMessage(LogError, "NOTE: the original file has not been altered.");
+    return 5;
+  }
+  if (!replaceWithTemporary(output.path(), path, false)) {
+    output.discard();
+    return 5;
+  }
+  output.release();
+  tag.v1 = asSaved(tag.v1, trim);
+  return 0;
 }
 
 int updateV1(ID3Tag& tag, bool removeApe, bool keepDates, bool trim) {
@@ -111,7 +137,8 @@ int updateV1(ID3Tag& tag, bool removeApe, bool keepDates, bool trim) {
   // all the same, so that the save leaves the tag the user asked for.
   const int64_t apeStart = removeApe ? findAPETag(tag, path, file) : kNoApeTag;
   if (apeStart == kApeUnreadable) return 5;
-  if (int saved = writeV1(tag, file, trim, apeStart); saved != 0) return saved;
+  const int saved = apeStart >= 0 ? replaceApeWithV1(tag, file, path, state, trim, apeStart) : writeV1(tag, file, trim);
+  if (saved != 0) return saved;
   file.close();
   tag.v1Changed = false;
 
@@ -188,7 +215,7 @@ void buildV1Block(const V1Tag& tag, bool trim, uint8_t* block) noexcept {
   block[127] = tag.genre;
 }
 
-int saveV1(ID3Tag& tag, const File& file, bool trim) noexcept { return writeV1(tag, file, trim, kNoApeTag); }
+int saveV1(ID3Tag& tag, const File& file, bool trim) noexcept { return writeV1(tag, file, trim); }
 
 int updateV1ToTrack(ID3Tag& tag, bool removeApe, bool keepDates, bool trim) noexcept {
   try {

@@ -1,7 +1,7 @@
 #pragma once
 // Saving, verifying and removing the 128-byte ID3v1 tag at the end of an MP3
-// file. Only the last 128 bytes change; an APE tag in front of them can be cut
-// first.
+// file. Only the last 128 bytes change, unless an APE tag in front of them is
+// cut too: the file is then rewritten through a temporary copy.
 
 #include "engine/file_io.h"
 #include "engine/id3_tag.h"

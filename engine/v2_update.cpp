@@ -140,7 +140,11 @@ int copyMpegAudio(const File& source, OutputFile& output) noexcept {
 }
 
 bool finishOutput(OutputFile& output, const FileState& state) noexcept {
-  applyFileMode(output.fd(), state);
+  if (!applyFileMode(output.fd(), state)) {
+    LogMessage(LogError, "Failed to give the output file '%s' the original's permissions (error: %s)",
+               output.path().c_str(), errorText(errno).c_str());
+    return false;
+  }
   if (output.finish()) return true;
   LogMessage(LogError, "Failed to flush the output file '%s' (error: %s)", output.path().c_str(),
              errorText(errno).c_str());

@@ -19,7 +19,7 @@ ScopedEnv::~ScopedEnv() {
 
 const char* fileOpName(FileOp op) {
   static constexpr const char* kNames[] = {"open",   "read",     "write",     "fsync", "rename",
-                                           "unlink", "truncate", "utimensat", "link"};
+                                           "unlink", "truncate", "utimensat", "link", "chmod"};
   return kNames[static_cast<size_t>(op)];
 }
 

@@ -10,7 +10,7 @@
 
 namespace melos::test {
 
-inline constexpr size_t kFileOpCount = static_cast<size_t>(FileOp::Link) + 1;
+inline constexpr size_t kFileOpCount = static_cast<size_t>(FileOp::Chmod) + 1;
 
 class CountingInjector : public FaultInjector {
  public:
