@@ -27,10 +27,7 @@ std::string v1Field(std::u16string_view text, size_t width) {
 }
 
 uint8_t v1GenreFor(std::u16string_view name) {
-  const std::string latin = u16ToLatin1(name);
-  for (int i = 0; i < kGenreCount; ++i)
-    if (kGenres[static_cast<size_t>(i)] == latin) return static_cast<uint8_t>(i);
-  return static_cast<uint8_t>(kGenreOther);
+  return static_cast<uint8_t>(genreIndex(u16ToLatin1(name), true));
 }
 
 uint8_t v1TrackFor(uint16_t track) {

@@ -17,8 +17,8 @@ std::string latin1Field(std::u16string_view text);
 // The Latin-1 text of a V1 field, cut to `width` bytes.
 std::string v1Field(std::u16string_view text, size_t width);
 
-// The V1 genre number of a genre name: its place in the standard list, or
-// "Other" when the name is none of them.
+// The V1 genre number of a genre name, in any case: its place in the
+// standard list, or "Other" when the name is none of them.
 uint8_t v1GenreFor(std::u16string_view name);
 // The V1 track of a V2 track number: the low byte of the number, where 0 and
 // 255 (which the V1 tag cannot hold) mean none.

@@ -411,7 +411,7 @@ TEST_F(SingleTrackTest, CopyV2ToV1) {
   const struct {
     std::u16string genre;
     uint8_t expected;
-  } genres[] = {{u"Hard Rock", 79}, {u"jazz", 12}, {u"Bebop-ish", 12}, {u"", 12}};
+  } genres[] = {{u"Hard Rock", 79}, {u"jazz", 8}, {u"Bebop-ish", 12}, {u"", 12}};
   for (const auto& row : genres) {
     t.tagData.genre = UnicodeText::utf16(row.genre);
     e.copyV2ToV1();
