@@ -1,6 +1,7 @@
 #include "preferences/preferences_controller.h"
 
 #include <cxxabi.h>
+#include <fcntl.h>
 
 #include <QFileInfo>
 #include <exception>
@@ -8,6 +9,7 @@
 #include <fstream>
 #include <typeinfo>
 
+#include "engine/file_io.h"
 #include "engine/genres.h"
 #include "engine/log.h"
 #include "engine/picture.h"
@@ -385,6 +387,27 @@ std::optional<DefaultPicture> PreferencesController::getDefaultPicture(int index
   }
   picture.image = PicData{std::move(bytes), std::string(subtype)};
   return picture;
+}
+
+std::optional<std::string> PreferencesController::setDefaultPicture(const Bytes& image) {
+  const std::string path = defaultPicturePath(0);
+  const std::string temporary = path + ".new";
+  std::error_code ignored;  // a folder that cannot be made fails the open below
+  std::filesystem::create_directories(configFolder_, ignored);
+  int error = 0;
+  {
+    File file(sys::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
+    if (!file.isOpen() || file.writeAt(0, image) != static_cast<int64_t>(image.size()) ||
+        sys::fsync(file.fd()) != 0)
+      error = errno;
+  }
+  if (error == 0 && sys::rename(temporary.c_str(), path.c_str()) != 0) error = errno;
+  if (error == 0) return std::nullopt;
+  sys::unlink(temporary.c_str());
+  char message[1024];
+  std::snprintf(message, sizeof message, "Failed to create the image file '%s' (%d).", path.c_str(), error);
+  LogMessage(LogError, "%s", message);
+  return std::string(message);
 }
 
 }  // namespace melos
