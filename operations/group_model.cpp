@@ -279,9 +279,38 @@ void GroupModel::setTagData(const ID3Tag& tag) {
 }
 
 void GroupModel::setDefaultTagData(int index, const PreferencesController& prefs) {
-  const std::unique_ptr<ID3Tag> tag = getTagData();
-  melos::setDefaultTagData(*tag, index, prefs);
-  setTagData(*tag);
+  // Straight into the window's values: a trip through a tag would cut, convert
+  // and complete the fields that the set leaves alone.
+  const DefaultTagValues d = defaultTagValues(index, prefs);
+  if (prefs.removeAllData()) clearTagData();
+  GroupValues& v = values;
+  auto put = [](std::u16string& field, const std::optional<std::string>& value) {
+    if (value) field = utf8ToU16(*value);
+  };
+  if (prefs.applyDefaultsToV1()) {
+    put(v.v1Title, d.title);
+    put(v.v1Album, d.album);
+    put(v.v1Artist, d.artist);
+    put(v.v1Comment, d.comment);
+    put(v.v1Year, d.year);
+  }
+  put(v.title, d.title);
+  put(v.album, d.album);
+  put(v.artist, d.artist);
+  put(v.comment, d.comment);
+  put(v.year, d.year);
+  put(v.composer, d.composer);
+  put(v.origArtist, d.origArtist);
+  put(v.copyright, d.copyright);
+  put(v.url, d.url);
+  put(v.encodedBy, d.encodedBy);
+  put(v.tracks, d.tracks);
+  put(v.genre, d.genre);
+  if (d.compilation) v.compilation = *d.compilation;
+  if (d.picture) {
+    if (d.picture->image) v.picture = d.picture->image;
+    else if (prefs.isReplaceWithDefaultPictureSet()) v.picture.reset();
+  }
 }
 
 void GroupModel::clearTagData() { values = GroupValues{}; }

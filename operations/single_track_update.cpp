@@ -69,6 +69,8 @@ UpdateOutcome SingleTrackEditor::update() {
 
   if (t.v1.enabled) view_.updateV1TagData(t);
   if (t.tagData.enabled) view_.updateV2TagData(t, s.allowUnicode);
+  // Over what the window holds, as the defaults button would put it.
+  if (s.applyDefaults) s.applyDefaults(t);
 
   if (t.tagData.enabled) {
     const std::vector<std::string> lost = fieldsLostAtVersion(t, s.tag2SaveVersion);

@@ -437,6 +437,17 @@ TEST_F(SingleTrackTest, CopiesDoNothingForOtherThanMp3) {
   EXPECT_FALSE(t.v1Changed || t.v2Changed);
 }
 
+TEST_F(SingleTrackTest, AlwaysApplyPutsTheCurrentDefaultSetOnTheUpdate) {
+  addTracks(1);
+  PreferencesController prefs(std::make_unique<MemoryPreferenceStore>(), dir.path());
+  test::alwaysApplyDefaultAlbum(prefs, "Default album");
+  view.editV2 = [](ID3Tag& track) { track.tagData.album = UnicodeText::latin1("Typed"); };
+  tracks.current().v2Changed = true;
+  SingleTrackEditor e(tracks, questions, view, settingsFrom(prefs), writer);
+  EXPECT_EQ(e.updateTag(), UpdateOutcome::Saved);
+  EXPECT_EQ(test::reopened(paths[0]).tagData.album, UnicodeText::latin1("Default album"));
+}
+
 TEST_F(SingleTrackTest, HandlersLogWhatTheyCatch) {
   addTracks(1);
   view.editV1 = [](ID3Tag&) { throw std::runtime_error("boom"); };
