@@ -206,6 +206,8 @@ void SingleTrackEditor::revert() {
   // A file that is gone keeps the edits rather than leave an empty tag.
   if (::access(t.path().c_str(), F_OK) == 0) {
     ID3Tag fresh;
+    // Only the tags are wanted; the engine has no open without the audio
+    // analysis, and the quick scan is its cheapest.
     OpenTrack(fresh, t.path(), kScanQuick, nullptr, false);
     t.tagData = fresh.tagData;
     t.v2Read = fresh.v2Read;

@@ -286,11 +286,13 @@ TEST_F(SingleTrackTest, FailureAlerts) {
   }
 }
 
-TEST_F(SingleTrackTest, V1FailureLeavesTheV2TagAlone) {
+TEST_F(SingleTrackTest, V1FailureStopsTheUpdateBeforeTheV2SaveAndTheRename) {
   addTracks(1);
+  settings.renameUpdate = true;
   writer.failV1Before = 2;
   editor().updateTag();
   EXPECT_EQ(writer.v2Saves, 0);
+  EXPECT_EQ(writer.renames, 0);
   EXPECT_TRUE(untouched(0));
 }
 
