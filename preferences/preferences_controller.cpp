@@ -1,18 +1,16 @@
 #include "preferences/preferences_controller.h"
 
-#include <cxxabi.h>
 #include <fcntl.h>
 
 #include <QFileInfo>
-#include <exception>
 #include <filesystem>
 #include <fstream>
-#include <typeinfo>
 
 #include "engine/file_io.h"
 #include "engine/genres.h"
 #include "engine/log.h"
 #include "engine/picture.h"
+#include "preferences/handler_guard.h"
 #include "preferences/settings_file_store.h"
 #include "preferences/store.h"
 #include "preferences/value_conversion.h"
@@ -21,26 +19,7 @@ namespace melos {
 
 namespace {
 
-std::string exceptionName(const std::exception& error) {
-  int status = 0;
-  std::unique_ptr<char, void (*)(void*)> name(
-      abi::__cxa_demangle(typeid(error).name(), nullptr, nullptr, &status), std::free);
-  return status == 0 && name ? std::string(name.get()) : std::string(typeid(error).name());
-}
-
-// A window operation that fails logs why and ends without further effect.
-template <typename Operation>
-void guarded(const char* tag, Operation&& operation) noexcept {
-  try {
-    operation();
-  } catch (const std::exception& error) {
-    LogMessage(LogError, "[PreferencesController:%s] error:%s - %s", tag,
-               exceptionName(error).c_str(), error.what());
-  } catch (...) {
-    LogMessage(LogError, "[PreferencesController:%s] error:%s - %s", tag, "unknown",
-               "an exception of unknown type");
-  }
-}
+constexpr const char* kController = "PreferencesController";
 
 QStringList toStringList(const std::vector<std::string>& texts) {
   QStringList list;
@@ -275,7 +254,7 @@ void PreferencesController::clearRecentList(std::string_view key) {
 }
 
 void PreferencesController::clearQuickLists() {
-  guarded("cql", [this] {
+  guarded(kController, "cql", [this] {
     for (size_t i = 0; i < prefs::kClearedQuickListCount; ++i)
       clearRecentList(prefs::kQuickListKeys[i]);
   });
@@ -291,7 +270,7 @@ void PreferencesController::setShowSplash(int flag) {
 }
 
 void PreferencesController::resetPreferences() {
-  guarded("rp", [this] {
+  guarded(kController, "rp", [this] {
     for (const std::string& key : resetPreferenceKeys()) store_->remove(fromUtf8(key));
     store_->sync();
     if (loadPreferencesHandler_) loadPreferencesHandler_();
