@@ -310,10 +310,7 @@ bool GroupUpdate::saveTrack(ID3Tag& track, size_t index, size_t count, bool expe
       const FileNameFields fields = parseFileName(track.path(), settings.fromFileNameFormat);
       const int number = fields.track;
       track.tagData.track = number == 0 ? kUnsetNumber : static_cast<uint16_t>(number);
-      if (track.isMp3File) {
-        const auto low = static_cast<uint8_t>(number);
-        track.v1.track = low == 0 ? kUnsetV1 : low;
-      }
+      if (track.isMp3File) track.v1.track = v1TrackFor(number);
       // A name that gives no title leaves the title as it was.
       if (fields.title) {
         const std::u16string title = utf8ToU16(*fields.title);

@@ -22,12 +22,6 @@ uint8_t v1GenreFor(std::u16string_view name) {
   return static_cast<uint8_t>(genreIndex(u16ToLatin1(name), true));
 }
 
-uint8_t v1TrackFor(uint16_t track) {
-  if (track == kUnsetNumber) return kUnsetV1;
-  const auto low = static_cast<uint8_t>(track % 256);
-  return low == 0 ? kUnsetV1 : low;
-}
-
 void fillV1FromV2(ID3Tag& track) {
   const TagData& d = track.tagData;
   V1Tag& v1 = track.v1;

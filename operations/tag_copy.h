@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "engine/id3_tag.h"
+#include "preferences/default_tag_data.h"  // v1TrackFor
 
 namespace melos {
 
@@ -22,9 +23,6 @@ std::string v1Field(std::u16string_view text, size_t width);
 // The V1 genre number of a genre name, in any case: its place in the
 // standard list, or "Other" when the name is none of them.
 uint8_t v1GenreFor(std::u16string_view name);
-// The V1 track of a V2 track number: the low byte of the number, where 0 and
-// 255 (which the V1 tag cannot hold) mean none.
-uint8_t v1TrackFor(uint16_t track);
 
 // The V1 tag from the V2 tag: title, artist, album, comment and year as
 // Latin-1 (not cut: the V1 writer applies the widths), the track, and the

@@ -24,12 +24,7 @@ UnicodeText v2Text(const std::string& utf8, bool allowUnicode) {
   return allowUnicode ? UnicodeText::fromUtf8(utf8) : UnicodeText::latin1(latin1Of(utf8));
 }
 
-// An empty default empties the number; otherwise it is the text's integer value
-// as the V1 track field would store it (wrapped to a byte).
-uint8_t v1TrackOf(const std::string& text) {
-  if (text.empty()) return kUnsetV1;
-  return static_cast<uint8_t>(((intValueOfText(text) % 256) + 256) % 256);
-}
+uint8_t v1TrackOf(const std::string& text) { return v1TrackFor(intValueOfText(text)); }
 
 uint16_t v2NumberOf(const std::string& text) {
   if (text.empty()) return kUnsetNumber;
@@ -85,6 +80,11 @@ void applyV2(TagData& tag, const DefaultTagValues& values, bool unicode) {
 }
 
 }  // namespace
+
+uint8_t v1TrackFor(int number) noexcept {
+  const auto low = static_cast<uint8_t>(number);
+  return low == 0 ? kUnsetV1 : low;
+}
 
 DefaultTagValues defaultTagValues(int index, const PreferencesController& prefs) {
   DefaultTagValues values;

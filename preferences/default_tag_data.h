@@ -11,6 +11,10 @@
 
 namespace melos {
 
+// The V1 track of a number (a V2 track, a default, a file name's): its low
+// byte, where 0 and 255, which the V1 tag cannot hold, mean none.
+uint8_t v1TrackFor(int number) noexcept;
+
 // What set `index` supplies, field by field (texts as stored, UTF-8); none for
 // a field the set does not supply. The one reading of a set, for the track
 // and for the group window alike.

@@ -294,7 +294,7 @@ TEST_P(DefaultTagDataTest, NumbersAreTheIntegerValuesOfTheTexts) {
     uint16_t v2Track;
   };
   const Row rows[]{{"7", 7, 7},        {"300", 44, 300},          {"", kUnsetV1, kUnsetNumber},
-                   {"abc", 0, 0},      {"-1", 255, kUnsetNumber}, {"70000", 112, kUnsetNumber},
+                   {"abc", kUnsetV1, 0}, {"-1", 255, kUnsetNumber}, {"70000", 112, kUnsetNumber},
                    {" 9 of 12", 9, 9}, {"65534", 254, 65534}};
   for (const Row& row : rows) {
     PreferencesController& prefs =
