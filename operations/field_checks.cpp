@@ -1,9 +1,8 @@
 #include "operations/field_checks.h"
 
-#include <climits>
-
 #include "engine/text.h"
 #include "engine/timestamp.h"
+#include "preferences/value_conversion.h"
 
 namespace melos {
 namespace {
@@ -13,8 +12,6 @@ std::u16string ascii(const std::string& text) { return std::u16string(text.begin
 std::u16string firstUnits(std::u16string_view text, size_t limit) {
   return std::u16string(text.substr(0, limit));
 }
-
-bool isBlank(char16_t c) { return c == u' ' || c == u'\t' || c == u'\n' || c == u'\r'; }
 
 char16_t capital(char16_t c) {
   if ((c >= u'a' && c <= u'z') || (c >= 0xE0 && c <= 0xFE && c != 0xF7)) return static_cast<char16_t>(c - 0x20);
@@ -55,22 +52,10 @@ std::optional<std::u16string> fieldWarning(CheckedField field, std::u16string_vi
   return warningTooltip(text, validString(field, text));
 }
 
-int leadingInt(std::u16string_view text) {
-  size_t at = 0;
-  while (at < text.size() && isBlank(text[at])) ++at;
-  bool negative = false;
-  if (at < text.size() && (text[at] == u'-' || text[at] == u'+')) negative = text[at++] == u'-';
-  long long value = 0;
-  for (; at < text.size() && text[at] >= u'0' && text[at] <= u'9'; ++at) {
-    value = value * 10 + (text[at] - u'0');
-    if (value > static_cast<long long>(INT_MAX) + 1) break;
-  }
-  if (negative) return value > static_cast<long long>(INT_MAX) ? INT_MIN : static_cast<int>(-value);
-  return value > INT_MAX ? INT_MAX : static_cast<int>(value);
-}
-
 std::u16string v1TrackValidString(std::u16string_view text) {
-  const int value = leadingInt(text);
+  // What the field check shows, not the byte stored: "0" and "-1" are shown
+  // as they wrap, while the byte rule (v1TrackFor) stores them as none.
+  const int value = intValueOfText(u16ToUtf8(text));
   if (value == 255 || value == 256) return {};
   return ascii(std::to_string(value % 256));
 }

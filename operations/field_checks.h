@@ -60,9 +60,6 @@ std::optional<std::u16string> validString(CheckedField field, std::u16string_vie
 std::optional<std::u16string> fieldWarning(CheckedField field, std::u16string_view text,
                                            bool podcastOn = false);
 
-// The integer a text starts with: blanks, a sign, digits; 0 when none, and
-// the int range's end when it overflows.
-int leadingInt(std::u16string_view text);
 // 255 and 256 cannot be stored (empty); other numbers wrap modulo 256.
 std::u16string v1TrackValidString(std::u16string_view text);
 // The time as the V2 writer keeps it, with a blank between date and time.

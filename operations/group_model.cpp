@@ -2,11 +2,11 @@
 
 #include "engine/genres.h"
 #include "preferences/default_tag_data.h"
+#include "preferences/value_conversion.h"
 
 #include <algorithm>
 #include <cstdio>
 
-#include "operations/field_checks.h"
 #include "operations/questions.h"
 #include "operations/tag_copy.h"
 
@@ -57,20 +57,6 @@ constexpr size_t kIsrcPrefix = 7;
 constexpr size_t kIsrcLength = 12;
 constexpr size_t kV2YearWidth = 4;
 
-// The decimal number at the start of the text, as a scan for "%d" reads it.
-std::optional<long long> scanNumber(std::u16string_view text) {
-  size_t at = 0;
-  while (at < text.size() && (text[at] == u' ' || (text[at] >= u'\t' && text[at] <= u'\r'))) ++at;
-  bool negative = false;
-  if (at < text.size() && (text[at] == u'-' || text[at] == u'+')) negative = text[at++] == u'-';
-  const size_t digits = at;
-  long long value = 0;
-  for (; at < text.size() && text[at] >= u'0' && text[at] <= u'9'; ++at)
-    value = std::min(value * 10 + (text[at] - u'0'), 999999999999LL);
-  if (at == digits) return std::nullopt;
-  return negative ? -value : value;
-}
-
 }  // namespace
 
 std::string_view changeBoxLabel(GroupField field) noexcept { return kLabels[static_cast<size_t>(field)]; }
@@ -79,7 +65,7 @@ bool isV1Field(GroupField field) noexcept { return field <= GroupField::V1Genre;
 
 uint16_t numberField(std::u16string_view text) {
   if (text.empty()) return kUnsetNumber;
-  const int value = leadingInt(text);
+  const int value = intValueOfText(u16ToUtf8(text));
   if (value <= 0 || value >= kUnsetNumber) return kUnsetNumber;
   return static_cast<uint16_t>(value);
 }
@@ -87,7 +73,7 @@ uint16_t numberField(std::u16string_view text) {
 std::string incrementedIsrc(std::u16string_view isrc, size_t index) {
   const std::string typed = latin1Field(isrc);
   if (isrc.size() <= kIsrcPrefix) return typed;
-  const std::optional<long long> number = scanNumber(isrc.substr(kIsrcPrefix));
+  const std::optional<int> number = leadingInteger(u16ToUtf8(isrc.substr(kIsrcPrefix)));
   if (!number) return typed;
   char digits[32];
   std::snprintf(digits, sizeof digits, "%05lld", *number + static_cast<long long>(index));
@@ -279,9 +265,38 @@ void GroupModel::setTagData(const ID3Tag& tag) {
 }
 
 void GroupModel::setDefaultTagData(int index, const PreferencesController& prefs) {
-  const std::unique_ptr<ID3Tag> tag = getTagData();
-  melos::setDefaultTagData(*tag, index, prefs);
-  setTagData(*tag);
+  // Straight into the window's values: a trip through a tag would cut, convert
+  // and complete the fields that the set leaves alone.
+  const DefaultTagValues d = defaultTagValues(index, prefs);
+  if (prefs.removeAllData()) clearTagData();
+  GroupValues& v = values;
+  auto put = [](std::u16string& field, const std::optional<std::string>& value) {
+    if (value) field = utf8ToU16(*value);
+  };
+  if (prefs.applyDefaultsToV1()) {
+    put(v.v1Title, d.title);
+    put(v.v1Album, d.album);
+    put(v.v1Artist, d.artist);
+    put(v.v1Comment, d.comment);
+    put(v.v1Year, d.year);
+  }
+  put(v.title, d.title);
+  put(v.album, d.album);
+  put(v.artist, d.artist);
+  put(v.comment, d.comment);
+  put(v.year, d.year);
+  put(v.composer, d.composer);
+  put(v.origArtist, d.origArtist);
+  put(v.copyright, d.copyright);
+  put(v.url, d.url);
+  put(v.encodedBy, d.encodedBy);
+  put(v.tracks, d.tracks);
+  put(v.genre, d.genre);
+  if (d.compilation) v.compilation = *d.compilation;
+  if (d.picture) {
+    if (d.picture->image) v.picture = d.picture->image;
+    else if (prefs.isReplaceWithDefaultPictureSet()) v.picture.reset();
+  }
 }
 
 void GroupModel::clearTagData() { values = GroupValues{}; }

@@ -151,7 +151,8 @@ class GroupModel {
   // opens, or one from the tag clipboard), or with empty values. The change
   // boxes stay as they are.
   void setTagData(const ID3Tag& tag);
-  // Default data set `index` of the preferences over the window's values.
+  // Default data set `index` of the preferences over the window's values; a
+  // field the set does not supply keeps its value as typed.
   void setDefaultTagData(int index, const PreferencesController& prefs);
   void clearTagData();
   // The window's values as one tag, every field as shown whatever its box

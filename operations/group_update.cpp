@@ -38,6 +38,17 @@ void clearPerTrackData(ID3Tag& track) {
 
 }  // namespace
 
+void GroupUpdate::applyDefaults(ID3Tag& track, const SaveSettings& settings) const {
+  const V1Tag v1 = track.v1;
+  const bool v1Changed = track.v1Changed;
+  const bool v2Changed = track.v2Changed;
+  settings.applyDefaults(track);
+  // A tag counts as changed only where the run writes it: a changed tag whose
+  // enable box is off would be removed.
+  track.v1Changed = v1Changed || (track.isMp3File && model_.enableV1 && !(track.v1 == v1));
+  track.v2Changed = v2Changed || model_.enableV2;
+}
+
 GroupUpdate::GroupUpdate(GroupModel& model, Questions& questions, UpdateObserver& observer,
                          SaveSettingsSource settings, TrackWriter& writer, GroupUpdateOptions options)
     : model_(model),
@@ -293,14 +304,13 @@ bool GroupUpdate::saveTrack(ID3Tag& track, size_t index, size_t count, bool expe
       return goOn;
     }
 
+    if (settings.applyDefaults) applyDefaults(track, settings);
+
     if (model_.fileName) {
       const FileNameFields fields = parseFileName(track.path(), settings.fromFileNameFormat);
       const int number = fields.track;
       track.tagData.track = number == 0 ? kUnsetNumber : static_cast<uint16_t>(number);
-      if (track.isMp3File) {
-        const auto low = static_cast<uint8_t>(number);
-        track.v1.track = low == 0 ? kUnsetV1 : low;
-      }
+      if (track.isMp3File) track.v1.track = v1TrackFor(number);
       // A name that gives no title leaves the title as it was.
       if (fields.title) {
         const std::u16string title = utf8ToU16(*fields.title);

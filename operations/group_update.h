@@ -143,6 +143,8 @@ class GroupUpdate {
  private:
   bool saveTrack(ID3Tag& track, size_t index, size_t count, bool expectV1, bool expectV2,
                  const SaveSettings& settings, TrackOutcome& outcome);
+  // "Always apply default tag data", after the window's fields.
+  void applyDefaults(ID3Tag& track, const SaveSettings& settings) const;
   void reloadTracks();
   // The two ways through the tracks; each returns how many were begun.
   size_t updateInTurn(size_t count, bool& error);

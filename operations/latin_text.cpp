@@ -42,17 +42,9 @@ std::u16string LatinText::convertToUISOString(std::string_view bytes, bool asUni
 }
 
 std::string LatinText::createISOLatin1String(std::u16string_view text, bool useUnicodeIfRequired) {
-  std::string bytes;
-  if (fitsLatin1(text)) bytes = u16ToLatin1(text);
-  if (!text.empty() && !bytes.empty() && hasCharacterAboveLimit(text)) bytes.clear();
-  if (!text.empty() && bytes.empty()) {
-    if (useUnicodeIfRequired) {
-      bytes = encodeUtf16(text, false);
-    } else {
-      for (char16_t c : text)
-        if ((c & 0xFF) <= kLatin1Limit) bytes += static_cast<char>(c & 0xFF);
-    }
-  }
+  // Latin-1 storage keeps every Latin-1 character: the bound only decides
+  // where Unicode may be used instead.
+  std::string bytes = useUnicodeIfRequired && isStringUnicode(text) ? encodeUtf16(text, false) : u16ToLatin1(text);
   // Two zero bytes end the text whether it is read as 8-bit or 16-bit.
   bytes.append(2, '\0');
   return bytes;

@@ -21,8 +21,9 @@ class LatinText {
   // The stored bytes of a tag text, Latin-1 or UTF-16 units in the machine's order.
   static std::u16string convertToUISOString(std::string_view bytes, bool asUnicode);
 
-  // The bytes to store, always ending in two zero bytes. Without Unicode a
-  // character is kept as its low byte when that is below 208, else dropped.
+  // The bytes to store, always ending in two zero bytes: UTF-16 when Unicode
+  // is allowed and the text needs it, else Latin-1 where a character beyond
+  // Latin-1 becomes "?".
   static std::string createISOLatin1String(std::u16string_view text, bool useUnicodeIfRequired = false);
   // Those bytes read back as a C string (Latin-1, up to the first zero byte).
   static std::u16string createISOLatin1NSString(std::u16string_view text, bool useUnicodeIfRequired);

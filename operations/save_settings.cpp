@@ -1,6 +1,7 @@
 #include "operations/save_settings.h"
 
 #include "operations/naming_preferences.h"
+#include "preferences/default_tag_data.h"
 #include "preferences/preferences_controller.h"
 
 namespace melos {
@@ -24,6 +25,10 @@ SaveSettings readSaveSettings(const PreferencesController& preferences) {
   settings.closeWindow = preferences.isCloseWindowSet();
   settings.setFileIcon = preferences.isSetFileIconSet() != 0;
   settings.allowUnicode = preferences.allowUnicode();
+  if (preferences.isAlwaysApplyDefTagDataSet()) {
+    const int index = preferences.getDefaultTypeIndex();
+    settings.applyDefaults = [&preferences, index](ID3Tag& track) { setDefaultTagData(track, index, preferences); };
+  }
   return settings;
 }
 

@@ -10,6 +10,7 @@
 namespace melos {
 
 class PreferencesController;
+class ID3Tag;
 
 struct SaveSettings {
   bool removeApeTag = false;
@@ -29,8 +30,12 @@ struct SaveSettings {
   bool closeWindow = true;
   bool setFileIcon = true;
   bool allowUnicode = true;
+  // "Always apply default tag data": puts the current default set on a track
+  // as it is updated; empty when the preference is off.
+  std::function<void(ID3Tag&)> applyDefaults;
 };
 
+// The controller must outlive the settings, whose applyDefaults reads it.
 SaveSettings readSaveSettings(const PreferencesController& preferences);
 
 using SaveSettingsSource = std::function<SaveSettings()>;

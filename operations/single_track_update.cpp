@@ -1,12 +1,6 @@
 #include "operations/single_track_update.h"
 
-#include <cxxabi.h>
 #include <unistd.h>
-
-#include <cstdlib>
-#include <exception>
-#include <memory>
-#include <typeinfo>
 
 #include "engine/log.h"
 #include "engine/open_track.h"
@@ -14,6 +8,7 @@
 #include "operations/tag_copy.h"
 #include "operations/track_writer.h"
 #include "operations/version_loss.h"
+#include "preferences/handler_guard.h"
 
 namespace melos {
 namespace {
@@ -24,25 +19,7 @@ constexpr int kNotVerified = 7;
 const std::string kReloadMessage =
     "Please reload the track and check that the details are correct (see melos.log for more details).";
 
-std::string exceptionName(const std::exception& error) {
-  int status = 0;
-  std::unique_ptr<char, void (*)(void*)> name(abi::__cxa_demangle(typeid(error).name(), nullptr, nullptr, &status),
-                                               std::free);
-  return status == 0 && name ? std::string(name.get()) : std::string(typeid(error).name());
-}
-
-// A handler that fails logs why and ends without further effect.
-template <typename Handler, typename Result>
-Result guarded(const char* tag, Handler&& handler, Result onError) noexcept {
-  try {
-    return handler();
-  } catch (const std::exception& error) {
-    LogMessage(LogError, "[ID3TagController:%s] error:%s - %s", tag, exceptionName(error).c_str(), error.what());
-  } catch (...) {
-    LogMessage(LogError, "[ID3TagController:%s] error:%s - %s", tag, "unknown", "an exception of unknown type");
-  }
-  return onError;
-}
+constexpr const char* kController = "ID3TagController";
 
 bool failedResult(int result) { return result != 0 && result != kNothingToDo && result != kNotVerified; }
 
@@ -58,7 +35,7 @@ SingleTrackEditor::SingleTrackEditor(TrackSet& tracks, Questions& questions, Edi
       multiWindow_(multiWindow) {}
 
 UpdateOutcome SingleTrackEditor::updateTag() {
-  return guarded("ut", [this] { return update(); }, UpdateOutcome::Failed);
+  return guarded(kController, "ut", [this] { return update(); }, UpdateOutcome::Failed);
 }
 
 UpdateOutcome SingleTrackEditor::update() {
@@ -69,6 +46,8 @@ UpdateOutcome SingleTrackEditor::update() {
 
   if (t.v1.enabled) view_.updateV1TagData(t);
   if (t.tagData.enabled) view_.updateV2TagData(t, s.allowUnicode);
+  // Over what the window holds, as the defaults button would put it.
+  if (s.applyDefaults) s.applyDefaults(t);
 
   if (t.tagData.enabled) {
     const std::vector<std::string> lost = fieldsLostAtVersion(t, s.tag2SaveVersion);
@@ -166,37 +145,29 @@ UpdateOutcome SingleTrackEditor::update() {
 }
 
 void SingleTrackEditor::copyV1ToV2() {
-  guarded(
-      "cv1tv2bp",
-      [this] {
-        ID3Tag& t = track();
-        if (!t.isMp3File) return 0;
-        view_.updateV1TagData(t);
-        view_.updateV2TagData(t, settings_().allowUnicode);
-        fillV2FromV1(t);
-        changedV2();
-        view_.initTagWindow(t);
-        view_.enableCopyButtons(t.v1.enabled, t.tagData.enabled);
-        return 0;
-      },
-      0);
+  guarded(kController, "cv1tv2bp", [this] {
+    ID3Tag& t = track();
+    if (!t.isMp3File) return;
+    view_.updateV1TagData(t);
+    view_.updateV2TagData(t, settings_().allowUnicode);
+    fillV2FromV1(t);
+    changedV2();
+    view_.initTagWindow(t);
+    view_.enableCopyButtons(t.v1.enabled, t.tagData.enabled);
+  });
 }
 
 void SingleTrackEditor::copyV2ToV1() {
-  guarded(
-      "cv2tv1bp",
-      [this] {
-        ID3Tag& t = track();
-        if (!t.isMp3File) return 0;
-        view_.updateV1TagData(t);
-        view_.updateV2TagData(t, settings_().allowUnicode);
-        fillV1FromV2(t);
-        changedV1();
-        view_.initTagWindow(t);
-        view_.enableCopyButtons(t.v1.enabled, t.tagData.enabled);
-        return 0;
-      },
-      0);
+  guarded(kController, "cv2tv1bp", [this] {
+    ID3Tag& t = track();
+    if (!t.isMp3File) return;
+    view_.updateV1TagData(t);
+    view_.updateV2TagData(t, settings_().allowUnicode);
+    fillV1FromV2(t);
+    changedV1();
+    view_.initTagWindow(t);
+    view_.enableCopyButtons(t.v1.enabled, t.tagData.enabled);
+  });
 }
 
 void SingleTrackEditor::revert() {
@@ -204,6 +175,8 @@ void SingleTrackEditor::revert() {
   // A file that is gone keeps the edits rather than leave an empty tag.
   if (::access(t.path().c_str(), F_OK) == 0) {
     ID3Tag fresh;
+    // Only the tags are wanted; the engine has no open without the audio
+    // analysis, and the quick scan is its cheapest.
     OpenTrack(fresh, t.path(), kScanQuick, nullptr, false);
     t.tagData = fresh.tagData;
     t.v2Read = fresh.v2Read;

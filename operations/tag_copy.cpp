@@ -4,50 +4,33 @@
 #include "operations/latin_text.h"
 
 namespace melos {
-namespace {
-
-// Latin-1 without Unicode fallback, as the V1 fields of the editors hold it.
-std::string keptLatin1(const UnicodeText& text) {
-  return u16ToLatin1(LatinText::createISOLatin1NSString(text.toU16(), false));
-}
-
-}  // namespace
 
 UnicodeText storedText(std::u16string_view text) {
   if (LatinText::isStringUnicode(text)) return UnicodeText::utf16(text);
-  return UnicodeText::latin1(u16ToLatin1(text));
+  return UnicodeText::latin1(latin1Field(text));
 }
 
 std::string latin1Field(std::u16string_view text) { return u16ToLatin1(text); }
 
 std::string v1Field(std::u16string_view text, size_t width) {
-  std::string field = u16ToLatin1(text);
+  std::string field = latin1Field(text);
   if (field.size() > width) field.resize(width);
   return field;
 }
 
 uint8_t v1GenreFor(std::u16string_view name) {
-  const std::string latin = u16ToLatin1(name);
-  for (int i = 0; i < kGenreCount; ++i)
-    if (kGenres[static_cast<size_t>(i)] == latin) return static_cast<uint8_t>(i);
-  return static_cast<uint8_t>(kGenreOther);
-}
-
-uint8_t v1TrackFor(uint16_t track) {
-  if (track == kUnsetNumber) return kUnsetV1;
-  const auto low = static_cast<uint8_t>(track % 256);
-  return low == 0 ? kUnsetV1 : low;
+  return static_cast<uint8_t>(genreIndex(u16ToLatin1(name), true));
 }
 
 void fillV1FromV2(ID3Tag& track) {
   const TagData& d = track.tagData;
   V1Tag& v1 = track.v1;
   v1.enabled = true;
-  v1.title = keptLatin1(d.title);
-  v1.artist = keptLatin1(d.artist);
-  v1.album = keptLatin1(d.album);
-  v1.comment = keptLatin1(d.comment);
-  v1.year = keptLatin1(UnicodeText::latin1(d.year));
+  v1.title = latin1Field(d.title.toU16());
+  v1.artist = latin1Field(d.artist.toU16());
+  v1.album = latin1Field(d.album.toU16());
+  v1.comment = latin1Field(d.comment.toU16());
+  v1.year = d.year;
   v1.track = v1TrackFor(d.track);
   v1.genre = v1GenreFor(d.genre.toU16());
 }

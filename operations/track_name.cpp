@@ -1,5 +1,6 @@
 #include "operations/track_name.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace melos {
@@ -11,13 +12,24 @@ std::string prepare(std::string text) {
   return replaceForbidden(trimLatin1(text), false);
 }
 
+bool isHighSurrogate(char16_t c) { return c >= 0xD800 && c <= 0xDBFF; }
+bool isLowSurrogate(char16_t c) { return c >= 0xDC00 && c <= 0xDFFF; }
+
+// File names are UTF-8 whatever the setting says: without it the text is
+// first reduced to Latin-1, each character beyond it becoming one "_".
 std::string fromUnicode(const UnicodeText& text, bool utf8) {
   if (utf8) return text.toUtf8();
-  return text.unicode ? u16ToLatin1(text.toU16()) : text.data;
-}
-
-std::string fromLatin1(const std::string& text, bool utf8) {
-  return utf8 ? latin1ToUtf8(text) : text;
+  const std::u16string wide = text.toU16();
+  std::string latin1;
+  for (size_t i = 0; i < wide.size(); ++i) {
+    if (wide[i] <= 0xFF) {
+      latin1 += static_cast<char>(wide[i]);
+      continue;
+    }
+    latin1 += '_';
+    if (isHighSurrogate(wide[i]) && i + 1 < wide.size() && isLowSurrogate(wide[i + 1])) ++i;
+  }
+  return latin1ToUtf8(latin1);
 }
 
 // Zero and below give nothing, as does the unset number.
@@ -43,6 +55,23 @@ void cutTo(std::string& text, size_t limit) {
   text.resize(end);
 }
 
+// The folders go only where the naming says: an empty field leaves no empty
+// folder name to make a "/" of, a field of "." or ".." leads nowhere, and only
+// an absolute format (its own leading "/") leaves the track's folder.
+std::optional<std::string> subfolderOf(std::string_view folders, bool absolute) {
+  std::string folder = absolute ? "/" : "";
+  while (!folders.empty()) {
+    const size_t end = std::min(folders.find('/'), folders.size());
+    const std::string_view part = folders.substr(0, end);
+    folders.remove_prefix(std::min(end + 1, folders.size()));
+    if (part.empty() || part == "." || part == "..") continue;
+    if (!folder.empty() && folder.back() != '/') folder += '/';
+    folder += part;
+  }
+  if (folder.empty() || folder == "/") return std::nullopt;
+  return folder;
+}
+
 }  // namespace
 
 std::optional<NamingTexts> namingTexts(const ID3Tag& track, bool utf8) {
@@ -52,9 +81,8 @@ std::optional<NamingTexts> namingTexts(const ID3Tag& track, bool utf8) {
                        prepare(fromUnicode(track.tagData.album, utf8))};
   }
   if (!track.v1.enabled) return std::nullopt;
-  return NamingTexts{prepare(fromLatin1(track.v1.title, utf8)),
-                     prepare(fromLatin1(track.v1.artist, utf8)),
-                     prepare(fromLatin1(track.v1.album, utf8))};
+  return NamingTexts{prepare(latin1ToUtf8(track.v1.title)), prepare(latin1ToUtf8(track.v1.artist)),
+                     prepare(latin1ToUtf8(track.v1.album))};
 }
 
 std::string replaceForbidden(std::string_view text, bool keepSlash) {
@@ -70,7 +98,7 @@ TrackName standardTrackName(const ID3Tag& track, const NamingTexts& texts, bool 
   result.name = texts.title;
   if (createFolder) {
     const std::string& second = texts.album.empty() ? texts.title : texts.album;
-    if (!texts.artist.empty() && !second.empty()) result.subfolder = texts.artist + "/" + second;
+    if (!texts.artist.empty() && !second.empty()) result.subfolder = subfolderOf(texts.artist + "/" + second, false);
   }
   const uint16_t number = track.tagData.track;
   if (addTrackNumber && number >= 1 && number <= 65534) result.trackNumber = number;
@@ -85,8 +113,8 @@ TrackName customTrackName(const ID3Tag& track, const NamingTexts& texts, std::st
     result.name = expanded;
     return result;
   }
-  if (slash > 0) result.subfolder = expanded.substr(0, slash);
   result.name = expanded.substr(slash + 1);
+  result.subfolder = subfolderOf(std::string_view(expanded).substr(0, slash), format.starts_with('/'));
   return result;
 }
 

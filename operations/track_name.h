@@ -12,8 +12,9 @@ namespace melos {
 
 inline constexpr size_t kMaxNameFormatBytes = 1023;
 
-// Title, artist and album as they go into a name: UTF-8 or Latin-1, trimmed,
-// with the characters file systems refuse replaced by "_".
+// Title, artist and album as they go into a name: UTF-8 (without the UTF-8
+// setting reduced to Latin-1 first), trimmed, with the characters file
+// systems refuse replaced by "_".
 struct NamingTexts {
   std::string title;
   std::string artist;
@@ -28,7 +29,8 @@ std::string replaceForbidden(std::string_view text, bool keepSlash);
 
 struct TrackName {
   std::string name;                      // without the extension; empty means none
-  std::optional<std::string> subfolder;  // relative to the track's folder unless it starts with "/"
+  // Relative to the track's folder unless it starts with "/"; never "." or "..".
+  std::optional<std::string> subfolder;
   int trackNumber = 0;                   // put in front as "%02d-" when not 0
 };
 

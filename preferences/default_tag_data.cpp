@@ -24,12 +24,7 @@ UnicodeText v2Text(const std::string& utf8, bool allowUnicode) {
   return allowUnicode ? UnicodeText::fromUtf8(utf8) : UnicodeText::latin1(latin1Of(utf8));
 }
 
-// An empty default empties the number; otherwise it is the text's integer value
-// as the V1 track field would store it (wrapped to a byte).
-uint8_t v1TrackOf(const std::string& text) {
-  if (text.empty()) return kUnsetV1;
-  return static_cast<uint8_t>(((intValueOfText(text) % 256) + 256) % 256);
-}
+uint8_t v1TrackOf(const std::string& text) { return v1TrackFor(intValueOfText(text)); }
 
 uint16_t v2NumberOf(const std::string& text) {
   if (text.empty()) return kUnsetNumber;
@@ -52,52 +47,76 @@ void clearAllFields(ID3Tag& track) {
   track.tagData.enabled = v2Enabled;
 }
 
-void applyV1(V1Tag& v1, int index, const PreferencesController& prefs) {
+void applyV1(V1Tag& v1, const DefaultTagValues& values) {
   auto text = [](size_t width) {
     return [width](const std::string& value) { return cut(latin1Of(value), width); };
   };
-  setIfSupplied(v1.title, prefs.getDefaultT2Title(index), text(kV1TextField));
-  setIfSupplied(v1.album, prefs.getDefaultT2Album(index), text(kV1TextField));
-  setIfSupplied(v1.artist, prefs.getDefaultT2Artist(index), text(kV1TextField));
-  setIfSupplied(v1.comment, prefs.getDefaultT2Comment(index), text(kV1CommentField));
-  setIfSupplied(v1.year, prefs.getDefaultT2Year(index), text(kV1YearField));
-  setIfSupplied(v1.track, prefs.getDefaultT2Track(index), v1TrackOf);
+  setIfSupplied(v1.title, values.title, text(kV1TextField));
+  setIfSupplied(v1.album, values.album, text(kV1TextField));
+  setIfSupplied(v1.artist, values.artist, text(kV1TextField));
+  setIfSupplied(v1.comment, values.comment, text(kV1CommentField));
+  setIfSupplied(v1.year, values.year, text(kV1YearField));
+  setIfSupplied(v1.track, values.track, v1TrackOf);
 }
 
-void applyV2(TagData& tag, int index, const PreferencesController& prefs) {
-  const bool unicode = prefs.allowUnicode();
+void applyV2(TagData& tag, const DefaultTagValues& values, bool unicode) {
   auto text = [unicode](const std::string& value) { return v2Text(value, unicode); };
   auto latin1 = [](const std::string& value) { return latin1Of(value); };
   auto year = [](const std::string& value) { return cut(latin1Of(value), 4); };
 
-  setIfSupplied(tag.title, prefs.getDefaultT2Title(index), text);
-  setIfSupplied(tag.album, prefs.getDefaultT2Album(index), text);
-  setIfSupplied(tag.artist, prefs.getDefaultT2Artist(index), text);
-  setIfSupplied(tag.comment, prefs.getDefaultT2Comment(index), text);
-  setIfSupplied(tag.year, prefs.getDefaultT2Year(index), year);
-  setIfSupplied(tag.composer, prefs.getDefaultT2Composer(index), text);
-  setIfSupplied(tag.origArtist, prefs.getDefaultT2OriginalArtist(index), text);
-  setIfSupplied(tag.copyright, prefs.getDefaultT2Copyright(index), text);
-  setIfSupplied(tag.url, prefs.getDefaultT2URL(index), latin1);
-  setIfSupplied(tag.encodedBy, prefs.getDefaultT2EncodedBy(index), latin1);
-  setIfSupplied(tag.track, prefs.getDefaultT2Track(index), v2NumberOf);
-  setIfSupplied(tag.tracks, prefs.getDefaultT2OfTracks(index), v2NumberOf);
-  setIfSupplied(tag.genre, prefs.getDefaultT2Genre(index), text);
+  setIfSupplied(tag.title, values.title, text);
+  setIfSupplied(tag.album, values.album, text);
+  setIfSupplied(tag.artist, values.artist, text);
+  setIfSupplied(tag.comment, values.comment, text);
+  setIfSupplied(tag.year, values.year, year);
+  setIfSupplied(tag.composer, values.composer, text);
+  setIfSupplied(tag.origArtist, values.origArtist, text);
+  setIfSupplied(tag.copyright, values.copyright, text);
+  setIfSupplied(tag.url, values.url, latin1);
+  setIfSupplied(tag.encodedBy, values.encodedBy, latin1);
+  setIfSupplied(tag.track, values.track, v2NumberOf);
+  setIfSupplied(tag.tracks, values.tracks, v2NumberOf);
+  setIfSupplied(tag.genre, values.genre, text);
 }
 
 }  // namespace
 
+uint8_t v1TrackFor(int number) noexcept {
+  const auto low = static_cast<uint8_t>(number);
+  return low == 0 ? kUnsetV1 : low;
+}
+
+DefaultTagValues defaultTagValues(int index, const PreferencesController& prefs) {
+  DefaultTagValues values;
+  values.title = prefs.getDefaultT2Title(index);
+  values.album = prefs.getDefaultT2Album(index);
+  values.artist = prefs.getDefaultT2Artist(index);
+  values.comment = prefs.getDefaultT2Comment(index);
+  values.year = prefs.getDefaultT2Year(index);
+  values.composer = prefs.getDefaultT2Composer(index);
+  values.origArtist = prefs.getDefaultT2OriginalArtist(index);
+  values.copyright = prefs.getDefaultT2Copyright(index);
+  values.url = prefs.getDefaultT2URL(index);
+  values.encodedBy = prefs.getDefaultT2EncodedBy(index);
+  values.track = prefs.getDefaultT2Track(index);
+  values.tracks = prefs.getDefaultT2OfTracks(index);
+  values.genre = prefs.getDefaultT2Genre(index);
+  if (prefs.useDefaultT2Compilation(index)) values.compilation = prefs.getDefaultT2Compilation(index);
+  values.picture = prefs.getDefaultPicture(index);
+  return values;
+}
+
 DefaultsApplied setDefaultTagData(ID3Tag& track, int index, const PreferencesController& prefs,
                                   size_t pictureIndex) {
   DefaultsApplied applied;
+  DefaultTagValues values = defaultTagValues(index, prefs);
   if (prefs.removeAllData()) clearAllFields(track);
-  if (prefs.applyDefaultsToV1()) applyV1(track.v1, index, prefs);
-  applyV2(track.tagData, index, prefs);
+  if (prefs.applyDefaultsToV1()) applyV1(track.v1, values);
+  applyV2(track.tagData, values, prefs.allowUnicode());
 
-  if (prefs.useDefaultT2Compilation(index))
-    track.tagData.compilation = prefs.getDefaultT2Compilation(index);
+  if (values.compilation) track.tagData.compilation = *values.compilation;
 
-  if (std::optional<DefaultPicture> picture = prefs.getDefaultPicture(index)) {
+  if (std::optional<DefaultPicture>& picture = values.picture) {
     PicDataArray& pictures = track.tagData.picdata;
     if (prefs.isReplaceWithDefaultPictureSet()) {
       // Replacing with a set whose picture file holds no image removes them all.

@@ -1,16 +1,16 @@
 #include "preferences/preferences_controller.h"
 
-#include <cxxabi.h>
+#include <fcntl.h>
 
 #include <QFileInfo>
-#include <exception>
 #include <filesystem>
 #include <fstream>
-#include <typeinfo>
 
+#include "engine/file_io.h"
 #include "engine/genres.h"
 #include "engine/log.h"
 #include "engine/picture.h"
+#include "preferences/handler_guard.h"
 #include "preferences/settings_file_store.h"
 #include "preferences/store.h"
 #include "preferences/value_conversion.h"
@@ -19,26 +19,7 @@ namespace melos {
 
 namespace {
 
-std::string exceptionName(const std::exception& error) {
-  int status = 0;
-  std::unique_ptr<char, void (*)(void*)> name(
-      abi::__cxa_demangle(typeid(error).name(), nullptr, nullptr, &status), std::free);
-  return status == 0 && name ? std::string(name.get()) : std::string(typeid(error).name());
-}
-
-// A window operation that fails logs why and ends without further effect.
-template <typename Operation>
-void guarded(const char* tag, Operation&& operation) noexcept {
-  try {
-    operation();
-  } catch (const std::exception& error) {
-    LogMessage(LogError, "[PreferencesController:%s] error:%s - %s", tag,
-               exceptionName(error).c_str(), error.what());
-  } catch (...) {
-    LogMessage(LogError, "[PreferencesController:%s] error:%s - %s", tag, "unknown",
-               "an exception of unknown type");
-  }
-}
+constexpr const char* kController = "PreferencesController";
 
 QStringList toStringList(const std::vector<std::string>& texts) {
   QStringList list;
@@ -273,7 +254,7 @@ void PreferencesController::clearRecentList(std::string_view key) {
 }
 
 void PreferencesController::clearQuickLists() {
-  guarded("cql", [this] {
+  guarded(kController, "cql", [this] {
     for (size_t i = 0; i < prefs::kClearedQuickListCount; ++i)
       clearRecentList(prefs::kQuickListKeys[i]);
   });
@@ -289,7 +270,7 @@ void PreferencesController::setShowSplash(int flag) {
 }
 
 void PreferencesController::resetPreferences() {
-  guarded("rp", [this] {
+  guarded(kController, "rp", [this] {
     for (const std::string& key : resetPreferenceKeys()) store_->remove(fromUtf8(key));
     store_->sync();
     if (loadPreferencesHandler_) loadPreferencesHandler_();
@@ -385,6 +366,27 @@ std::optional<DefaultPicture> PreferencesController::getDefaultPicture(int index
   }
   picture.image = PicData{std::move(bytes), std::string(subtype)};
   return picture;
+}
+
+std::optional<std::string> PreferencesController::setDefaultPicture(const Bytes& image) {
+  const std::string path = defaultPicturePath(0);
+  const std::string temporary = path + ".new";
+  std::error_code ignored;  // a folder that cannot be made fails the open below
+  std::filesystem::create_directories(configFolder_, ignored);
+  int error = 0;
+  {
+    File file(sys::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
+    if (!file.isOpen() || file.writeAt(0, image) != static_cast<int64_t>(image.size()) ||
+        sys::fsync(file.fd()) != 0)
+      error = errno;
+  }
+  if (error == 0 && sys::rename(temporary.c_str(), path.c_str()) != 0) error = errno;
+  if (error == 0) return std::nullopt;
+  sys::unlink(temporary.c_str());
+  char message[1024];
+  std::snprintf(message, sizeof message, "Failed to create the image file '%s' (%d).", path.c_str(), error);
+  LogMessage(LogError, "%s", message);
+  return std::string(message);
 }
 
 }  // namespace melos

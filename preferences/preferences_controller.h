@@ -36,6 +36,8 @@ struct DefaultPicture {
   std::optional<PicData> image;
 };
 
+inline constexpr std::string_view kDefaultImageAlert = "Default image";
+
 // Larger than any picture an ID3v2 tag can hold (28-bit syncsafe tag size).
 inline constexpr uint64_t kMaxDefaultPictureBytes = 0x0FFFFFFF;
 
@@ -163,6 +165,10 @@ class PreferencesController {
   std::optional<DefaultPicture> getDefaultPicture(int index) const;
   // The file is the same for every set.
   std::string defaultPicturePath(int index) const;
+  // Stores the picture file of the sets, replacing the old one only once the
+  // new one is whole. None on success, else the message of the alert titled
+  // kDefaultImageAlert, also logged.
+  std::optional<std::string> setDefaultPicture(const Bytes& image);
 
  private:
   bool read(const BoolPreference& preference) const;

@@ -1,28 +1,27 @@
 #include "preferences/value_conversion.h"
 
 #include <QLocale>
+#include <algorithm>
 #include <climits>
 #include <cmath>
 
 namespace melos {
 
-int intValueOfText(std::string_view text) noexcept {
+std::optional<int> leadingInteger(std::string_view text) noexcept {
   size_t i = 0;
-  while (i < text.size() && (text[i] == ' ' || text[i] == '\t' || text[i] == '\n' ||
-                             text[i] == '\r' || text[i] == '\f' || text[i] == '\v'))
-    ++i;
+  while (i < text.size() && (text[i] == ' ' || (text[i] >= '\t' && text[i] <= '\r'))) ++i;
   bool negative = false;
   if (i < text.size() && (text[i] == '+' || text[i] == '-')) negative = text[i++] == '-';
+  const size_t digits = i;
   long long value = 0;
-  for (; i < text.size() && text[i] >= '0' && text[i] <= '9'; ++i) {
-    value = value * 10 + (text[i] - '0');
-    if (value > static_cast<long long>(INT_MAX) + 1) break;
-  }
+  for (; i < text.size() && text[i] >= '0' && text[i] <= '9'; ++i)
+    value = std::min(value * 10 + (text[i] - '0'), static_cast<long long>(INT_MAX) + 1);
+  if (i == digits) return std::nullopt;
   if (negative) value = -value;
-  if (value > INT_MAX) return INT_MAX;
-  if (value < INT_MIN) return INT_MIN;
-  return static_cast<int>(value);
+  return static_cast<int>(std::clamp<long long>(value, INT_MIN, INT_MAX));
 }
+
+int intValueOfText(std::string_view text) noexcept { return leadingInteger(text).value_or(0); }
 
 std::optional<int> intValueOf(const QVariant& value) {
   switch (value.typeId()) {

@@ -10,9 +10,12 @@
 
 namespace melos {
 
-// The leading decimal integer of a text: blanks skipped, an optional sign,
-// digits up to the first other character; 0 when there are none, and the
-// int limits when the number does not fit.
+// The leading decimal integer of a text, as a scan for "%d" reads it: blanks
+// skipped, an optional sign, digits up to the first other character; none
+// when there are no digits, and the int limits when the number does not fit.
+// The one integer reading of a text, for the preferences and the editors.
+std::optional<int> leadingInteger(std::string_view text) noexcept;
+// The same with 0 when there are no digits.
 int intValueOfText(std::string_view text) noexcept;
 
 // Booleans read as 0 and 1, reals are cut toward zero (and held to the int

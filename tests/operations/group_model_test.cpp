@@ -436,10 +436,21 @@ TEST(GroupModel, ADefaultDataSetFillsOnlyTheFieldsItSupplies) {
   test::TempDir config;
   const PreferencesController prefs(std::move(store), config.path());
   GroupModel model;
-  model.values.title = u"Kept";
+  // Values the window holds as typed, which no tag field would keep as they are.
+  const struct {
+    std::u16string GroupValues::*field;
+    std::u16string value;
+  } kept[] = {{&GroupValues::v1Title, std::u16string(35, u't')},
+              {&GroupValues::v1Artist, u"\u65e5\u672c"},
+              {&GroupValues::year, u"2007-05"},
+              {&GroupValues::v1Genre, u""}};
+  for (const auto& row : kept) model.values.*row.field = row.value;
   model.values.album = u"Replaced";
   model.setDefaultTagData(1, prefs);
-  EXPECT_EQ(model.values.title, u"Kept");
+  for (const auto& row : kept) {
+    SCOPED_TRACE(testing::PrintToString(row.value));
+    EXPECT_EQ(model.values.*row.field, row.value);
+  }
   EXPECT_EQ(model.values.album, u"Default album");
   model.setDefaultTagData(0, prefs);  // set 0 supplies nothing
   EXPECT_EQ(model.values.album, u"Default album");

@@ -577,11 +577,27 @@ TEST_F(GroupUpdateTest, V2ForV1FillsTheV1Tag) {
   const ID3Tag saved = test::reopened(paths[0]);
   EXPECT_EQ(saved.v1.title, "Song 0");
   EXPECT_EQ(saved.v1.album, "Old Album 0");
-  // Latin-1 without Unicode keeps the low byte of a character below 208:
-  // U+4E2D becomes '-'.
-  EXPECT_EQ(saved.v1.artist, "Artist - 0");
+  EXPECT_EQ(saved.v1.artist, "Artist ? 0");  // U+4E2D has no Latin-1 form
   EXPECT_EQ(saved.v1.genre, 17);
   EXPECT_EQ(saved.v1.comment, "Comment 0");
+}
+
+TEST_F(GroupUpdateTest, AlwaysApplyPutsTheCurrentDefaultSetOnEachTrack) {
+  addTracks(2);
+  PreferencesController prefs(std::make_unique<MemoryPreferenceStore>(), dir.path());
+  test::alwaysApplyDefaultAlbum(prefs, "Default album");
+  model.values.title = u"Group title";
+  model.setChangeBox(GroupField::V2Title, true);
+  model.changedV2(true, true);
+  auto update = std::make_unique<GroupUpdate>(model, questions, observer, settingsFrom(prefs), writer, options());
+  ASSERT_TRUE(update->updateTracks());
+  update->wait();
+  for (const std::string& path : paths) {
+    const ID3Tag saved = test::reopened(path);
+    EXPECT_EQ(saved.tagData.title, UnicodeText::latin1("Group title"));
+    EXPECT_EQ(saved.tagData.album, UnicodeText::latin1("Default album"));
+  }
+  EXPECT_EQ(writer.v1Removals, 0);  // the V1 tag, off in the window, is not taken as changed
 }
 
 TEST_F(GroupUpdateTest, ReplaceTagDataInGroupClearsWhatBelongsToOneTrack) {

@@ -286,11 +286,13 @@ TEST_F(SingleTrackTest, FailureAlerts) {
   }
 }
 
-TEST_F(SingleTrackTest, V1FailureLeavesTheV2TagAlone) {
+TEST_F(SingleTrackTest, V1FailureStopsTheUpdateBeforeTheV2SaveAndTheRename) {
   addTracks(1);
+  settings.renameUpdate = true;
   writer.failV1Before = 2;
   editor().updateTag();
   EXPECT_EQ(writer.v2Saves, 0);
+  EXPECT_EQ(writer.renames, 0);
   EXPECT_TRUE(untouched(0));
 }
 
@@ -397,8 +399,8 @@ TEST_F(SingleTrackTest, CopyV2ToV1) {
   SingleTrackEditor e(set, questions, view, fixedSettings(settings), writer);
   e.copyV2ToV1();
   EXPECT_TRUE(t.v1.enabled);
-  // Latin-1 without Unicode: 233 is dropped, 199 kept, U+4E2D keeps its low byte.
-  EXPECT_EQ(t.v1.title, "Caf \xC7" "a -");
+  // Latin-1 keeps 233 and 199; U+4E2D has no Latin-1 form.
+  EXPECT_EQ(t.v1.title, "Caf\xE9 \xC7" "a ?");
   EXPECT_EQ(t.v1.artist, std::string(40, 'a'));  // the writer cuts, not the copy
   EXPECT_EQ(t.v1.album, "Album");
   EXPECT_EQ(t.v1.comment, "Comment");
@@ -411,7 +413,7 @@ TEST_F(SingleTrackTest, CopyV2ToV1) {
   const struct {
     std::u16string genre;
     uint8_t expected;
-  } genres[] = {{u"Hard Rock", 79}, {u"jazz", 12}, {u"Bebop-ish", 12}, {u"", 12}};
+  } genres[] = {{u"Hard Rock", 79}, {u"jazz", 8}, {u"Bebop-ish", 12}, {u"", 12}};
   for (const auto& row : genres) {
     t.tagData.genre = UnicodeText::utf16(row.genre);
     e.copyV2ToV1();
@@ -435,6 +437,17 @@ TEST_F(SingleTrackTest, CopiesDoNothingForOtherThanMp3) {
   e.copyV2ToV1();
   EXPECT_TRUE(t.tagData.title.empty());
   EXPECT_FALSE(t.v1Changed || t.v2Changed);
+}
+
+TEST_F(SingleTrackTest, AlwaysApplyPutsTheCurrentDefaultSetOnTheUpdate) {
+  addTracks(1);
+  PreferencesController prefs(std::make_unique<MemoryPreferenceStore>(), dir.path());
+  test::alwaysApplyDefaultAlbum(prefs, "Default album");
+  view.editV2 = [](ID3Tag& track) { track.tagData.album = UnicodeText::latin1("Typed"); };
+  tracks.current().v2Changed = true;
+  SingleTrackEditor e(tracks, questions, view, settingsFrom(prefs), writer);
+  EXPECT_EQ(e.updateTag(), UpdateOutcome::Saved);
+  EXPECT_EQ(test::reopened(paths[0]).tagData.album, UnicodeText::latin1("Default album"));
 }
 
 TEST_F(SingleTrackTest, HandlersLogWhatTheyCatch) {

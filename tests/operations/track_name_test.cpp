@@ -44,8 +44,10 @@ TEST(TrackNameTest, NamingTextsAreTrimmedAndCleaned) {
   const NamingTexts utf8 = *namingTexts(track, true);
   EXPECT_EQ(utf8.title, "AC_DC_ Live_");
   EXPECT_EQ(utf8.artist, "\xE6\x97\xA5\xE6\x9C\xAC");
+  track.tagData.album = UnicodeText::utf16(u"Caf\u00e9 \U0001F3B5");
   const NamingTexts latin1 = *namingTexts(track, false);
-  EXPECT_EQ(latin1.artist, "__");  // no Latin-1 form: "?" and then "_"
+  EXPECT_EQ(latin1.artist, "__");  // no Latin-1 form
+  EXPECT_EQ(latin1.album, "Caf\xC3\xA9 _");  // Latin-1, written as UTF-8
 }
 
 TEST(TrackNameTest, V1StandsInWhenV2IsDisabled) {
@@ -58,7 +60,7 @@ TEST(TrackNameTest, V1StandsInWhenV2IsDisabled) {
   const NamingTexts texts = *namingTexts(track, true);
   EXPECT_EQ(texts.title, "Caf\xC3\xA9");
   EXPECT_EQ(texts.artist, "V1 Artist");
-  EXPECT_EQ(namingTexts(track, false)->title, "Caf\xE9");
+  EXPECT_EQ(namingTexts(track, false)->title, "Caf\xC3\xA9");  // file names are UTF-8 either way
   EXPECT_FALSE(track.tagData.enabled);  // the V2 tag is left as it was
 }
 
@@ -146,6 +148,7 @@ TEST(TrackNameTest, StandardNaming) {
   // Without an album the title names the second folder; without an artist there is none.
   EXPECT_EQ(standardTrackName(track, {"T", "A", ""}, true, true).subfolder, "A/T");
   EXPECT_EQ(standardTrackName(track, {"T", "", "L"}, true, true).subfolder, std::nullopt);
+  EXPECT_EQ(standardTrackName(track, {"T", "..", "L"}, true, true).subfolder, "L");  // never up and out
 
   ID3Tag unnumbered = taggedTrack();
   unnumbered.tagData.track = kUnsetNumber;
@@ -167,6 +170,25 @@ TEST(TrackNameTest, CustomNamingSplitsAtTheLastSlash) {
 
   name = customTrackName(track, texts, "<%A>:%T");
   EXPECT_EQ(name.name, "_Artist__Why_");
+
+  // Empty fields make no empty folders, and only a format that begins with
+  // "/" leaves the track's folder.
+  const struct {
+    NamingTexts texts;
+    const char* format;
+    std::optional<std::string> subfolder;
+  } rows[] = {
+      {{"T", "", ""}, "%A/%L/%T", std::nullopt},
+      {{"T", "", "L"}, "%A/%L/%T", "L"},
+      {{"T", "..", "."}, "%A/%L/%T", std::nullopt},
+      {{"T", "A", ""}, "/music/%L//%A/%T", "/music/A"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.format + (" with " + row.texts.artist + "," + row.texts.album));
+    name = customTrackName(track, row.texts, row.format);
+    EXPECT_EQ(name.subfolder, row.subfolder);
+    EXPECT_EQ(name.name, "T");
+  }
 }
 
 }  // namespace

@@ -17,6 +17,9 @@
 #include "operations/group_update.h"
 #include "operations/questions.h"
 #include "operations/track_writer.h"
+#include "preferences/preference_keys.h"
+#include "preferences/preferences_controller.h"
+#include "preferences/store.h"
 #include "tests/support/id3v1_builder.h"
 #include "tests/support/id3v2_builder.h"
 #include "tests/support/mp3_file_builder.h"
@@ -166,6 +169,15 @@ class ForcingWriter : public TrackWriter {
   bool failUnlock = false;
   std::atomic<int> v1Saves{0}, v2Saves{0}, v1Removals{0}, v2Removals{0}, renames{0}, unlocks{0}, reopens{0};
 };
+
+// "Always apply default tag data" with set 2 current, which supplies the album.
+inline void alwaysApplyDefaultAlbum(PreferencesController& prefs, const std::string& album) {
+  prefs.setBoolPreferenceNamed(prefs::kAlwaysApplyDefTagData.key, true);
+  prefs.setIntPreferenceNamed(prefs::kDefaultsIndex.key, 2);
+  prefs.setBoolPreferenceNamed(PreferencesController::getPreferenceName("Use default album", 2), true);
+  prefs.setStringPreferenceNamed(PreferencesController::getPreferenceName("Default album", 2), album);
+  prefs.setBoolPreferenceNamed(prefs::kMoveToTrash.key, false);
+}
 
 inline std::unique_ptr<ID3Tag> openTrack(const std::string& path) {
   auto track = std::make_unique<ID3Tag>();

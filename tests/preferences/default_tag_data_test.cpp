@@ -149,6 +149,26 @@ TEST_P(DefaultTagDataTest, DefaultPictureIsReadFromTheOneSharedFile) {
   EXPECT_EQ(prefs.getDefaultPicture(6), std::nullopt);  // set 6 does not use it
 }
 
+TEST(DefaultPictureFile, IsWrittenOrItsFailureIsTheAlertMessage) {
+  LogCapture log;
+  TempDir dir;
+  const std::string blocked = dir.write("a file", {});
+  const std::string failure = "Failed to create the image file '" + blocked + "/default0.img' (20).";
+  const struct {
+    std::string folder;
+    std::optional<std::string> message;
+  } rows[] = {{dir.file("made when missing"), std::nullopt}, {blocked, failure}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.folder);
+    PreferencesController prefs(std::make_unique<MemoryPreferenceStore>(), row.folder);
+    EXPECT_EQ(prefs.setDefaultPicture(kJpeg), row.message);
+    if (!row.message) {
+      EXPECT_EQ(readFile(prefs.defaultPicturePath(3)), kJpeg);
+    }
+  }
+  EXPECT_TRUE(log.has(LogError, failure)) << log.dump();
+}
+
 TEST_P(DefaultTagDataTest, DefaultPictureMustBeAnAcceptedKind) {
   struct Row {
     const char* name;
@@ -274,7 +294,7 @@ TEST_P(DefaultTagDataTest, NumbersAreTheIntegerValuesOfTheTexts) {
     uint16_t v2Track;
   };
   const Row rows[]{{"7", 7, 7},        {"300", 44, 300},          {"", kUnsetV1, kUnsetNumber},
-                   {"abc", 0, 0},      {"-1", 255, kUnsetNumber}, {"70000", 112, kUnsetNumber},
+                   {"abc", kUnsetV1, 0}, {"-1", 255, kUnsetNumber}, {"70000", 112, kUnsetNumber},
                    {" 9 of 12", 9, 9}, {"65534", 254, 65534}};
   for (const Row& row : rows) {
     PreferencesController& prefs =

@@ -10,6 +10,7 @@
 #include "engine/genres.h"
 #include "engine/log.h"
 #include "preferences/preference_keys.h"
+#include "preferences/value_conversion.h"
 #include "tests/preferences/store_fixture.h"
 #include "tests/support/log_capture.h"
 
@@ -290,6 +291,19 @@ struct IndexedNameRow {
   int index;
   const char* expected;
 };
+
+TEST(LeadingInteger, ReadsAsAScanForAnIntegerDoes) {
+  const struct {
+    std::string_view text;
+    std::optional<int> value;
+  } rows[] = {{"", std::nullopt},   {"x1", std::nullopt},        {"  -7x", -7},
+              {"+3", 3},            {"99999999999", INT_MAX},    {"-99999999999", INT_MIN}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.text);
+    EXPECT_EQ(leadingInteger(row.text), row.value);
+    EXPECT_EQ(intValueOfText(row.text), row.value.value_or(0));
+  }
+}
 
 TEST(PreferenceName, IndexedKeysAppendTheIndexFromOneOn) {
   const IndexedNameRow rows[]{
