@@ -276,6 +276,22 @@ SaveSettings commandSettings(const SetOptions& options) {
   return settings;
 }
 
+// Every track gets the number directly, over the tags as read just before the
+// track is written.
+std::function<void(ID3Tag&)> trackNumberSetter(const SetOptions& options) {
+  if (!options.track) return {};
+  const bool v1 = wantsV1(options.target);
+  const bool v2 = wantsV2(options.target);
+  const uint16_t number = options.track->number;
+  return [v1, v2, number](ID3Tag& track) {
+    if (v2) {
+      track.tagData.enabled = true;
+      track.tagData.track = number;
+    }
+    if (v1 && track.isMp3File) track.v1.track = v1TrackFor(number);
+  };
+}
+
 void fillModel(GroupModel& model, const SetOptions& options) {
   const bool v1 = wantsV1(options.target);
   const bool v2 = wantsV2(options.target);
@@ -323,17 +339,9 @@ void fillModel(GroupModel& model, const SetOptions& options) {
     v2Changes = v2Changes || options.track || options.disc || options.compilation || options.podcast ||
                 options.picture || options.removePictures;
   }
-  // The track number has no change box: every track is given it directly.
-  if (options.track) {
-    for (auto& track : model.tracks()) {
-      if (v2) {
-        track->tagData.enabled = true;
-        track->tagData.track = options.track->number;
-      }
-      if (v1 && track->isMp3File) track->v1.track = v1TrackFor(options.track->number);
-    }
-    v1Changes = v1Changes || v1;
-  }
+  // The track number has no change box: every track is given it as it is
+  // written (see trackNumberSetter).
+  if (options.track) v1Changes = v1Changes || v1;
   model.fileName = options.fromFileName;
   model.copyV2Details = options.v2ForV1;
 
@@ -452,6 +460,7 @@ ExitCode setCommand(const QStringList& files, const SetOptions& options, std::os
   runOptions.afterSheet = std::chrono::milliseconds(0);
   runOptions.reload = false;
   runOptions.jobs = writtenAtOnce(model, options);
+  runOptions.perTrack = trackNumberSetter(options);
   const SaveSettings settings = commandSettings(options);
   GroupUpdate update(model, questions, reporter, fixedSettings(settings), engineTrackWriter(), runOptions);
   reporter.start();

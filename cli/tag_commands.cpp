@@ -1,12 +1,14 @@
 #include "cli/tag_commands.h"
 
 #include <QFile>
+#include <cerrno>
 #include <string>
 #include <vector>
 
 #include "cli/error_log.h"
 #include "cli/track_report.h"
 #include "cli/usage_error.h"
+#include "engine/file_state.h"
 #include "engine/open_track.h"
 #include "engine/tag_removal.h"
 #include "engine/v1_update.h"
@@ -39,6 +41,21 @@ class Reporter {
   ExitCode code_ = ExitCode::Ok;
 };
 
+// Locks the file for the whole rewrite, before it is read, so that another
+// save of it meanwhile cannot be lost; a failure is reported and gives no lock.
+TrackLock lockForWriting(const QString& path, Reporter& report) {
+  const std::string local = resolveTrackPath(QFile::encodeName(path).toStdString());
+  TrackLock lock = TrackLock::acquire(local);
+  if (lock.isHeld()) return lock;
+  if (errno == EWOULDBLOCK) {
+    logLockHeld(local);
+    report.failed(path, "left alone: the file is being saved by another task");
+  } else {
+    report.failed(path, "the file could not be opened: " + errorText(errno));
+  }
+  return lock;
+}
+
 // Opens a file for a rewrite; a failure is reported and gives null.
 std::unique_ptr<ID3Tag> openForWriting(const QString& path, ErrorLog& log, Reporter& report) {
   TrackReport opened = loadTrack(path, kScanQuick, log);
@@ -66,6 +83,8 @@ ExitCode convertCommand(const QStringList& files, const ConvertOptions& options,
   Reporter report(out, err);
   const std::string target = "ID3v2." + std::to_string(options.version);
   for (const QString& path : files) {
+    const TrackLock lock = lockForWriting(path, report);
+    if (!lock.isHeld()) continue;
     std::unique_ptr<ID3Tag> track = openForWriting(path, log, report);
     if (!track) continue;
     if (!track->hasV2Tag) {
@@ -105,6 +124,8 @@ ExitCode removeCommand(const QStringList& files, TagKind kind, const SaveFlags& 
   ErrorLog log;
   Reporter report(out, err);
   for (const QString& path : files) {
+    const TrackLock lock = lockForWriting(path, report);
+    if (!lock.isHeld()) continue;
     std::unique_ptr<ID3Tag> track = openForWriting(path, log, report);
     if (!track) continue;
     log.clear();
@@ -114,7 +135,7 @@ ExitCode removeCommand(const QStringList& files, TagKind kind, const SaveFlags& 
           report.done(path, "not an MP3 file, no ID3v1 tag");
         } else if (!track->v1Loaded) {
           report.done(path, "no ID3v1 tag");
-        } else if (int result = removeV1FromTrack(*track, false, flags.keepDates); result == 0) {
+        } else if (int result = removeV1FromTrack(*track, flags.removeApe, flags.keepDates); result == 0) {
           report.done(path, "ID3v1 tag removed");
         } else {
           report.failed(path, "ID3v1 tag not removed: " + failureText(log, result));

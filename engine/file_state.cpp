@@ -3,7 +3,13 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <atomic>
 #include <cerrno>
+#include <chrono>
+#include <thread>
+#include <utility>
+#include <vector>
 #include <climits>
 #include <cstdlib>
 
@@ -57,24 +63,89 @@ std::string resolveTrackPath(const std::string& path) {
   return resolved;
 }
 
-File openLocked(const std::string& path, int flags) noexcept {
-  for (int attempt = 0; attempt < 3; ++attempt) {
+namespace {
+
+constexpr auto kLockPoll = std::chrono::milliseconds(20);
+std::atomic<int> g_lockWait{kLockWaitMilliseconds};
+
+// The files this thread holds a TrackLock on, by device and inode.
+thread_local std::vector<std::pair<uint64_t, uint64_t>> t_held;
+
+bool sameFile(const struct stat& a, const struct stat& b) { return a.st_dev == b.st_dev && a.st_ino == b.st_ino; }
+
+bool heldHere(const struct stat& st) {
+  return std::find(t_held.begin(), t_held.end(), std::pair<uint64_t, uint64_t>(st.st_dev, st.st_ino)) !=
+         t_held.end();
+}
+
+// Opens the path and locks what it names, waiting for another holder; a file
+// put in the place while we waited is opened again.
+File openAndLock(const std::string& path, int flags) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(g_lockWait.load());
+  for (;;) {
     File file(sys::open(path.c_str(), flags));
     if (!file.isOpen()) return file;
-    if (::flock(file.fd(), LOCK_EX | LOCK_NB) != 0) {
-      int error = errno == EINTR ? EWOULDBLOCK : errno;
+    struct stat opened, current;
+    if (::fstat(file.fd(), &opened) == 0 && heldHere(opened)) return file;
+    if (::flock(file.fd(), LOCK_EX | LOCK_NB) == 0) {
+      if (::fstat(file.fd(), &opened) == 0 && ::stat(path.c_str(), &current) == 0 && sameFile(opened, current))
+        return file;
+      continue;  // replaced meanwhile: the new file is the one to lock
+    }
+    if (errno != EWOULDBLOCK && errno != EINTR) {
+      const int error = errno;
       file.close();
       errno = error;
       return file;
     }
-    // The save that held the lock may have put a new file in this place.
-    struct stat opened, current;
-    if (::fstat(file.fd(), &opened) == 0 && ::stat(path.c_str(), &current) == 0 &&
-        opened.st_dev == current.st_dev && opened.st_ino == current.st_ino)
-      return file;
+    file.close();
+    if (std::chrono::steady_clock::now() >= deadline) {
+      errno = EWOULDBLOCK;
+      return File();
+    }
+    std::this_thread::sleep_for(kLockPoll);
   }
-  errno = EWOULDBLOCK;
-  return File();
+}
+
+}  // namespace
+
+void setLockWaitForTesting(int milliseconds) noexcept { g_lockWait = milliseconds; }
+
+TrackLock::TrackLock(TrackLock&& other) noexcept
+    : file_(std::move(other.file_)), device_(other.device_), inode_(other.inode_) {}
+
+TrackLock::~TrackLock() {
+  if (!file_.isOpen()) return;
+  auto held = std::find(t_held.begin(), t_held.end(), std::pair<uint64_t, uint64_t>(device_, inode_));
+  if (held != t_held.end()) t_held.erase(held);
+}
+
+TrackLock TrackLock::acquire(const std::string& path) noexcept {
+  TrackLock lock;
+  try {
+    lock.file_ = openAndLock(path, O_RDONLY);
+    struct stat st;
+    if (!lock.file_.isOpen() || ::fstat(lock.file_.fd(), &st) != 0) {
+      lock.file_.close();
+      return lock;
+    }
+    lock.device_ = st.st_dev;
+    lock.inode_ = st.st_ino;
+    t_held.emplace_back(lock.device_, lock.inode_);
+  } catch (...) {
+    lock.file_.close();
+    errno = ENOMEM;
+  }
+  return lock;
+}
+
+File openLocked(const std::string& path, int flags) noexcept {
+  try {
+    return openAndLock(path, flags);
+  } catch (...) {
+    errno = ENOMEM;
+    return File();
+  }
 }
 
 bool readWhole(const ID3Tag& track) noexcept {

@@ -32,10 +32,40 @@ bool applyFileMode(int fd, const FileState& state) noexcept;
 // keeps the link; other paths are returned as they are.
 std::string resolveTrackPath(const std::string& path);
 
+// How long a save waits for another save of the same file to end.
+inline constexpr int kLockWaitMilliseconds = 10000;
+// For tests that check the refusal without waiting the whole time.
+void setLockWaitForTesting(int milliseconds) noexcept;
+
+// A save's hold on one file, taken before the track is read so that what it
+// rewrites is what it read: another save of the same file, in this process or
+// another, waits until the hold ends. The path is checked to name the locked
+// file once the lock is had (the other save may have put a new file there),
+// and the engine's own saves on this thread pass through the hold.
+class TrackLock {
+ public:
+  TrackLock() noexcept = default;
+  TrackLock(TrackLock&& other) noexcept;
+  TrackLock& operator=(TrackLock&&) = delete;
+  TrackLock(const TrackLock&) = delete;
+  ~TrackLock();
+
+  // Waits up to the lock wait; not held on failure, errno EWOULDBLOCK when
+  // another save kept the file the whole time.
+  static TrackLock acquire(const std::string& path) noexcept;
+  bool isHeld() const noexcept { return file_.isOpen(); }
+
+ private:
+  File file_;
+  uint64_t device_ = 0;
+  uint64_t inode_ = 0;
+};
+
 // Opens the track and takes an exclusive advisory lock on it for as long as the
-// File stays open. Another save of the same file, in this process or another,
-// finds the lock held: the result is then closed with errno EWOULDBLOCK. A file
-// replaced while we waited to open it is opened again.
+// File stays open, unless this thread already holds a TrackLock on the file.
+// Another save of the same file is waited for, up to the lock wait; then the
+// result is closed with errno EWOULDBLOCK. A file replaced while we waited is
+// opened again.
 File openLocked(const std::string& path, int flags) noexcept;
 
 // False, with a line in the log, for a track whose last open met a read

@@ -43,6 +43,16 @@ struct AudioInfo {
   bool operator==(const AudioInfo&) const = default;
 };
 
+struct DiskState {
+  bool valid = false;
+  uint64_t device = 0;
+  uint64_t inode = 0;
+  uint64_t size = 0;
+  int64_t modifiedSeconds = 0;
+  int64_t modifiedNanoseconds = 0;
+  bool operator==(const DiskState&) const = default;
+};
+
 class Tag {
  public:
   Tag() = default;
@@ -102,6 +112,9 @@ class ID3Tag : public Tag {
   // of the file), else 0: the track is then not what the file holds, and
   // nothing may be saved from it.
   int readError = 0;
+  // Which file the last open read, and as it was then: a save compares it with
+  // the file now, so that it never writes over another program's changes.
+  DiskState readState;
   bool id3ChunkAfterSound = true;
   AudioInfo audio;
   std::string versionText;        // at most 63 characters

@@ -196,6 +196,28 @@ int GetFileKind(const std::string& path, ID3Tag* track) noexcept {
   return mp3 || aiff || tdf ? 1 : 0;
 }
 
+namespace {
+DiskState diskStateOfStat(const struct stat& st) {
+  return DiskState{true,
+                   static_cast<uint64_t>(st.st_dev),
+                   static_cast<uint64_t>(st.st_ino),
+                   static_cast<uint64_t>(st.st_size),
+                   static_cast<int64_t>(st.st_mtim.tv_sec),
+                   static_cast<int64_t>(st.st_mtim.tv_nsec)};
+}
+}  // namespace
+
+DiskState diskStateOf(const std::string& path) noexcept {
+  struct stat st;
+  if (::stat(path.c_str(), &st) != 0) return {};
+  return diskStateOfStat(st);
+}
+
+bool changedOnDisk(const ID3Tag& track) noexcept {
+  if (!track.readState.valid) return false;
+  return diskStateOf(track.path()) != track.readState;
+}
+
 int IsFileReadOnly(const std::string& path) noexcept {
   File file = File::openReadWrite(path);
   return file.isOpen() ? 0 : 1;
@@ -256,6 +278,7 @@ unsigned OpenTrack(ID3Tag& track, const std::string& path, int scanMode, const P
   try {
     track.readOnly = true;
     track.readError = 0;
+    track.readState = {};
     if (GetFileKind(path, &track) == 0) return 0;
     track.setPath(path);
     LogMessage(LogStatus, "Opening ID3 track: %s", path.c_str());
@@ -281,6 +304,7 @@ unsigned OpenTrack(ID3Tag& track, const std::string& path, int scanMode, const P
                  errorText(errno).c_str());
       return 0;
     }
+    track.readState = diskStateOfStat(st);
     if (!passesContainerCheck(track, file)) return track.readError != 0 ? failedRead(track, path) : 0;
 
     report(progress, "Starting...", 0);
@@ -317,7 +341,9 @@ unsigned OpenTrack(ID3Tag& track, const std::string& path, int scanMode, const P
     }
 
     report(progress, "Parsing...", 70);
-    if (track.isMp3File) {
+    if (track.isMp3File && scanMode == kScanNone) {
+      result = 1;
+    } else if (track.isMp3File) {
       result = static_cast<unsigned>(parseMpeg(track, file, audioStart, scanMode, progress));
       if (track.readError != 0) return failedRead(track, path);
     } else if (track.isAiffFile) {

@@ -19,6 +19,9 @@ struct ProgressCallback {
 inline constexpr int kScanFull = 0;
 inline constexpr int kScanQuick = 1;
 inline constexpr int kScanLimited = 2;
+// No audio analysis at all: a track read again only for its tags (a revert,
+// the fresh read before a save) has no use for it.
+inline constexpr int kScanNone = 3;
 
 inline constexpr int kMaxSyncSearch = 8192;
 
@@ -29,6 +32,12 @@ unsigned OpenTrack(ID3Tag& track, const std::string& path, int scanMode,
 // 1 when the path names a track of one of the three kinds; sets the kind flags.
 int GetFileKind(const std::string& path, ID3Tag* track) noexcept;
 int IsFileReadOnly(const std::string& path) noexcept;
+
+// The file at the path as it is now; not valid when it cannot be looked at.
+DiskState diskStateOf(const std::string& path) noexcept;
+// True when the file at the track's path is not the file, or not in the
+// state, that the track was read from.
+bool changedOnDisk(const ID3Tag& track) noexcept;
 
 // Total size of the ID3v2 tag that must stand at `offset` (header included), or 0.
 uint32_t FindV2Tag(const ID3Tag& track, const File& file, uint64_t offset) noexcept;

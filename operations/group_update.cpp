@@ -1,9 +1,11 @@
 #include "operations/group_update.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <exception>
 #include <utility>
 
+#include "engine/file_state.h"
 #include "engine/log.h"
 #include "operations/file_name_fields.h"
 #include "operations/questions.h"
@@ -264,7 +266,22 @@ bool GroupUpdate::saveTag(size_t index, size_t count, bool expectV1, bool expect
     const SaveSettings settings = settings_();
     LogMessage(LogAlways, "Starting track update for %s (%d of %d)", track.path().c_str(),
                static_cast<int>(index + 1), static_cast<int>(count));
-    result = saveTrack(track, index, count, expectV1, expectV2, settings, outcome);
+    // Locked, then read again: the checked fields go onto what the file holds
+    // now, so that what another program or save changed meanwhile stays.
+    const std::string path = resolveTrackPath(track.path());
+    TrackLock lock = TrackLock::acquire(path);
+    if (!lock.isHeld()) {
+      if (errno == EWOULDBLOCK) logLockHeld(path);
+      else LogMessage(LogError, "Failed to open the file '%s' (error: %s)", path.c_str(), errorText(errno).c_str());
+      outcome.status = TrackStatus::Failed;
+      result = false;
+    } else if (!writer_.readForUpdate(track)) {
+      outcome.status = TrackStatus::Failed;
+      result = false;
+    } else {
+      if (options_.perTrack) options_.perTrack(track);
+      result = saveTrack(track, index, count, expectV1, expectV2, settings, outcome);
+    }
   }
   std::lock_guard lock(outcomesMutex_);
   if (outcomes_.size() < count) outcomes_.resize(count);

@@ -83,6 +83,10 @@ struct GroupUpdateOptions {
   // that the window shows what is on disk; a run with no window skips it.
   bool reload = true;
   int reopenScanMode = kScanQuick;
+  // What a caller gives every track beyond the change boxes (the command
+  // line's track number), put on each track as it is read just before it is
+  // written.
+  std::function<void(ID3Tag&)> perTrack;
   // Tracks written at once. The window writes one after another. With more,
   // tracks are still begun in order, so every track before a failed one is
   // written; none is begun after the failure, and those begun beside it

@@ -4,6 +4,7 @@
 // name of the button chosen. The windows show these as alerts or sheets, the
 // command line answers them from its flags, and tests script them.
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,12 +17,21 @@ inline constexpr std::string_view kOkButton = "OK";
 inline constexpr std::string_view kSaveButton = "Save";
 inline constexpr std::string_view kDontSaveButton = "Don't save";
 inline constexpr std::string_view kCancelButton = "Cancel";
+inline constexpr std::string_view kReloadButton = "Reload";
+inline constexpr std::string_view kOverwriteButton = "Overwrite";
 
 class Questions {
  public:
   virtual ~Questions() = default;
   virtual std::string ask(const std::string& title, const std::string& message,
                           const std::vector<std::string>& buttons) = 0;
+  // The same with another button than the first as the default; those who
+  // answer without showing anything need not tell the two apart.
+  virtual std::string askWithDefault(const std::string& title, const std::string& message,
+                                     const std::vector<std::string>& buttons, size_t defaultButton) {
+    (void)defaultButton;
+    return ask(title, message, buttons);
+  }
 };
 
 // "Yes" and "No", in that order; true for "Yes".

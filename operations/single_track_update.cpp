@@ -2,6 +2,9 @@
 
 #include <unistd.h>
 
+#include <cerrno>
+
+#include "engine/file_state.h"
 #include "engine/log.h"
 #include "engine/open_track.h"
 #include "operations/questions.h"
@@ -42,6 +45,28 @@ UpdateOutcome SingleTrackEditor::update() {
   ID3Tag& t = track();
   LogMessage(LogAlways, "Starting track update for %s", t.path().c_str());
   view_.stopPlayback();
+  // The file stays locked until the update ends, and is what the track was
+  // read from: another program's changes are not written over unasked.
+  const std::string path = resolveTrackPath(t.path());
+  TrackLock lock = TrackLock::acquire(path);
+  if (!lock.isHeld()) {
+    if (errno == EWOULDBLOCK) logLockHeld(path);
+    else LogMessage(LogError, "Failed to open the file '%s' (error: %s)", path.c_str(), errorText(errno).c_str());
+    tell(questions_, "Failed to update the tags", "Note: The original has not been changed.");
+    return UpdateOutcome::Failed;
+  }
+  if (changedOnDisk(t)) {
+    const std::string chosen = questions_.askWithDefault(
+        "The file has changed on disk",
+        "Another program has changed '" + t.path() +
+            "' since it was opened. Reload it and lose your edits, or overwrite the other program's changes?",
+        {std::string(kReloadButton), std::string(kOverwriteButton), std::string(kCancelButton)}, 2);
+    if (chosen == kReloadButton) {
+      revert();
+      return UpdateOutcome::Declined;
+    }
+    if (chosen != kOverwriteButton) return UpdateOutcome::Declined;
+  }
   const SaveSettings s = settings_();
 
   if (t.v1.enabled) view_.updateV1TagData(t);
@@ -175,9 +200,7 @@ void SingleTrackEditor::revert() {
   // A file that is gone keeps the edits rather than leave an empty tag.
   if (::access(t.path().c_str(), F_OK) == 0) {
     ID3Tag fresh;
-    // Only the tags are wanted; the engine has no open without the audio
-    // analysis, and the quick scan is its cheapest.
-    OpenTrack(fresh, t.path(), kScanQuick, nullptr, false);
+    OpenTrack(fresh, t.path(), kScanNone, nullptr, false);
     t.tagData = fresh.tagData;
     t.v2Read = fresh.v2Read;
     t.hasV2Tag = fresh.hasV2Tag;
@@ -185,6 +208,8 @@ void SingleTrackEditor::revert() {
     t.versionText = fresh.versionText;
     t.v1 = fresh.v1;
     t.v1Loaded = fresh.v1Loaded;
+    t.readError = fresh.readError;
+    t.readState = fresh.readState;
   }
   view_.initTagWindow(t);
   t.v1Changed = false;

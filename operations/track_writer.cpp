@@ -50,6 +50,21 @@ unsigned TrackWriter::reopen(ID3Tag& track, int scanMode) {
   return OpenTrack(track, path, scanMode, nullptr, true);
 }
 
+bool TrackWriter::readForUpdate(ID3Tag& track) {
+  const bool v1Changed = track.v1Changed;
+  const bool v2Changed = track.v2Changed;
+  const AudioInfo audio = track.audio;
+  const uint64_t duration = track.duration;
+  const std::string path = track.path();
+  const unsigned opened = OpenTrack(track, path, kScanNone, nullptr, true);
+  track.v1Changed = v1Changed;
+  track.v2Changed = v2Changed;
+  track.audio = audio;
+  track.setDuration(duration);
+  // A tag data file has no audio whose analysis could say it opened.
+  return track.readError == 0 && track.readState.valid && (opened != 0 || track.isTagDataFile);
+}
+
 TrackWriter& engineTrackWriter() {
   static TrackWriter writer;
   return writer;

@@ -26,6 +26,10 @@ class TrackWriter {
   virtual bool makeWritable(const std::string& path);
   // Reads the track afresh from its path; non-zero on success.
   virtual unsigned reopen(ID3Tag& track, int scanMode);
+  // Reads the tags afresh just before they are written, keeping the audio
+  // facts and the changed flags; false, with the cause in the log, when the
+  // file could not be read whole.
+  virtual bool readForUpdate(ID3Tag& track);
 };
 
 // The writer over the engine, shared by every flow.

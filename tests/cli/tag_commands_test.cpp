@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <sstream>
 
 #include "engine/open_track.h"
@@ -44,9 +45,9 @@ Outcome convert(const QStringList& files, int version, bool force) {
   return {code, out.str(), err.str()};
 }
 
-Outcome remove(const QStringList& files, cli::TagKind kind) {
+Outcome remove(const QStringList& files, cli::TagKind kind, cli::SaveFlags flags = {}) {
   std::ostringstream out, err;
-  const ExitCode code = cli::removeCommand(files, kind, cli::SaveFlags{}, out, err);
+  const ExitCode code = cli::removeCommand(files, kind, flags, out, err);
   return {code, out.str(), err.str()};
 }
 
@@ -137,6 +138,50 @@ TEST(RemoveCommand, EachKindOfTag) {
   EXPECT_EQ(readFile(path), audio);
   EXPECT_NE(remove(qpaths({path}), cli::TagKind::V1).out.find("no ID3v1 tag"), std::string::npos);
   EXPECT_NE(remove(qpaths({path}), cli::TagKind::V2).out.find("no ID3v2 tag"), std::string::npos);
+}
+
+// A read that fails while the file is opened is no missing tag: nothing is
+// written from what could not be read.
+TEST(TagCommands, AReadErrorLeavesTheFileAlone) {
+  ApeTag ape;
+  ape.items = {apeText("Title", "ape")};
+  const Bytes original = mp3File({richV23Tag(), cbrAudio(10), apeTag(ape), richV1Tag()});
+  const std::function<Outcome(const QStringList&)> commands[] = {
+      [](const QStringList& files) { return convert(files, 4, false); },
+      [](const QStringList& files) { return remove(files, cli::TagKind::V1); },
+      [](const QStringList& files) { return remove(files, cli::TagKind::V2); },
+      [](const QStringList& files) { return remove(files, cli::TagKind::Ape); },
+  };
+  // The reads of the open: the first bytes, the V1 block, the V2 header, the V2 body.
+  for (int read = 1; read <= 4; ++read) {
+    for (const auto& command : commands) {
+      SCOPED_TRACE("read " + std::to_string(read));
+      TempDir dir;
+      const std::string path = dir.write("a.mp3", original);
+      FailNth fail(FileOp::Read, read);
+      Outcome run;
+      {
+        ScopedInjector scoped(fail);
+        run = command(qpaths({path}));
+      }
+      EXPECT_EQ(run.code, ExitCode::Failure);
+      EXPECT_NE(run.err.find("Failed to read the file '" + path + "' (error: Input/output error)"), std::string::npos)
+          << run.out << run.err;
+      EXPECT_EQ(readFile(path), original);
+    }
+  }
+}
+
+TEST(RemoveCommand, TheV1RemovalTakesTheApeTagWhenAsked) {
+  TempDir dir;
+  ApeTag ape;
+  ape.items = {apeText("Title", "ape")};
+  const Bytes audio = cbrAudio(10);
+  const std::string path = dir.write("a.mp3", mp3File({{}, audio, apeTag(ape), richV1Tag()}));
+  cli::SaveFlags flags;
+  flags.removeApe = true;
+  EXPECT_EQ(remove(qpaths({path}), cli::TagKind::V1, flags).code, ExitCode::Ok);
+  EXPECT_EQ(readFile(path), audio);
 }
 
 TEST(RemoveCommand, UsageErrors) {

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <functional>
@@ -236,6 +238,55 @@ TEST(FaultSweep, NoFaultLosesTheFile) {
   }
   EXPECT_EQ(neither, 0);
   std::printf("fault points covered: %d, ending neither old nor new: %d\n", points, neither);
+}
+
+// Ends the process at the n-th file call of any kind, as a kill would.
+class KillAtNth : public FaultInjector {
+ public:
+  explicit KillAtNth(int n) : n_(n) {}
+  int failure(FileOp) noexcept override {
+    if (++seen_ == n_) ::_exit(kKilled);
+    return 0;
+  }
+  static constexpr int kKilled = 137;
+
+ private:
+  int n_;
+  int seen_ = 0;
+};
+
+// Whatever step of a removal of bytes the process dies at, the file is the old
+// one or the new one; a temporary file left behind is harmless.
+TEST(FaultSweep, AKillAtAnyStepOfAnApeRemovalLeavesTheOldOrTheNewFile) {
+  for (const Scenario& s : scenarios()) {
+    if (std::string_view(s.name).find("APE") == std::string_view::npos) continue;
+    SCOPED_TRACE(s.name);
+    test::CountingInjector counter;
+    const Outcome clean = runOnce(s, &counter);
+    ASSERT_EQ(clean.result, 0);
+    int calls = 0;
+    for (FileOp op : kOps) calls += counter.count(op);
+    for (int n = 1; n <= calls; ++n) {
+      SCOPED_TRACE("killed at call " + std::to_string(n));
+      test::TempDir dir, home;
+      test::ScopedEnv data("XDG_DATA_HOME", home.path());
+      const std::string path = dir.write(s.file, s.bytes());
+      const pid_t child = ::fork();
+      ASSERT_GE(child, 0);
+      if (child == 0) {
+        KillAtNth kill(n);
+        setFaultInjector(&kill);
+        ID3Tag track;
+        OpenTrack(track, path, kScanQuick, nullptr, true);
+        ::_exit(s.run(track, dir.path()) == 0 ? 0 : 1);
+      }
+      int status = 0;
+      ASSERT_EQ(::waitpid(child, &status, 0), child);
+      EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == KillAtNth::kKilled);
+      const Bytes now = readFile(path);
+      EXPECT_TRUE(now == s.bytes() || now == clean.track);
+    }
+  }
 }
 
 }  // namespace

@@ -5,10 +5,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <thread>
 
 #include "engine/compare.h"
+#include "engine/file_state.h"
 #include "engine/log.h"
 #include "engine/output_file.h"
 #include "engine/trash.h"
@@ -491,6 +494,7 @@ TEST(V2Save, AHeldLockLeavesTheFileAlone) {
   ASSERT_NE(test::openBytes(dir, "a.mp3", original, track), 0u);
   File holder = File::openRead(track.path());
   ASSERT_EQ(::flock(holder.fd(), LOCK_EX), 0);
+  test::ScopedLockWait shortWait(100);
   test::LogCapture log;
   track.tagData.title = UnicodeText::latin1("Blocked");
   EXPECT_EQ(updateV2ToTrack(track, false, 3, false, false, 0), kSaveCannotOpenSource);
@@ -524,6 +528,33 @@ TEST(V2Save, ConcurrentSavesOfOneFileNeverCorruptIt) {
   const Bytes saved = readFile(dir.file("a.mp3"));
   EXPECT_EQ(tail(saved, 10 + syncsafeDecode(&saved[6])), tail(mp3WithTags(), oldTag().size()));
   EXPECT_TRUE(leftovers(dir.path()).empty());
+}
+
+// Each save locks the file before it reads the track, so the second one reads
+// what the first one wrote and both changes land.
+TEST(V2Save, TwoSavesOfOtherFieldsOfOneFileBothLand) {
+  test::TempDir dir;
+  const std::string path = dir.write("a.mp3", mp3WithTags());
+  std::atomic<int> ready{0};
+  auto save = [&](void (*change)(TagData&)) {
+    TrackLock lock = TrackLock::acquire(path);
+    ++ready;
+    EXPECT_TRUE(lock.isHeld());
+    ID3Tag track;
+    EXPECT_NE(OpenTrack(track, path, kScanNone, nullptr, true), 0u);
+    // Long enough for the other thread to be waiting for the lock.
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    change(track.tagData);
+    EXPECT_EQ(updateV2ToTrack(track, false, 3, false, false, 0), kSaveOk);
+  };
+  std::thread a(save, [](TagData& d) { d.album = UnicodeText::latin1("Album A"); });
+  while (ready == 0) std::this_thread::yield();
+  std::thread b(save, [](TagData& d) { d.title = UnicodeText::latin1("Title B"); });
+  a.join();
+  b.join();
+  const ID3Tag again = reopen(path);
+  EXPECT_EQ(again.tagData.album, UnicodeText::latin1("Album A"));
+  EXPECT_EQ(again.tagData.title, UnicodeText::latin1("Title B"));
 }
 
 TEST(V2Save, ATagDataFileHoldsTheTagAlone) {

@@ -12,6 +12,7 @@
 #include <thread>
 
 #include "engine/log.h"
+#include "engine/v2_update.h"
 
 #include "tests/operations/update_fixtures.h"
 #include "tests/support/aiff_builder.h"
@@ -538,8 +539,9 @@ TEST_F(GroupUpdateTest, NoRenameWhenTheSaveDidNotVerify) {
 TEST_F(GroupUpdateTest, FileNameBoxSetsTitleAndTrackAndTheTotal) {
   addFile("03 - Alpha.mp3", test::numberedTrack(1));
   addFile("Beta.mp3", test::numberedTrack(2));
-  // Without a total: the group's count is given.
+  // Without a total on disk: the group's count is given.
   model.tracks()[0]->tagData.tracks = kUnsetNumber;
+  ASSERT_EQ(updateV2ToTrack(*model.tracks()[0], false, 3, false, false, 0), kSaveOk);
   model.fileName = true;
   model.changedV2(true, true);
   run();

@@ -10,6 +10,7 @@
 #include <stdexcept>
 
 #include "engine/log.h"
+#include "engine/v2_update.h"
 #include "tests/operations/update_fixtures.h"
 #include "tests/support/fault_injector.h"
 #include "tests/support/log_capture.h"
@@ -116,6 +117,41 @@ TEST_F(SingleTrackTest, UpdateSavesBothTagsInItsOrderOfSteps) {
   EXPECT_EQ(tracks.current().tagData.album, UnicodeText::latin1("Edited"));
   EXPECT_FALSE(tracks.current().v1Changed || tracks.current().v2Changed);
   EXPECT_TRUE(questions.asked().empty());
+}
+
+// Another program saved the file after the editor read it: its changes are
+// written over only when the user says so.
+TEST_F(SingleTrackTest, AFileChangedOnDiskIsWrittenOverOnlyWhenAsked) {
+  const struct {
+    const char* answer;
+    UpdateOutcome outcome;
+    const char* titleOnDisk;
+    const char* titleShown;
+  } rows[] = {
+      {"Cancel", UpdateOutcome::Declined, "Theirs", "Mine"},
+      {"Reload", UpdateOutcome::Declined, "Theirs", "Theirs"},
+      {"Overwrite", UpdateOutcome::Saved, "Mine", "Mine"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.answer);
+    const std::string path = dir.write(std::string(row.answer) + ".mp3", test::numberedTrack(1));
+    TrackSet held{TrackSet::Tracks{}};
+    held.add(test::openTrack(path));
+    const std::unique_ptr<ID3Tag> other = test::openTrack(path);
+    other->tagData.title = UnicodeText::latin1("Theirs");
+    ASSERT_EQ(updateV2ToTrack(*other, false, 3, false, false, 0), kSaveOk);
+    view.editV2 = [](ID3Tag& track) { track.tagData.title = UnicodeText::latin1("Mine"); };
+    held.current().tagData.title = UnicodeText::latin1("Mine");
+    held.current().v2Changed = true;
+    questions.answer("The file has changed on disk", {row.answer});
+    SingleTrackEditor editor(held, questions, view, fixedSettings(settings), writer, false);
+    EXPECT_EQ(editor.updateTag(), row.outcome);
+    EXPECT_EQ(test::reopened(path).tagData.title, UnicodeText::latin1(row.titleOnDisk));
+    EXPECT_EQ(held.current().tagData.title, UnicodeText::latin1(row.titleShown));
+    const auto asked = questions.askedTitled("The file has changed on disk");
+    ASSERT_FALSE(asked.empty());
+    EXPECT_EQ(asked.back().buttons, (std::vector<std::string>{"Reload", "Overwrite", "Cancel"}));
+  }
 }
 
 TEST_F(SingleTrackTest, UnicodeSettingIsPassedToTheWindow) {

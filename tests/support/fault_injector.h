@@ -7,6 +7,7 @@
 #include <string>
 
 #include "engine/file_io.h"
+#include "engine/file_state.h"
 
 namespace melos::test {
 
@@ -50,6 +51,15 @@ class ScopedInjector {
   ~ScopedInjector() { setFaultInjector(nullptr); }
   ScopedInjector(const ScopedInjector&) = delete;
   ScopedInjector& operator=(const ScopedInjector&) = delete;
+};
+
+// A shorter wait for a held lock, for the length of a scope.
+class ScopedLockWait {
+ public:
+  explicit ScopedLockWait(int milliseconds) { setLockWaitForTesting(milliseconds); }
+  ~ScopedLockWait() { setLockWaitForTesting(kLockWaitMilliseconds); }
+  ScopedLockWait(const ScopedLockWait&) = delete;
+  ScopedLockWait& operator=(const ScopedLockWait&) = delete;
 };
 
 // Sets an environment variable for the length of a scope.
