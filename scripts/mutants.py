@@ -382,6 +382,8 @@ def run_mutant(slot, mutant, timeout):
     try:
         path.write_bytes("\n".join(lines).encode("utf-8"))
         code, out, timed_out = slot.compile([MODULES[mutant["module"]]])
+        if stopping.is_set():
+            raise KeyboardInterrupt
         built = time.monotonic()
         mutant["build_seconds"] = round(built - started, 1)
         if code != 0 or timed_out:
@@ -390,6 +392,8 @@ def run_mutant(slot, mutant, timeout):
             mutant["build_error"] = errors[0] if errors else out.strip()[-300:]
             return mutant
         code, out, timed_out = slot.test(mutant["module"], timeout)
+        if stopping.is_set():
+            raise KeyboardInterrupt  # the run's own kill, not the tests'
         mutant["test_seconds"] = round(time.monotonic() - built, 1)
         mutant["killed_by"] = failed_tests(out)
         if timed_out:
@@ -471,6 +475,8 @@ def main():
         with lock:
             done[0] += 1
             kills = f" by {len(mutant['killed_by'])} test(s)" if mutant.get("killed_by") else ""
+            if mutant.get("crash"):
+                kills = f" ({mutant['crash']}, no test reported)"
             seconds = mutant.get("build_seconds", 0) + mutant.get("test_seconds", 0)
             print(f"[{done[0]}/{len(sample)}] #{mutant['id']} {mutant['file']}:{mutant['line']} "
                   f"{mutant['operator']}: {mutant['outcome']}{kills} ({seconds:.1f} s)", flush=True)
@@ -530,4 +536,7 @@ def main():
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    try:
+        sys.exit(main())
+    except KeyboardInterrupt:
+        sys.exit(130)
