@@ -364,8 +364,17 @@ class Slot:
 FAILED = re.compile(r"^\[  FAILED  \] ([A-Za-z_]\w*(?:/\w+)?\.\w+(?:/\w+)?)", re.MULTILINE)
 
 
+RUN = re.compile(r"^\[ RUN      \] (\S+)", re.MULTILINE)
+ENDED = re.compile(r"^\[ +(?:OK|FAILED|SKIPPED) +\] (\S+)", re.MULTILINE)
+
+
 def failed_tests(output):
-    return sorted(set(FAILED.findall(output)))
+    failed = set(FAILED.findall(output))
+    # A crash prints no FAILED line: the test that was running killed it.
+    started = RUN.findall(output)
+    if started and started[-1] not in ENDED.findall(output):
+        failed.add(started[-1])
+    return sorted(failed)
 
 
 def run_mutant(slot, mutant, timeout):
@@ -388,7 +397,7 @@ def run_mutant(slot, mutant, timeout):
         mutant["build_seconds"] = round(built - started, 1)
         if code != 0 or timed_out:
             mutant["outcome"] = "stillborn"
-            errors = [l for l in out.splitlines() if "error" in l]
+            errors = [l for l in out.splitlines() if "error:" in l]
             mutant["build_error"] = errors[0] if errors else out.strip()[-300:]
             return mutant
         code, out, timed_out = slot.test(mutant["module"], timeout)
@@ -402,7 +411,7 @@ def run_mutant(slot, mutant, timeout):
             mutant["outcome"] = "survived"
         else:
             mutant["outcome"] = "killed"
-            if not mutant["killed_by"]:
+            if code < 0 or not mutant["killed_by"]:
                 mutant["crash"] = f"exit {code}" if code > 0 else f"signal {-code}"
         return mutant
     finally:
@@ -476,7 +485,7 @@ def main():
             done[0] += 1
             kills = f" by {len(mutant['killed_by'])} test(s)" if mutant.get("killed_by") else ""
             if mutant.get("crash"):
-                kills = f" ({mutant['crash']}, no test reported)"
+                kills += f" ({mutant['crash']})"
             seconds = mutant.get("build_seconds", 0) + mutant.get("test_seconds", 0)
             print(f"[{done[0]}/{len(sample)}] #{mutant['id']} {mutant['file']}:{mutant['line']} "
                   f"{mutant['operator']}: {mutant['outcome']}{kills} ({seconds:.1f} s)", flush=True)
