@@ -8,6 +8,7 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   qt6-base-dev
   python3 lame python3-mutagen eyed3 ffmpeg
+  gcovr
 )
 
 missing=()
