@@ -511,6 +511,88 @@ def check_aiff(check, melos, work, wav_path, ffprobe):
     check_broken(check, melos, broken)
 
 
+def check_kept_parts(check, melos, work, source, jpeg, id3v2):
+    """A save keeps what no field shows (picture types and descriptions, the
+    comment's language and description, the rating's email and counter, the
+    second value of a frame, kept UTF-8 frames), as mutagen and id3v2 read it."""
+    from mutagen.id3 import POPM, USLT, WXXX
+    name = "kept parts"
+    path = os.path.join(work, "kept-parts.mp3")
+    shutil.copyfile(source, path)
+    tags = ID3()
+    for frame in (TIT2(encoding=3, text="Old title"), TPE1(encoding=3, text=["One", "Tw\u00f6"]),
+                  APIC(encoding=3, mime="image/jpeg", type=3, desc="Fa\u00e7ade", data=jpeg),
+                  APIC(encoding=3, mime="image/jpeg", type=4, desc="Back \u2713", data=jpeg),
+                  COMM(encoding=0, lang="fra", desc="", text="Bonjour"),
+                  COMM(encoding=3, lang="deu", desc="zweite", text="Gr\u00fc\u00dfe"),
+                  USLT(encoding=3, lang="eng", desc="verse", text="la la"),
+                  WXXX(encoding=0, desc="", url="http://example.org/1"),
+                  WXXX(encoding=3, desc="zw\u00f6i", url="http://example.org/2"),
+                  POPM(email="me@example.org", rating=196, count=7)):
+        tags.add(frame)
+    tags.save(path, v2_version=4)
+    want = {
+        "title": "New title", "artist": ["One", "Tw\u00f6"],
+        "pictures": [(3, "Fa\u00e7ade"), (4, "Back \u2713")],
+        "comments": [("deu", "zweite", "Gr\u00fc\u00dfe"), ("fra", "", "Bonjour")],
+        "lyrics": [("eng", "verse", "la la")],
+        "urls": [("", "http://example.org/1"), ("zw\u00f6i", "http://example.org/2")],
+        "rating": [("me@example.org", 196, 7)],
+    }
+    env = tool_environment(work)
+    steps = ((4, [melos, "set", "--title", "New title", "--version", "4", "--yes", path]),
+             (3, [melos, "convert", "--to", "3", "--force", path]))
+    for version, arguments in steps:
+        step = f"{name}, 2.{version}"
+        result = subprocess.run(arguments, stdout=subprocess.PIPE, stderr=subprocess.PIPE, env=env, timeout=60)
+        check.equal(step, "exit status", result.returncode, 0)
+        tags = ID3(path)
+        got = {
+            "title": str(tags["TIT2"].text[0]), "artist": [str(text) for text in tags["TPE1"].text],
+            "pictures": sorted((frame.type, frame.desc) for frame in tags.getall("APIC")),
+            "comments": sorted((frame.lang, frame.desc, str(frame.text[0])) for frame in tags.getall("COMM")),
+            "lyrics": [(frame.lang, frame.desc, frame.text) for frame in tags.getall("USLT")],
+            "urls": sorted((frame.desc, frame.url) for frame in tags.getall("WXXX")),
+            "rating": [(frame.email, frame.rating, frame.count) for frame in tags.getall("POPM")],
+        }
+        check.equal(step, "version", tags.version[1], version)
+        for key, value in want.items():
+            check.equal(step, key, got[key], value)
+        if version == 3:
+            check.true(step, "no UTF-8 in a 2.3 tag", all(getattr(frame, "encoding", 0) != 3
+                                                           for frame in tags.values()))
+    if id3v2:
+        listing = subprocess.run([id3v2, "-l", path], stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
+                                 timeout=60).stdout.decode("latin-1")
+        for text in ("Bonjour", "zweite", "verse"):
+            check.true(name + ", id3v2 -l", f"shows {text}", text in listing, listing)
+
+
+def check_odd_aiff(check, melos, work, wav_path, ffprobe):
+    """An AIFF whose sound chunk was cut at an odd length is saved with the
+    chunk's pad byte, so every reader finds the new tag behind it."""
+    from mutagen.aiff import AIFF
+    name = "odd AIFF"
+    whole = os.path.join(work, "odd-source.aif")
+    write_aiff(whole, wav_path)
+    with open(whole, "rb") as source:
+        data = source.read()
+    path = os.path.join(work, "odd.aif")
+    with open(path, "wb") as out:
+        out.write(data[:len(data) - 1001 if len(data) % 2 == 0 else len(data) - 1000])
+    result = subprocess.run([melos, "set", "--title", "Odd", "--yes", path], stdout=subprocess.PIPE,
+                            stderr=subprocess.PIPE, env=tool_environment(work), timeout=60)
+    check.equal(name, "set exit status", result.returncode, 0)
+    shown = json.loads(run_melos(melos, [path]).stdout)[0]
+    check.equal(name, "melos reads the tag", (shown.get("v2") or {}).get("title"), "Odd")
+    check.equal(name, "mutagen reads the tag", str(AIFF(path).tags["TIT2"].text[0]), "Odd")
+    if ffprobe:
+        probe = subprocess.run([ffprobe, "-v", "error", "-show_entries", "format_tags", "-of", "json", path],
+                               stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+        tags = {k.lower(): v for k, v in json.loads(probe.stdout or b"{}").get("format", {}).get("tags", {}).items()}
+        check.equal(name, "ffprobe reads the tag", tags.get("title"), "Odd")
+
+
 def broken_files(work, good_path):
     """Files no tool should trust: each must give an object, never a crash."""
     with open(good_path, "rb") as source:
@@ -652,6 +734,8 @@ def run_checks(melos, work, lame, eyed3, ffprobe):
 
     if HAVE_MUTAGEN:
         check_aiff(check, melos, work, stereo_wav, ffprobe)
+        check_odd_aiff(check, melos, work, stereo_wav, ffprobe)
+        check_kept_parts(check, melos, work, sources["cbr"], jpeg, shutil.which("id3v2"))
 
     if cases:
         check_broken(check, melos, broken_files(work, cases[0].path))
