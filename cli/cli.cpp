@@ -4,6 +4,7 @@
 #include <QCommandLineParser>
 
 #include "cli/export_command.h"
+#include "cli/file_arguments.h"
 #include "cli/from_filename_command.h"
 #include "cli/rename_command.h"
 #include "cli/set_command.h"
@@ -25,8 +26,7 @@ ExitCode runShow(const QStringList& arguments, std::ostream& out, std::ostream& 
   if (const std::optional<ExitCode> done =
           parseCommand(parser, {json, fullScan, jobs}, arguments, showUsageText(), out, err))
     return *done;
-  // The first positional argument is the command itself.
-  const QStringList files = parser.positionalArguments().mid(1);
+  const QStringList files = fileArguments(parser);
   if (files.isEmpty()) return commandUsageError(err, QStringLiteral("show: no FILE given"), showUsageText());
   ShowOptions options;
   options.json = parser.isSet(json);
@@ -44,7 +44,7 @@ ExitCode runConvert(const QStringList& arguments, std::ostream& out, std::ostrea
   if (const std::optional<ExitCode> done =
           parseCommand(parser, {to, force}, arguments, convertUsageText(), out, err))
     return *done;
-  const QStringList files = parser.positionalArguments().mid(1);
+  const QStringList files = fileArguments(parser);
   const QString version = parser.value(to);
   if (version != QStringLiteral("3") && version != QStringLiteral("4"))
     return commandUsageError(err, QStringLiteral("convert: --to must be 3 or 4"), convertUsageText());
@@ -63,7 +63,7 @@ ExitCode runRemove(const QStringList& arguments, std::ostream& out, std::ostream
   if (const std::optional<ExitCode> done =
           parseCommand(parser, {v1, v2, ape}, arguments, removeUsageText(), out, err))
     return *done;
-  const QStringList files = parser.positionalArguments().mid(1);
+  const QStringList files = fileArguments(parser);
   const int kinds = int{parser.isSet(v1)} + int{parser.isSet(v2)} + int{parser.isSet(ape)};
   if (kinds != 1)
     return commandUsageError(err, QStringLiteral("remove: give one of --v1, --v2 and --ape"), removeUsageText());

@@ -7,6 +7,7 @@
 #include <QFileInfo>
 
 #include "cli/error_log.h"
+#include "cli/file_arguments.h"
 #include "cli/track_report.h"
 #include "cli/usage_error.h"
 #include "engine/open_track.h"
@@ -75,7 +76,7 @@ ExitCode runExport(const QStringList& arguments, std::ostream& out, std::ostream
   if (const std::optional<ExitCode> done =
           parseCommand(parser, {xml, csv, pictures}, arguments, exportUsageText(), out, err))
     return *done;
-  const QStringList files = parser.positionalArguments().mid(1);
+  const QStringList files = fileArguments(parser);
   ExportOptions options;
   options.xmlPath = parser.value(xml);
   options.csvPath = parser.value(csv);

@@ -4,6 +4,7 @@
 #include <QFile>
 
 #include "cli/error_log.h"
+#include "cli/file_arguments.h"
 #include "cli/track_report.h"
 #include "cli/usage_error.h"
 #include "engine/open_track.h"
@@ -69,7 +70,7 @@ ExitCode runFromFileName(const QStringList& arguments, std::ostream& out, std::o
   if (const std::optional<ExitCode> done =
           parseCommand(parser, {format, print}, arguments, fromFileNameUsageText(), out, err))
     return *done;
-  const QStringList files = parser.positionalArguments().mid(1);
+  const QStringList files = fileArguments(parser);
   // Writing the fields into the tags is not there yet; asking for --print
   // keeps today's scripts from writing once it is.
   if (!parser.isSet(print))

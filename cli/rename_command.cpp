@@ -4,6 +4,7 @@
 #include <QFile>
 
 #include "cli/error_log.h"
+#include "cli/file_arguments.h"
 #include "cli/track_report.h"
 #include "cli/usage_error.h"
 #include "engine/open_track.h"
@@ -50,7 +51,7 @@ ExitCode runRename(const QStringList& arguments, std::ostream& out, std::ostream
   if (const std::optional<ExitCode> done =
           parseCommand(parser, {format, folders, date, noNumber}, arguments, renameUsageText(), out, err))
     return *done;
-  const QStringList files = parser.positionalArguments().mid(1);
+  const QStringList files = fileArguments(parser);
   if (files.isEmpty())
     return commandUsageError(err, QStringLiteral("rename: no FILE given"), renameUsageText());
   RenameOptions options;

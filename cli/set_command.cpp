@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "cli/error_log.h"
+#include "cli/file_arguments.h"
 #include "cli/track_report.h"
 #include "cli/usage_error.h"
 #include "engine/genres.h"
@@ -582,7 +583,7 @@ ExitCode runSet(const QStringList& arguments, std::ostream& out, std::ostream& e
                         options.podcast || options.picture || options.removePictures || options.fromFileName ||
                         options.v2ForV1;
   if (!anything) return usage("set: give a field to set (--rename alone: use melos rename)");
-  const QStringList files = parser.positionalArguments().mid(1);
+  const QStringList files = fileArguments(parser);
   if (files.isEmpty()) return usage("set: no FILE given");
   options.progress = &err == &std::cerr && ::isatty(STDERR_FILENO) == 1;
   return setCommand(files, options, out, err);

@@ -1,4 +1,4 @@
-#include "cli/text_formatter.h"
+#include "operations/track_text.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -8,7 +8,7 @@
 #include "engine/mpeg_info.h"
 #include "engine/text.h"
 
-namespace melos::cli {
+namespace melos {
 namespace {
 
 struct Row {
@@ -265,4 +265,4 @@ std::string trackText(const std::string& path, const ID3Tag& track) {
   return printable(path) + "\n" + rows.render();
 }
 
-}  // namespace melos::cli
+}  // namespace melos

@@ -1,0 +1,73 @@
+// The track window shows what `melos show` prints, and follows a replaced track.
+
+#include <QPlainTextEdit>
+#include <memory>
+
+#include "engine/open_track.h"
+#include "operations/track_file.h"
+#include "preferences/preferences_controller.h"
+#include "preferences/store.h"
+#include "tests/ui/window_harness.h"
+#include "ui/track_window.h"
+
+namespace melos::test {
+
+class TrackWindowTest : public QObject {
+  Q_OBJECT
+
+ private:
+  TempDir dir_;
+  PreferencesController preferences_{std::make_unique<MemoryPreferenceStore>(), dir_.path()};
+  std::unique_ptr<ui::TrackWindow> window_;
+
+  std::unique_ptr<ui::TrackWindow> openWindow(const std::string& path) {
+    TrackFile opened = openTrackFile(path, kScanQuick);
+    if (!opened.opened()) return nullptr;
+    return std::make_unique<ui::TrackWindow>(std::move(opened.track), preferences_);
+  }
+
+ private slots:
+  void initTestCase() { prepareWindowTests(); }
+  void cleanup() { window_.reset(); }
+
+  void showsTheFactsOfAnMp3() {
+    const std::string path = dir_.write("first.mp3", sampleMp3("First light"));
+    window_ = openWindow(path);
+    QVERIFY(window_);
+    auto* facts = findByName<QPlainTextEdit>(window_.get(), "trackFacts");
+    QVERIFY(facts);
+    QVERIFY(facts->isReadOnly());
+    QVERIFY(!facts->accessibleName().isEmpty());
+    const QString text = facts->toPlainText();
+    QVERIFY2(text.startsWith(QString::fromStdString(path)), qPrintable(text));
+    QVERIFY2(text.contains(QStringLiteral("First light")), qPrintable(text));
+    QVERIFY2(text.contains(QStringLiteral("kbps")), qPrintable(text));
+    QVERIFY(window_->windowTitle().startsWith(QStringLiteral("first.mp3")));
+  }
+
+  void showsTheFactsOfAnAiff() {
+    const std::string path = dir_.write("tone.aif", sampleAiff("Aiff title"));
+    window_ = openWindow(path);
+    QVERIFY(window_);
+    const QString text = findByName<QPlainTextEdit>(window_.get(), "trackFacts")->toPlainText();
+    QVERIFY2(text.contains(QStringLiteral("Aiff title")), qPrintable(text));
+  }
+
+  void replacingTheTrackShowsTheNewOne() {
+    window_ = openWindow(dir_.write("a.mp3", sampleMp3("Alpha")));
+    QVERIFY(window_);
+    const std::string second = dir_.write("b.mp3", sampleMp3("Beta"));
+    TrackFile opened = openTrackFile(second, kScanQuick);
+    QVERIFY(opened.opened());
+    window_->replaceTrack(std::move(opened.track));
+    const QString text = findByName<QPlainTextEdit>(window_.get(), "trackFacts")->toPlainText();
+    QVERIFY(text.contains(QStringLiteral("Beta")));
+    QVERIFY(!text.contains(QStringLiteral("Alpha")));
+    QVERIFY(window_->windowTitle().startsWith(QStringLiteral("b.mp3")));
+  }
+};
+
+}  // namespace melos::test
+
+QTEST_MAIN(melos::test::TrackWindowTest)
+#include "track_window_test.moc"

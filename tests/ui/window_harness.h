@@ -1,0 +1,49 @@
+#pragma once
+// What every window test shares: questions answered from a script, widgets
+// found by their object names; the sample tracks and temporary folders of
+// tests/support.
+
+#include <QTest>
+#include <QWidget>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "operations/questions.h"
+#include "tests/support/sample_tracks.h"
+#include "tests/support/temp_dir.h"
+
+namespace melos::test {
+
+// Answers by title from a script; a question with the one button "OK" needs
+// no script. Every question asked is kept, in order.
+class ScriptedQuestions : public Questions {
+ public:
+  struct Asked {
+    std::string title;
+    std::string message;
+    std::vector<std::string> buttons;
+  };
+
+  void answer(const std::string& title, std::string button) { script_[title] = std::move(button); }
+  std::string ask(const std::string& title, const std::string& message,
+                  const std::vector<std::string>& buttons) override;
+
+  std::vector<Asked> asked;
+  // Set when a question came that the script has no answer for.
+  bool unscripted = false;
+
+ private:
+  std::map<std::string, std::string> script_;
+};
+
+// The child with this object name, or null.
+template <typename T>
+T* findByName(QObject* parent, const char* name) {
+  return parent->findChild<T*>(QString::fromLatin1(name));
+}
+
+// Set up once per test program: Qt's test paths, so no real settings are read.
+void prepareWindowTests();
+
+}  // namespace melos::test

@@ -1,0 +1,41 @@
+#include "ui/screenshots.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QPixmap>
+
+#include "ui/document_controller.h"
+#include "ui/document_window.h"
+#include "ui/start_panel.h"
+
+namespace melos::ui {
+namespace {
+
+QString save(QWidget* window, const QString& folder, const QString& name) {
+  window->show();
+  QApplication::processEvents();
+  const QString path = QDir(folder).filePath(name + QStringLiteral(".png"));
+  return window->grab().save(path) ? path : QString();
+}
+
+}  // namespace
+
+QStringList renderScreenshots(DocumentController& controller, const QString& folder, const QStringList& tracks) {
+  QDir().mkpath(folder);
+  QStringList written;
+  const auto keep = [&written](const QString& path) {
+    if (!path.isEmpty()) written.append(path);
+  };
+  keep(save(controller.showStartPanel(), folder, QStringLiteral("start-panel")));
+  for (const QString& track : tracks) {
+    if (!controller.openFiles({track})) continue;
+    if (DocumentWindow* front = controller.frontWindow())
+      keep(save(front, folder, QStringLiteral("track-") + QFileInfo(track).completeBaseName()));
+  }
+  if (!tracks.isEmpty() && controller.openFiles({QFileInfo(tracks.first()).absolutePath()}))
+    if (DocumentWindow* front = controller.frontWindow()) keep(save(front, folder, QStringLiteral("group")));
+  return written;
+}
+
+}  // namespace melos::ui

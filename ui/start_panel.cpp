@@ -1,0 +1,120 @@
+#include "ui/start_panel.h"
+
+#include <QBoxLayout>
+#include <QCheckBox>
+#include <QDragEnterEvent>
+#include <QDropEvent>
+#include <QFile>
+#include <QLabel>
+#include <QListView>
+#include <QMimeData>
+#include <QPushButton>
+
+#include "preferences/preferences_controller.h"
+#include "ui/document_controller.h"
+#include "ui/document_window.h"
+
+namespace melos::ui {
+namespace {
+
+QStringList displayPaths(const std::vector<std::string>& paths) {
+  QStringList shown;
+  for (const std::string& path : paths) shown.append(QFile::decodeName(QByteArray::fromStdString(path)));
+  return shown;
+}
+
+}  // namespace
+
+StartPanel::StartPanel(DocumentController& controller, PreferencesController& preferences, QWidget* parent)
+    : QWidget(parent, Qt::Window), controller_(controller), preferences_(preferences) {
+  setObjectName(QStringLiteral("startPanel"));
+  setWindowTitle(tr("Welcome to Meloscribe"));
+  setAttribute(Qt::WA_DeleteOnClose);
+  setAcceptDrops(true);
+
+  auto* layout = new QVBoxLayout(this);
+  auto* intro = new QLabel(tr("Open tracks to edit their tags, or a folder to edit its tracks as a group. "
+                              "You can also drop files and folders here."),
+                           this);
+  intro->setObjectName(QStringLiteral("startIntro"));
+  intro->setWordWrap(true);
+  layout->addWidget(intro);
+
+  auto* lists = new QHBoxLayout;
+  const auto addColumn = [&](const char* name, const QString& label, QStringListModel& model) {
+    auto* column = new QVBoxLayout;
+    auto* caption = new QLabel(label, this);
+    QListView* view = makeList(name, label, model);
+    caption->setBuddy(view);
+    column->addWidget(caption);
+    column->addWidget(view);
+    lists->addLayout(column);
+  };
+  addColumn("recentTracksList", tr("Recent &tracks"), recentTracks_);
+  addColumn("recentGroupsList", tr("Recent &groups"), recentGroups_);
+  layout->addLayout(lists);
+
+  auto* buttons = new QHBoxLayout;
+  auto* open = new QPushButton(tr("&Open…"), this);
+  open->setObjectName(QStringLiteral("startOpenButton"));
+  open->setAccessibleName(tr("Open tracks"));
+  connect(open, &QPushButton::clicked, &controller_, &DocumentController::openMenuItemSelected);
+  auto* openGroup = new QPushButton(tr("Open &group…"), this);
+  openGroup->setObjectName(QStringLiteral("startOpenGroupButton"));
+  openGroup->setAccessibleName(tr("Open a folder as a group"));
+  connect(openGroup, &QPushButton::clicked, &controller_, &DocumentController::openGroupMenuItemSelected);
+  buttons->addWidget(open);
+  buttons->addWidget(openGroup);
+  buttons->addStretch();
+  layout->addLayout(buttons);
+
+  auto* readme = new QLabel(QStringLiteral("<a href=\"%1\">%2</a>")
+                                .arg(QStringLiteral(MELOSCRIBE_README_URL), tr("Read about Meloscribe")),
+                            this);
+  readme->setObjectName(QStringLiteral("startReadmeLink"));
+  readme->setAccessibleName(tr("Read about Meloscribe"));
+  readme->setOpenExternalLinks(true);
+  layout->addWidget(readme);
+
+  showAtStart_ = new QCheckBox(tr("&Show this window at start"), this);
+  showAtStart_->setObjectName(QStringLiteral("startShowAtStart"));
+  showAtStart_->setAccessibleName(tr("Show this window at start"));
+  showAtStart_->setChecked(preferences_.showSplash());
+  connect(showAtStart_, &QCheckBox::toggled, this, [this](bool on) {
+    preferences_.setShowSplash(on ? 1 : 0);
+    preferences_.synchronize();
+  });
+  layout->addWidget(showAtStart_);
+  resize(560, 360);
+  refresh();
+}
+
+QListView* StartPanel::makeList(const char* name, const QString& label, QStringListModel& model) {
+  auto* view = new QListView(this);
+  view->setObjectName(QString::fromLatin1(name));
+  view->setAccessibleName(QString(label).remove(QLatin1Char('&')));
+  view->setModel(&model);
+  view->setEditTriggers(QAbstractItemView::NoEditTriggers);
+  connect(view, &QListView::activated, this, [this](const QModelIndex& index) {
+    controller_.openFiles({index.data().toString()});
+  });
+  return view;
+}
+
+void StartPanel::refresh() {
+  recentTracks_.setStringList(displayPaths(controller_.recentTracks().list()));
+  recentGroups_.setStringList(displayPaths(controller_.recentGroups().list()));
+}
+
+void StartPanel::dragEnterEvent(QDragEnterEvent* event) {
+  if (!droppedPaths(event->mimeData()).isEmpty()) event->acceptProposedAction();
+}
+
+void StartPanel::dropEvent(QDropEvent* event) {
+  const QStringList paths = droppedPaths(event->mimeData());
+  if (paths.isEmpty()) return;
+  event->acceptProposedAction();
+  controller_.openFiles(paths);
+}
+
+}  // namespace melos::ui
