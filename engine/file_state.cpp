@@ -7,11 +7,11 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <climits>
+#include <cstdlib>
 #include <thread>
 #include <utility>
 #include <vector>
-#include <climits>
-#include <cstdlib>
 
 #include "engine/log.h"
 
@@ -87,12 +87,12 @@ File openAndLock(const std::string& path, int flags) {
     if (!file.isOpen()) return file;
     struct stat opened, current;
     if (::fstat(file.fd(), &opened) == 0 && heldHere(opened)) return file;
+    bool replaced = false;
     if (::flock(file.fd(), LOCK_EX | LOCK_NB) == 0) {
       if (::fstat(file.fd(), &opened) == 0 && ::stat(path.c_str(), &current) == 0 && sameFile(opened, current))
         return file;
-      continue;  // replaced meanwhile: the new file is the one to lock
-    }
-    if (errno != EWOULDBLOCK && errno != EINTR) {
+      replaced = true;  // the holder put a new file in this place: that one is to be locked
+    } else if (errno != EWOULDBLOCK && errno != EINTR) {
       const int error = errno;
       file.close();
       errno = error;
@@ -103,7 +103,7 @@ File openAndLock(const std::string& path, int flags) {
       errno = EWOULDBLOCK;
       return File();
     }
-    std::this_thread::sleep_for(kLockPoll);
+    if (!replaced) std::this_thread::sleep_for(kLockPoll);
   }
 }
 
