@@ -214,46 +214,82 @@ TEST_P(DefaultTagDataTest, OversizedDefaultPictureIsRefusedUnread) {
   EXPECT_TRUE(log.has(LogWarning, "is too large")) << log.dump();
 }
 
-// One V2 field of set 2 applied on its own: that field changes, nothing else.
-struct V2FieldRow {
-  const char* field;
-  const char* value;
-  std::function<void(TagData&)> expect;
+// Set `index` applied to track(): the tag expected afterwards, made from track()
+// by `expect`. Whole tags are compared, so any field the row does not name must
+// stay as it was.
+struct ApplyRow {
+  const char* name;
+  Seed seed;
+  int index;
+  std::function<void(ID3Tag&)> expect;
 };
 
-TEST_P(DefaultTagDataTest, EachV2FieldIsTakenFromItsDefaultAndNothingElseMoves) {
-  const V2FieldRow rows[]{
-      {"title", "New title", [](TagData& d) { d.title = UnicodeText::latin1("New title"); }},
-      {"album", "Nouvel album é",
-       [](TagData& d) { d.album = UnicodeText::latin1("Nouvel album \xE9"); }},
-      {"artist", "Сергей", [](TagData& d) { d.artist = UnicodeText::utf16(u"Сергей"); }},
-      {"comment", "A comment", [](TagData& d) { d.comment = UnicodeText::latin1("A comment"); }},
-      {"year", "2024", [](TagData& d) { d.year = "2024"; }},
-      {"composer", "Satie", [](TagData& d) { d.composer = UnicodeText::latin1("Satie"); }},
-      {"orig. artist", "Someone",
-       [](TagData& d) { d.origArtist = UnicodeText::latin1("Someone"); }},
-      {"copyright", "(c) 2024", [](TagData& d) { d.copyright = UnicodeText::latin1("(c) 2024"); }},
-      {"URL", "http://new.example", [](TagData& d) { d.url = "http://new.example"; }},
-      {"encoder", "LAME", [](TagData& d) { d.encodedBy = "LAME"; }},
-      {"track", "12", [](TagData& d) { d.track = 12; }},
-      {"tracks", "14", [](TagData& d) { d.tracks = 14; }},
-      {"genre", "Trance", [](TagData& d) { d.genre = UnicodeText::latin1("Trance"); }},
+TEST_P(DefaultTagDataTest, ApplyingASetChangesExactlyWhatItSupplies) {
+  using T = ID3Tag&;
+  const auto latin1 = [](const char* text) { return UnicodeText::latin1(text); };
+  const Seed v2Only{{"Apply defaults to V1 tags", false}};
+  const ApplyRow rows[]{
+      {"title", useDefault("title", 2, "New title") + v2Only, 2,
+       [&](T t) { t.tagData.title = latin1("New title"); }},
+      {"album", useDefault("album", 2, "Nouvel album é") + v2Only, 2,
+       [&](T t) { t.tagData.album = latin1("Nouvel album \xE9"); }},
+      {"artist", useDefault("artist", 2, "Сергей") + v2Only, 2,
+       [](T t) { t.tagData.artist = UnicodeText::utf16(u"Сергей"); }},
+      {"comment", useDefault("comment", 2, "A comment") + v2Only, 2,
+       [&](T t) { t.tagData.comment = latin1("A comment"); }},
+      {"year", useDefault("year", 2, "2024") + v2Only, 2, [](T t) { t.tagData.year = "2024"; }},
+      {"composer", useDefault("composer", 2, "Satie") + v2Only, 2,
+       [&](T t) { t.tagData.composer = latin1("Satie"); }},
+      {"orig. artist", useDefault("orig. artist", 2, "Someone") + v2Only, 2,
+       [&](T t) { t.tagData.origArtist = latin1("Someone"); }},
+      {"copyright", useDefault("copyright", 2, "(c) 2024") + v2Only, 2,
+       [&](T t) { t.tagData.copyright = latin1("(c) 2024"); }},
+      {"URL", useDefault("URL", 2, "http://new.example") + v2Only, 2,
+       [](T t) { t.tagData.url = "http://new.example"; }},
+      {"encoder", useDefault("encoder", 2, "LAME") + v2Only, 2,
+       [](T t) { t.tagData.encodedBy = "LAME"; }},
+      {"track", useDefault("track", 2, "12") + v2Only, 2, [](T t) { t.tagData.track = 12; }},
+      {"tracks", useDefault("tracks", 2, "14") + v2Only, 2, [](T t) { t.tagData.tracks = 14; }},
+      {"genre", useDefault("genre", 2, "Trance") + v2Only, 2,
+       [&](T t) { t.tagData.genre = latin1("Trance"); }},
+      // Another set's keys say nothing about this one.
+      {"set 0 is not set 2", useDefault("title", 0, "Zero") + useDefault("track", 0, "4"), 2,
+       [](T) {}},
+      {"empty set", {}, 0, [](T) {}},
+      {"enabled but empty", useDefault("title", 0, QVariant()) + useDefault("track", 0, QVariant()) +
+                                useDefault("URL", 0, ""), 0,
+       [](T t) {
+         t.v1.title.clear();
+         t.v1.track = kUnsetV1;
+         t.tagData.title = UnicodeText();
+         t.tagData.track = kUnsetNumber;
+         t.tagData.url.clear();
+       }},
+      {"no Unicode", useDefault("artist", 0, "Сергей and Zoë") + v2Only +
+                         Seed{{"Allow Unicode text", false}}, 0,
+       [&](T t) { t.tagData.artist = latin1("?????? and Zo\xEB"); }},
+      {"remove all data", useDefault("title", 5, "Only this") + Seed{{"Remove all data", true}}, 5,
+       [&](T t) {
+         t.tagData = TagData();
+         t.tagData.enabled = true;
+         t.tagData.title = latin1("Only this");
+         t.v1 = V1Tag();
+         t.v1.enabled = true;
+         t.v1.title = "Only this";
+       }},
   };
-  for (const V2FieldRow& row : rows) {
-    PreferencesController& prefs =
-        open(useDefault(row.field, 2, row.value) + Seed{{"Apply defaults to V1 tags", false}});
+  for (const ApplyRow& row : rows) {
+    SCOPED_TRACE(row.name);
+    PreferencesController& prefs = open(row.seed);
     ID3Tag t = track();
-    TagData expected = t.tagData;
+    ID3Tag expected = track();
     row.expect(expected);
-    const V1Tag v1Before = t.v1;
-
-    setDefaultTagData(t, 2, prefs);
-    EXPECT_EQ(t.tagData, expected) << row.field;
-    EXPECT_EQ(t.v1, v1Before) << row.field;
-    // The same keys of set 0 are not set 2's.
-    ID3Tag other = track();
-    setDefaultTagData(other, 0, prefs);
-    EXPECT_EQ(other.tagData, track().tagData) << row.field;
+    setDefaultTagData(t, row.index, prefs);
+    EXPECT_EQ(t.tagData, expected.tagData);
+    EXPECT_EQ(t.tagData.artist.unicode, expected.tagData.artist.unicode);
+    EXPECT_EQ(t.v1, expected.v1);
+    EXPECT_TRUE(t.v1Changed);
+    EXPECT_TRUE(t.v2Changed);
   }
 }
 
@@ -278,15 +314,6 @@ TEST_P(DefaultTagDataTest, V1FieldsTakeTheirDefaultsCutToTheirWidthsButNeverTheG
   EXPECT_EQ(t.tagData.genre, UnicodeText::latin1("Jazz"));
 }
 
-TEST_P(DefaultTagDataTest, V1IsLeftAloneUnlessDefaultsApplyToIt) {
-  PreferencesController& prefs =
-      open(useDefault("title", 0, "New") + Seed{{"Apply defaults to V1 tags", false}});
-  ID3Tag t = track();
-  setDefaultTagData(t, 0, prefs);
-  EXPECT_EQ(t.v1, track().v1);
-  EXPECT_EQ(t.tagData.title, UnicodeText::latin1("New"));
-}
-
 TEST_P(DefaultTagDataTest, NumbersAreTheIntegerValuesOfTheTexts) {
   struct Row {
     const char* text;
@@ -305,45 +332,6 @@ TEST_P(DefaultTagDataTest, NumbersAreTheIntegerValuesOfTheTexts) {
     EXPECT_EQ(t.tagData.track, row.v2Track) << '"' << row.text << '"';
     EXPECT_EQ(t.tagData.tracks, row.v2Track) << '"' << row.text << '"';
   }
-}
-
-TEST_P(DefaultTagDataTest, EnabledEmptyDefaultEmptiesTheField) {
-  PreferencesController& prefs =
-      open(useDefault("title", 0, QVariant()) + useDefault("track", 0, QVariant()) +
-           useDefault("URL", 0, ""));
-  ID3Tag t = track();
-  setDefaultTagData(t, 0, prefs);
-  EXPECT_TRUE(t.v1.title.empty());
-  EXPECT_EQ(t.v1.track, kUnsetV1);
-  EXPECT_TRUE(t.tagData.title.empty());
-  EXPECT_EQ(t.tagData.track, kUnsetNumber);
-  EXPECT_TRUE(t.tagData.url.empty());
-  EXPECT_EQ(t.tagData.album, track().tagData.album);  // not supplied: kept
-}
-
-TEST_P(DefaultTagDataTest, TextsStayLatin1WhenUnicodeIsNotAllowed) {
-  PreferencesController& prefs =
-      open(useDefault("artist", 0, "Сергей and Zoë") + Seed{{"Allow Unicode text", false}});
-  ID3Tag t = track();
-  setDefaultTagData(t, 0, prefs);
-  EXPECT_EQ(t.tagData.artist, UnicodeText::latin1("?????? and Zo\xEB"));
-  EXPECT_FALSE(t.tagData.artist.unicode);
-}
-
-TEST_P(DefaultTagDataTest, RemoveAllDataClearsEveryFieldBeforeTheDefaults) {
-  PreferencesController& prefs =
-      open(useDefault("title", 5, "Only this") + Seed{{"Remove all data", true}});
-  ID3Tag t = track();
-  setDefaultTagData(t, 5, prefs);
-
-  TagData expectedV2;
-  expectedV2.enabled = true;
-  expectedV2.title = UnicodeText::latin1("Only this");
-  EXPECT_EQ(t.tagData, expectedV2);
-  V1Tag expectedV1;
-  expectedV1.enabled = true;
-  expectedV1.title = "Only this";
-  EXPECT_EQ(t.v1, expectedV1);
 }
 
 TEST_P(DefaultTagDataTest, CompilationIsSetOnlyWhenTheSetUsesIt) {
@@ -421,15 +409,6 @@ TEST_P(DefaultTagDataTest, ReplacingWithAMissingPictureRemovesThemAll) {
   ID3Tag kept = track();
   EXPECT_TRUE(setDefaultTagData(kept, 0, adding).showPicture);
   EXPECT_EQ(kept.tagData.picdata, track().tagData.picdata);
-}
-
-TEST_P(DefaultTagDataTest, ApplyingMarksBothTagsChanged) {
-  ID3Tag t = track();
-  const TagData before = t.tagData;
-  setDefaultTagData(t, 0, open());
-  EXPECT_TRUE(t.v1Changed);
-  EXPECT_TRUE(t.v2Changed);
-  EXPECT_EQ(t.tagData, before);  // an empty set supplies nothing
 }
 
 INSTANTIATE_TEST_SUITE_P(Stores, DefaultTagDataTest,

@@ -89,39 +89,23 @@ std::vector<std::string> readLines(Helper& helper, size_t count) {
 TEST(TwoProcesses, ValuesWrittenByOneReadInTheOtherWithTheirTypes) {
   TempDir dir;
   const std::string path = dir.file("Meloscribe.json");
-  Helper writer({"write",
-                 path,
-                 "Copy title",
-                 "bool",
-                 "true",
-                 "Show splash",
-                 "bool",
-                 "false",
-                 "Tag 2 version",
-                 "int",
-                 "4",
-                 "Default path",
-                 "string",
-                 "/srv/Musik/Björk",
-                 "User genre list",
-                 "list",
-                 "Gqom|Blues/R&B",
-                 "Ratio",
-                 "double",
-                 "2.5",
-                 "Nothing",
-                 "null",
-                 ""});
+  Helper writer({"write", path,
+                 "Copy title", "bool", "true",
+                 "Show splash", "bool", "false",
+                 "Tag 2 version", "int", "4",
+                 "Default path", "string", "/srv/Musik/Björk",
+                 "User genre list", "list", "Gqom|Blues/R&B",
+                 "Ratio", "double", "2.5",
+                 "Nothing", "null", ""});
   ASSERT_EQ(writer.wait(), 0);
 
   SettingsFileStore store(QString::fromStdString(path));
-  EXPECT_EQ(store.value("Copy title")->typeId(), QMetaType::Bool);
-  EXPECT_EQ(store.value("Show splash")->typeId(), QMetaType::Bool);
-  EXPECT_EQ(store.value("Tag 2 version")->typeId(), QMetaType::LongLong);
-  EXPECT_EQ(store.value("Default path")->typeId(), QMetaType::QString);
-  EXPECT_EQ(store.value("User genre list")->typeId(), QMetaType::QVariantList);
-  EXPECT_EQ(store.value("Ratio")->typeId(), QMetaType::Double);
-  EXPECT_EQ(store.value("Nothing")->typeId(), QMetaType::Nullptr);
+  const std::pair<const char*, QMetaType::Type> types[]{
+      {"Copy title", QMetaType::Bool},          {"Show splash", QMetaType::Bool},
+      {"Tag 2 version", QMetaType::LongLong},   {"Default path", QMetaType::QString},
+      {"User genre list", QMetaType::QVariantList}, {"Ratio", QMetaType::Double},
+      {"Nothing", QMetaType::Nullptr}};
+  for (const auto& [key, type] : types) EXPECT_EQ(store.value(key)->typeId(), type) << key;
 
   PreferencesController prefs(std::make_unique<SettingsFileStore>(QString::fromStdString(path)),
                               dir.path());
