@@ -184,19 +184,6 @@ TEST(RemoveCommand, TheV1RemovalTakesTheApeTagWhenAsked) {
   EXPECT_EQ(readFile(path), audio);
 }
 
-TEST(RemoveCommand, UsageErrors) {
-  TempDir dir;
-  const std::string path = dir.write("a.mp3", cbrAudio(4));
-  for (const QStringList& args : {QStringList{"remove", QString::fromStdString(path)},
-                                  QStringList{"remove", "--v1", "--v2", QString::fromStdString(path)},
-                                  QStringList{"remove", "--v1"}, QStringList{"convert", "--to", "5", "x.mp3"},
-                                  QStringList{"convert", QString::fromStdString(path)}}) {
-    const CommandResult result = runMelos(args);
-    EXPECT_EQ(result.code, ExitCode::Usage) << args.join(' ').toStdString();
-    EXPECT_NE(result.err.find("Usage: melos"), std::string::npos);
-  }
-}
-
 TEST(ConvertCommand, TheCommandLineTakesTheUsersPreferences) {
   TempDir home;
   ScopedEnv data("XDG_DATA_HOME", home.path());
