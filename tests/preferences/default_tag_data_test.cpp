@@ -33,29 +33,6 @@ Seed operator+(Seed a, const Seed& b) {
   return a;
 }
 
-using TextGetter = std::optional<std::string> (PreferencesController::*)(int) const;
-
-struct TextGetterRow {
-  const char* field;  // as in "Use default <field>" / "Default <field>"
-  TextGetter getter;
-};
-
-const TextGetterRow kTextGetters[]{
-    {"title", &PreferencesController::getDefaultT2Title},
-    {"album", &PreferencesController::getDefaultT2Album},
-    {"artist", &PreferencesController::getDefaultT2Artist},
-    {"comment", &PreferencesController::getDefaultT2Comment},
-    {"composer", &PreferencesController::getDefaultT2Composer},
-    {"copyright", &PreferencesController::getDefaultT2Copyright},
-    {"encoder", &PreferencesController::getDefaultT2EncodedBy},
-    {"genre", &PreferencesController::getDefaultT2Genre},
-    {"track", &PreferencesController::getDefaultT2Track},
-    {"tracks", &PreferencesController::getDefaultT2OfTracks},
-    {"orig. artist", &PreferencesController::getDefaultT2OriginalArtist},
-    {"URL", &PreferencesController::getDefaultT2URL},
-    {"year", &PreferencesController::getDefaultT2Year},
-};
-
 class DefaultTagDataTest : public StoreTest {
  protected:
   void writePicture(const std::string& name, const Bytes& bytes) { dir().write(name, bytes); }
@@ -93,41 +70,6 @@ class DefaultTagDataTest : public StoreTest {
     return t;
   }
 };
-
-TEST_P(DefaultTagDataTest, TextGettersSupplyAValueExactlyWhenTheSetUsesIt) {
-  for (const TextGetterRow& row : kTextGetters) {
-    for (int index : {0, 3, 9}) {
-      const std::string where = std::string(row.field) + " of set " + std::to_string(index);
-      const QString use = indexed((std::string("Use default ") + row.field).c_str(), index);
-      const QString value = indexed((std::string("Default ") + row.field).c_str(), index);
-
-      EXPECT_EQ((open().*row.getter)(index), std::nullopt) << where;
-      EXPECT_EQ((open({{value, "v"}}).*row.getter)(index), std::nullopt) << where;
-      EXPECT_EQ((open({{use, false}, {value, "v"}}).*row.getter)(index), std::nullopt) << where;
-      EXPECT_EQ((open({{use, 1}, {value, "v"}}).*row.getter)(index), std::nullopt) << where;
-      EXPECT_EQ((open({{use, true}}).*row.getter)(index), "") << where;
-      EXPECT_EQ((open({{use, true}, {value, "Välue"}}).*row.getter)(index), "Välue") << where;
-      // Another set's keys say nothing about this one.
-      EXPECT_EQ((open(useDefault(row.field, index + 1, "other")).*row.getter)(index), std::nullopt)
-          << where;
-    }
-  }
-}
-
-TEST_P(DefaultTagDataTest, CompilationHasAUseFlagAndABooleanValue) {
-  PreferencesController& none = open();
-  EXPECT_FALSE(none.useDefaultT2Compilation(2));
-  EXPECT_FALSE(none.getDefaultT2Compilation(2));
-
-  PreferencesController& set = open(useDefault("compilation", 2, true));
-  EXPECT_TRUE(set.useDefaultT2Compilation(2));
-  EXPECT_TRUE(set.getDefaultT2Compilation(2));
-  EXPECT_FALSE(set.useDefaultT2Compilation(0));
-  EXPECT_FALSE(set.getDefaultT2Compilation(0));
-
-  // The value is a boolean preference like any other: a number 1 is false.
-  EXPECT_FALSE(open(useDefault("compilation", 2, 1)).getDefaultT2Compilation(2));
-}
 
 TEST_P(DefaultTagDataTest, DefaultPictureIsReadFromTheOneSharedFile) {
   EXPECT_EQ(open().getDefaultPicture(0), std::nullopt);
@@ -252,9 +194,14 @@ TEST_P(DefaultTagDataTest, ApplyingASetChangesExactlyWhatItSupplies) {
       {"tracks", useDefault("tracks", 2, "14") + v2Only, 2, [](T t) { t.tagData.tracks = 14; }},
       {"genre", useDefault("genre", 2, "Trance") + v2Only, 2,
        [&](T t) { t.tagData.genre = latin1("Trance"); }},
-      // Another set's keys say nothing about this one.
+      // Another set's keys say nothing about this one; a value is used only
+      // under a use flag that is the boolean true.
       {"set 0 is not set 2", useDefault("title", 0, "Zero") + useDefault("track", 0, "4"), 2,
        [](T) {}},
+      {"set 3 is not set 2", useDefault("title", 3, "Three"), 2, [](T) {}},
+      {"no use flag", {{"Default title2", "x"}, {"Default orig. artist2", "y"}}, 2, [](T) {}},
+      {"use flag false", {{"Use default title2", false}, {"Default title2", "x"}}, 2, [](T) {}},
+      {"use flag 1", {{"Use default title2", 1}, {"Default title2", "x"}}, 2, [](T) {}},
       {"empty set", {}, 0, [](T) {}},
       {"enabled but empty", useDefault("title", 0, QVariant()) + useDefault("track", 0, QVariant()) +
                                 useDefault("URL", 0, ""), 0,
@@ -345,6 +292,8 @@ TEST_P(DefaultTagDataTest, CompilationIsSetOnlyWhenTheSetUsesIt) {
       {useDefault("compilation", 3, true), false, true},
       {useDefault("compilation", 3, false), true, false},
       {useDefault("compilation", 3, QVariant()), true, false},
+      {useDefault("compilation", 3, 1), true, false},  // a number 1 is no boolean
+      {useDefault("compilation", 2, true), false, false},
   };
   for (const Row& row : rows) {
     PreferencesController& prefs = open(row.seed);

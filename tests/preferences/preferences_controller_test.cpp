@@ -385,7 +385,6 @@ TEST_P(PreferencesControllerTest, WritesStoreTheirTypeAndSyncOnlyWhenTheyMust) {
       {"splash 1", [](P p) { p.setShowSplash(1); }, {"set:Show splash", "sync"}, "Show splash", true},
       {"splash 0", [](P p) { p.setShowSplash(0); }, {"set:Show splash", "sync"}, "Show splash", false},
       {"splash 2", [](P p) { p.setShowSplash(2); }, {"set:Show splash", "sync"}, "Show splash", false},
-      {"splash -1", [](P p) { p.setShowSplash(-1); }, {"set:Show splash", "sync"}, "Show splash", false},
       {"recent list", [](P p) { p.clearRecentList("V2 genre"); }, {"remove:V2 genre", "sync"},
        "V2 genre", QVariant()},
       {"window", [](P p) { p.setWindowPosition("{{5, 6}, {700, 500}}"); },
