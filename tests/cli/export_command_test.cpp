@@ -13,11 +13,6 @@ namespace {
 
 using cli::ExitCode;
 
-std::string contents(const std::string& path) {
-  const Bytes bytes = readFile(path);
-  return std::string(bytes.begin(), bytes.end());
-}
-
 Bytes richMp3() { return mp3File({richV23Tag(), cbrAudio(20), {}, richV1Tag()}); }
 Bytes plainMp3() { return mp3File({{}, cbrAudio(20), {}, {}}); }
 
@@ -41,7 +36,7 @@ TEST(ExportCommandTest, XmlDocumentOfOneFile) {
   ASSERT_EQ(result.code, ExitCode::Ok) << result.err;
   EXPECT_NE(result.out.find("exported to " + out), std::string::npos) << result.out;
 
-  const std::string text = contents(out);
+  const std::string text = fileText(out);
   QXmlStreamReader reader(QByteArray::fromStdString(text));
   std::map<std::string, std::string> v1, v2;
   std::string block, folder;
@@ -84,7 +79,7 @@ TEST(ExportCommandTest, CsvRowsAreAppendedAndAMissingFileDoesNotStopTheOthers) {
 
   result = runMelos(exportArgs({"--csv", out, one}));
   ASSERT_EQ(result.code, ExitCode::Ok) << result.err;
-  const std::string text = contents(out);
+  const std::string text = fileText(out);
   EXPECT_EQ(text.rfind("\xEF\xBB\xBFTrack,Tracks,Title,", 0), 0u);
   EXPECT_EQ(countOf(text, "Track,Tracks"), 1u);
   EXPECT_EQ(countOf(text, "\r\n"), 4u);  // the header and three rows
@@ -98,7 +93,7 @@ TEST(ExportCommandTest, AFileWithoutV2TagExportsNothing) {
   const CommandResult result = runMelos(exportArgs({"--csv", out, plain}));
   EXPECT_EQ(result.code, ExitCode::Ok) << result.err;
   EXPECT_NE(result.out.find("no ID3v2 tag"), std::string::npos) << result.out;
-  EXPECT_EQ(countOf(contents(out), "\r\n"), 1u);
+  EXPECT_EQ(countOf(fileText(out), "\r\n"), 1u);
 }
 
 TEST(ExportCommandTest, AnUnwritableTargetFails) {

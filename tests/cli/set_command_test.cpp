@@ -26,12 +26,6 @@ namespace {
 
 using cli::ExitCode;
 
-ID3Tag reopen(const std::string& path) {
-  ID3Tag track;
-  OpenTrack(track, path, kScanQuick, nullptr, false);
-  return track;
-}
-
 // A tag that differs from file to file and holds frames a save must keep.
 Bytes fileTag(int n) {
   const std::string k = std::to_string(n);
