@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <functional>
 
 #include "engine/log.h"
@@ -71,26 +72,6 @@ class DefaultTagDataTest : public StoreTest {
   }
 };
 
-TEST_P(DefaultTagDataTest, DefaultPictureIsReadFromTheOneSharedFile) {
-  EXPECT_EQ(open().getDefaultPicture(0), std::nullopt);
-
-  PreferencesController& prefs = open({{"Use default picture7", true}});
-  EXPECT_EQ(prefs.defaultPicturePath(7), dir().file("default0.img"));
-  EXPECT_EQ(prefs.defaultPicturePath(0), dir().file("default0.img"));
-
-  std::optional<DefaultPicture> missing = prefs.getDefaultPicture(7);
-  ASSERT_TRUE(missing.has_value());
-  EXPECT_FALSE(missing->image.has_value());
-
-  writePicture("default7.img", kPng);  // never read: every set shares file 0
-  writePicture("default0.img", kJpeg);
-  std::optional<DefaultPicture> picture = prefs.getDefaultPicture(7);
-  ASSERT_TRUE(picture && picture->image);
-  EXPECT_EQ(picture->image->data, kJpeg);
-  EXPECT_EQ(picture->image->pictureSubtype, "jpeg");
-  EXPECT_EQ(prefs.getDefaultPicture(6), std::nullopt);  // set 6 does not use it
-}
-
 TEST(DefaultPictureFile, IsWrittenOrItsFailureIsTheAlertMessage) {
   LogCapture log;
   TempDir dir;
@@ -111,49 +92,54 @@ TEST(DefaultPictureFile, IsWrittenOrItsFailureIsTheAlertMessage) {
   EXPECT_TRUE(log.has(LogError, failure)) << log.dump();
 }
 
-TEST_P(DefaultTagDataTest, DefaultPictureMustBeAnAcceptedKind) {
+// Every set shares file 0, which gives an image only when it is of an accepted
+// kind and size; a refused file is worth a line in the log, an empty one is unset.
+TEST_P(DefaultTagDataTest, DefaultPictureIsTheSharedFileWhenItIsAnAcceptedImage) {
   struct Row {
     const char* name;
-    Bytes bytes;
-    const char* subtype;  // nullptr: no image
+    std::optional<Bytes> bytes;  // none: no file
+    const char* subtype;         // nullptr: no image
+    const char* warning;         // nullptr: nothing logged
+    off_t size = 0;              // when not 0, the file is grown to it
   };
   const Row rows[]{
-      {"jpeg", kJpeg, "jpeg"},
-      {"png", kPng, "png"},
-      {"gif", {'G', 'I', 'F', '8', '9', 'a'}, "gif"},
-      {"big-endian tiff", {'M', 'M', 0x00, 0x2A}, "tiff"},
-      {"bmp", {'B', 'M', 0x10, 0x00}, "bmp"},
-      {"little-endian tiff", {'I', 'I', 0x2A, 0x00}, nullptr},
-      {"text", {'h', 'e', 'l', 'l', 'o'}, nullptr},
-      {"empty", {}, nullptr},
+      {"missing", std::nullopt, nullptr, nullptr},
+      {"jpeg", kJpeg, "jpeg", nullptr},
+      {"png", kPng, "png", nullptr},
+      {"gif", Bytes{'G', 'I', 'F', '8', '9', 'a'}, "gif", nullptr},
+      {"big-endian tiff", Bytes{'M', 'M', 0x00, 0x2A}, "tiff", nullptr},
+      {"bmp", Bytes{'B', 'M', 0x10, 0x00}, "bmp", nullptr},
+      {"little-endian tiff", Bytes{'I', 'I', 0x2A, 0x00}, nullptr, "is not an accepted image"},
+      {"text", Bytes{'h', 'e', 'l', 'l', 'o'}, nullptr, "is not an accepted image"},
+      {"empty", Bytes{}, nullptr, nullptr},
+      {"oversized", kJpeg, nullptr, "is too large", static_cast<off_t>(kMaxDefaultPictureBytes + 1)},
   };
-  PreferencesController& prefs = open({{"Use default picture", true}});
+  EXPECT_EQ(open().getDefaultPicture(0), std::nullopt);
+  PreferencesController& prefs = open({{"Use default picture7", true}});
+  EXPECT_EQ(prefs.defaultPicturePath(7), dir().file("default0.img"));
+  EXPECT_EQ(prefs.defaultPicturePath(0), dir().file("default0.img"));
+  EXPECT_EQ(prefs.getDefaultPicture(6), std::nullopt);  // set 6 does not use it
+  writePicture("default7.img", kPng);                    // never read
   for (const Row& row : rows) {
-    writePicture("default0.img", row.bytes);
+    SCOPED_TRACE(row.name);
+    std::filesystem::remove(dir().file("default0.img"));
+    if (row.bytes) writePicture("default0.img", *row.bytes);
+    if (row.size != 0) {
+      ASSERT_EQ(truncate(dir().file("default0.img").c_str(), row.size), 0);
+    }
     LogCapture log;
-    std::optional<DefaultPicture> picture = prefs.getDefaultPicture(0);
-    ASSERT_TRUE(picture.has_value()) << row.name;
-    if (row.subtype == nullptr) {
-      EXPECT_FALSE(picture->image.has_value()) << row.name;
-      // A refused file is worth a line in the log; an empty one is simply unset.
-      EXPECT_EQ(log.has(LogWarning, "is not an accepted image"), !row.bytes.empty()) << row.name;
-    } else {
-      ASSERT_TRUE(picture->image.has_value()) << row.name;
-      EXPECT_EQ(picture->image->pictureSubtype, row.subtype) << row.name;
-      EXPECT_EQ(picture->image->data, row.bytes) << row.name;
+    const std::optional<DefaultPicture> picture = prefs.getDefaultPicture(7);
+    ASSERT_TRUE(picture.has_value());
+    ASSERT_EQ(picture->image.has_value(), row.subtype != nullptr);
+    if (row.subtype != nullptr) {
+      EXPECT_EQ(picture->image->pictureSubtype, row.subtype);
+      EXPECT_EQ(picture->image->data, *row.bytes);
+    }
+    EXPECT_EQ(log.count(LogWarning), row.warning == nullptr ? 0u : 1u) << log.dump();
+    if (row.warning != nullptr) {
+      EXPECT_TRUE(log.has(LogWarning, row.warning)) << log.dump();
     }
   }
-}
-
-TEST_P(DefaultTagDataTest, OversizedDefaultPictureIsRefusedUnread) {
-  const std::string path = dir().write("default0.img", kJpeg);
-  ASSERT_EQ(truncate(path.c_str(), static_cast<off_t>(kMaxDefaultPictureBytes + 1)), 0);
-  LogCapture log;
-  std::optional<DefaultPicture> picture =
-      open({{"Use default picture", true}}).getDefaultPicture(0);
-  ASSERT_TRUE(picture.has_value());
-  EXPECT_FALSE(picture->image.has_value());
-  EXPECT_TRUE(log.has(LogWarning, "is too large")) << log.dump();
 }
 
 // Set `index` applied to track(): the tag expected afterwards, made from track()
