@@ -9,6 +9,7 @@
 #include <sstream>
 
 #include "cli/cli.h"
+#include "engine/open_track.h"
 #include "tests/support/id3v1_builder.h"
 #include "tests/support/id3v2_builder.h"
 #include "tests/support/mpeg_builder.h"
@@ -92,6 +93,17 @@ QStringList qpaths(std::initializer_list<std::string> paths) {
   QStringList list;
   for (const std::string& path : paths) list << QString::fromStdString(path);
   return list;
+}
+
+ID3Tag reopen(const std::string& path) {
+  ID3Tag track;
+  OpenTrack(track, path, kScanQuick, nullptr, false);
+  return track;
+}
+
+std::string fileText(const std::string& path) {
+  const Bytes bytes = readFile(path);
+  return std::string(bytes.begin(), bytes.end());
 }
 
 }  // namespace melos::test

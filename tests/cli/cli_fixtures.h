@@ -8,6 +8,7 @@
 
 #include "cli/exit_code.h"
 #include "engine/bytes.h"
+#include "engine/id3_tag.h"
 
 namespace melos::test {
 
@@ -37,5 +38,11 @@ CommandResult runMelos(const QStringList& arguments);
 QJsonArray showJson(const QStringList& files, cli::ExitCode* code = nullptr);
 
 QStringList qpaths(std::initializer_list<std::string> paths);
+
+// The track as a new quick open reads it from disk.
+ID3Tag reopen(const std::string& path);
+
+// A file's bytes as text.
+std::string fileText(const std::string& path);
 
 }  // namespace melos::test

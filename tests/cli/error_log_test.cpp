@@ -63,11 +63,6 @@ class StderrToFile {
   int saved_;
 };
 
-std::string fileText(const std::string& path) {
-  const Bytes bytes = readFile(path);
-  return std::string(bytes.begin(), bytes.end());
-}
-
 TEST(ErrorLogTest, AFailedSaveIsExplainedInTheLogNotOnTheTerminal) {
   TempDir dir;
   const ScopedEnv stateHome("XDG_STATE_HOME", dir.file("state"));

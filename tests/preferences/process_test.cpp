@@ -3,12 +3,9 @@
 // killed while saving leaves a whole file behind.
 
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <QFile>
+#include <QProcess>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <chrono>
@@ -21,63 +18,40 @@
 #include "tests/preferences/store_fixture.h"
 #include "tests/support/temp_dir.h"
 
-extern char** environ;
-
 namespace melos::test {
 namespace {
 
-// The settings helper as a child process with its standard output on a pipe.
+// The settings helper as a child process, its standard output read line by line.
 class Helper {
  public:
-  explicit Helper(std::vector<std::string> args) {
-    args.insert(args.begin(), MELOS_SETTINGS_HELPER);
-    std::vector<char*> argv;
-    for (std::string& arg : args) argv.push_back(arg.data());
-    argv.push_back(nullptr);
-
-    int fds[2];
-    if (pipe(fds) != 0) throw std::runtime_error("pipe failed");
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, fds[1], STDOUT_FILENO);
-    posix_spawn_file_actions_addclose(&actions, fds[0]);
-    posix_spawn_file_actions_addclose(&actions, fds[1]);
-    const int error = posix_spawn(&pid_, argv[0], &actions, nullptr, argv.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    close(fds[1]);
-    out_ = fds[0];
-    if (error != 0) throw std::runtime_error("cannot start the settings helper");
+  explicit Helper(const std::vector<std::string>& args) {
+    QStringList arguments;
+    for (const std::string& arg : args) arguments << QString::fromStdString(arg);
+    process_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    process_.start(QStringLiteral(MELOS_SETTINGS_HELPER), arguments);
+    if (!process_.waitForStarted()) throw std::runtime_error("cannot start the settings helper");
   }
   ~Helper() {
-    if (pid_ > 0) {
-      ::kill(pid_, SIGKILL);
-      waitpid(pid_, nullptr, 0);
-    }
-    if (out_ >= 0) close(out_);
+    process_.kill();
+    process_.waitForFinished();
   }
-  Helper(const Helper&) = delete;
-  Helper& operator=(const Helper&) = delete;
 
   std::string readLine() {
-    std::string line;
-    char c;
-    while (read(out_, &c, 1) == 1 && c != '\n') line += c;
-    return line;
+    while (!process_.canReadLine() && process_.waitForReadyRead(60000)) {
+    }
+    return process_.readLine().trimmed().toStdString();
   }
 
-  // The exit code, or 128 plus the signal that ended the helper.
+  // The exit code, or -1 when the helper did not end by itself.
   int wait() {
-    int status = 0;
-    waitpid(pid_, &status, 0);
-    pid_ = -1;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    process_.waitForFinished(-1);
+    return process_.exitStatus() == QProcess::NormalExit ? process_.exitCode() : -1;
   }
 
-  void kill() { ::kill(pid_, SIGKILL); }
+  void kill() { process_.kill(); }
 
  private:
-  pid_t pid_ = -1;
-  int out_ = -1;
+  QProcess process_;
 };
 
 std::vector<std::string> readLines(Helper& helper, size_t count) {
@@ -89,39 +63,23 @@ std::vector<std::string> readLines(Helper& helper, size_t count) {
 TEST(TwoProcesses, ValuesWrittenByOneReadInTheOtherWithTheirTypes) {
   TempDir dir;
   const std::string path = dir.file("Meloscribe.json");
-  Helper writer({"write",
-                 path,
-                 "Copy title",
-                 "bool",
-                 "true",
-                 "Show splash",
-                 "bool",
-                 "false",
-                 "Tag 2 version",
-                 "int",
-                 "4",
-                 "Default path",
-                 "string",
-                 "/srv/Musik/Björk",
-                 "User genre list",
-                 "list",
-                 "Gqom|Blues/R&B",
-                 "Ratio",
-                 "double",
-                 "2.5",
-                 "Nothing",
-                 "null",
-                 ""});
+  Helper writer({"write", path,
+                 "Copy title", "bool", "true",
+                 "Show splash", "bool", "false",
+                 "Tag 2 version", "int", "4",
+                 "Default path", "string", "/srv/Musik/Björk",
+                 "User genre list", "list", "Gqom|Blues/R&B",
+                 "Ratio", "double", "2.5",
+                 "Nothing", "null", ""});
   ASSERT_EQ(writer.wait(), 0);
 
   SettingsFileStore store(QString::fromStdString(path));
-  EXPECT_EQ(store.value("Copy title")->typeId(), QMetaType::Bool);
-  EXPECT_EQ(store.value("Show splash")->typeId(), QMetaType::Bool);
-  EXPECT_EQ(store.value("Tag 2 version")->typeId(), QMetaType::LongLong);
-  EXPECT_EQ(store.value("Default path")->typeId(), QMetaType::QString);
-  EXPECT_EQ(store.value("User genre list")->typeId(), QMetaType::QVariantList);
-  EXPECT_EQ(store.value("Ratio")->typeId(), QMetaType::Double);
-  EXPECT_EQ(store.value("Nothing")->typeId(), QMetaType::Nullptr);
+  const std::pair<const char*, QMetaType::Type> types[]{
+      {"Copy title", QMetaType::Bool},          {"Show splash", QMetaType::Bool},
+      {"Tag 2 version", QMetaType::LongLong},   {"Default path", QMetaType::QString},
+      {"User genre list", QMetaType::QVariantList}, {"Ratio", QMetaType::Double},
+      {"Nothing", QMetaType::Nullptr}};
+  for (const auto& [key, type] : types) EXPECT_EQ(store.value(key)->typeId(), type) << key;
 
   PreferencesController prefs(std::make_unique<SettingsFileStore>(QString::fromStdString(path)),
                               dir.path());
@@ -207,7 +165,7 @@ TEST(TwoProcesses, KilledWhileSavingLeavesAWholeFile) {
     ASSERT_EQ(churn.readLine(), "ready");
     std::this_thread::sleep_for(std::chrono::milliseconds(delayMs));
     churn.kill();
-    EXPECT_EQ(churn.wait(), 128 + SIGKILL);
+    EXPECT_EQ(churn.wait(), -1);
 
     QFile file(qpath);
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));

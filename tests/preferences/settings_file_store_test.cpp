@@ -53,21 +53,6 @@ TEST_P(StoreKindTest, RemovingTheEmptyKeyRemovesNothing) {
 INSTANTIATE_TEST_SUITE_P(Stores, StoreKindTest,
                          ::testing::Values(StoreKind::Memory, StoreKind::File), storeKindName);
 
-TEST(SettingsFileStore, ChangesReachTheFileOnlyAtSync) {
-  TempDir dir;
-  const QString path = QString::fromStdString(dir.file("Meloscribe.json"));
-  SettingsFileStore store(path);
-  store.setValue("Copy title", true);
-  store.setValue("Tag 2 version", 3);
-  EXPECT_TRUE(readSettingsFile(path).empty());
-
-  ASSERT_TRUE(store.sync());
-  auto saved = readSettingsFile(path);
-  EXPECT_EQ(saved["Copy title"], QVariant(true));
-  EXPECT_EQ(saved["Tag 2 version"].toInt(), 3);
-  EXPECT_EQ(saved.size(), 2u);
-}
-
 TEST(SettingsFileStore, SavingLeavesOnlyTheSettingsFileBehind) {
   TempDir dir;
   const QString path = QString::fromStdString(dir.file("Meloscribe.json"));

@@ -36,8 +36,6 @@ QString describe(const std::optional<QVariant>& value) {
     case QMetaType::Int:
     case QMetaType::LongLong:
       return QStringLiteral("int:") + QString::number(value->toLongLong());
-    case QMetaType::Double:
-      return QStringLiteral("double:") + QString::number(value->toDouble());
     case QMetaType::QString:
       return QStringLiteral("string:") + value->toString();
     case QMetaType::QVariantList:
@@ -46,8 +44,6 @@ QString describe(const std::optional<QVariant>& value) {
       for (const QVariant& item : value->toList()) items.append(item.toString());
       return QStringLiteral("list:") + items.join('|');
     }
-    case QMetaType::Nullptr:
-      return QStringLiteral("null:");
     default:
       return QStringLiteral("other:");
   }
