@@ -7,8 +7,6 @@
 
 #include <initializer_list>
 
-#include "engine/frames_read.h"
-
 namespace melos {
 namespace {
 
@@ -133,25 +131,6 @@ TEST(FrameWrite, BigEndianTextIsSwappedInTheField) {
   std::string latin1 = "\xFE\xFFx";
   writeFrame(out, "TIT2", latin1, false, error, 3, false);
   EXPECT_EQ(latin1, "\xFE\xFFx");
-}
-
-TEST(FrameWrite, GenreReadsBackAsItsName) {
-  struct Case {
-    Bytes text;
-    bool unicode;
-  };
-  const Case cases[] = {{ascii("blues"), false}, {ascii("Other"), false}, {ascii("Chiptune"), false},
-                        {ascii("Rock & Roll"), false}, {test::concat({kMarkLE, units("Rock")}), true},
-                        {test::concat({kMarkLE, units("Acid Jazz")}), true}, {test::concat({kMarkLE, units("Own Genre")}), true}};
-  for (const Case& c : cases) {
-    std::string text = stored(c.text);
-    Bytes out;
-    bool error = false;
-    ASSERT_GT(writeFrame(out, "TCON", text, c.unicode, error, 4, false), 10u);
-    UnicodeText written = decodeText(out[10], ByteSpan(out).subspan(11));
-    UnicodeText field{text, c.unicode};
-    EXPECT_EQ(genreFromText(written.toU16()), field.toU16()) << field.toUtf8();
-  }
 }
 
 TEST(FrameWrite, SizeForms) {
