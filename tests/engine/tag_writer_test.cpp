@@ -324,37 +324,6 @@ TEST(TagWriter, FrameOrder) {
   EXPECT_EQ(idsOf(build(track, 4)), ids);
 }
 
-TEST(TagWriter, RoundTripsThroughTheReader) {
-  test::LogCapture log;
-  for (int version : {3, 4}) {
-    for (bool unicode : {false, true}) {
-      for (bool trim : {false, true}) {
-        SCOPED_TRACE("2." + std::to_string(version) + (unicode ? " utf16" : " latin1") + (trim ? " trim" : ""));
-        ID3Tag written;
-        written.tagData = test::fullTagData(unicode);
-        written.v2Read = true;
-        if (version < 4) {
-          // Kept out of 2.3 by the version choice; see Version23HasNoVersion24Frames.
-          written.tagData.producednotice.clear();
-          written.tagData.mood.clear();
-        }
-        const Bytes tag = build(written, version, trim);
-        ID3Tag again = reread(tag);
-        EXPECT_EQ(again.v2Version, version);
-        EXPECT_EQ(CompareV2Tags(written, again, version), 0u);
-
-        const TagData expected = test::rereadForm(written.tagData, version);
-        const TagData& got = again.tagData;
-        EXPECT_TRUE(got == expected);
-
-        EXPECT_EQ(log.count(LogError), 0u) << log.dump();
-        // A second save of the reread track writes the same bytes.
-        EXPECT_EQ(build(again, version, trim), tag);
-      }
-    }
-  }
-}
-
 TEST(TagWriter, BigEndianTextsRoundTripLittleEndian) {
   ID3Tag written = trackWith([](TagData& d) {
     d.title = UnicodeText{encodeUtf16(u"Big \u4e2d", true), true};
