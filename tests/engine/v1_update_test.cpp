@@ -80,6 +80,8 @@ TEST(V1Save, FieldRules) {
   const Case cases[] = {
       {"30 characters are kept, a 31st is cut", with([](V1Tag& t) { t.title = std::string(31, 't'); }), false,
        with([](V1Tag& t) { t.title = std::string(30, 't'); })},
+      {"a 29-character comment fills byte 125", with([](V1Tag& t) { t.comment = std::string(29, 'c'); }), false,
+       with([](V1Tag& t) { t.comment = std::string(29, 'c'); })},
       {"the year has four", with([](V1Tag& t) { t.year = "19999"; }), false, with([](V1Tag& t) { t.year = "1999"; })},
       {"trimmed", with([](V1Tag& t) { t.artist = " \tA r\n"; }), true, with([](V1Tag& t) { t.artist = "A r"; })},
       {"untrimmed", with([](V1Tag& t) { t.artist = " A "; }), false, with([](V1Tag& t) { t.artist = " A "; })},
