@@ -90,8 +90,6 @@ void appendUtf8(Bytes& out, char32_t cp) {
   }
 }
 
-}  // namespace
-
 uint8_t encodingByte(Enc enc) {
   switch (enc) {
     case Enc::Latin1: return 0;
@@ -102,6 +100,8 @@ uint8_t encodingByte(Enc enc) {
   }
   return 0;
 }
+
+}  // namespace
 
 Bytes encodeText(Enc enc, std::u16string_view text, bool terminate) {
   Bytes out;
@@ -184,34 +184,6 @@ Bytes userTextBody(Enc enc, std::string_view description, std::string_view value
   return out;
 }
 
-Bytes userUrlBody(Enc enc, std::string_view description, std::string_view url) {
-  Bytes out{encodingByte(enc)};                     // text encoding of the description
-  append(out, encodeText(enc, description, true));  // description + terminator
-  appendLatin1(out, url);                           // URL, always Latin-1
-  return out;
-}
-
-Bytes pictureBody(Enc enc, std::string_view mime, uint8_t pictureType,
-                  std::string_view description, const Bytes& image) {
-  Bytes out{encodingByte(enc)};                     // text encoding of the description
-  appendLatin1(out, mime);                          // MIME type
-  out.push_back(0);                                 // its terminator
-  out.push_back(pictureType);                       // picture type
-  append(out, encodeText(enc, description, true));  // description + terminator
-  append(out, image);                               // image bytes
-  return out;
-}
-
-Bytes picture22Body(Enc enc, std::string_view format, uint8_t pictureType,
-                    std::string_view description, const Bytes& image) {
-  Bytes out{encodingByte(enc)};                                         // text encoding
-  appendLatin1(out, std::string(format).append(3, ' ').substr(0, 3));  // image format, 3 bytes
-  out.push_back(pictureType);                                          // picture type
-  append(out, encodeText(enc, description, true));                     // description + terminator
-  append(out, image);                                                  // image bytes
-  return out;
-}
-
 Bytes popularityBody(std::string_view email, uint8_t rating, uint64_t counter,
                      size_t counterBytes) {
   Bytes out;
@@ -222,16 +194,6 @@ Bytes popularityBody(std::string_view email, uint8_t rating, uint64_t counter,
     out.push_back(i > 8 ? uint8_t{0} : static_cast<uint8_t>(counter >> (8 * (i - 1))));
   return out;
 }
-
-Bytes uniqueIdBody(std::string_view owner, const Bytes& identifier) {
-  Bytes out;
-  appendLatin1(out, owner);  // owner identifier
-  out.push_back(0);          // its terminator
-  append(out, identifier);   // up to 64 bytes of identifier
-  return out;
-}
-
-Bytes podcastBody() { return Bytes(4, 0); }
 
 Bytes jpegBytes(size_t size) {
   Bytes out(std::max<size_t>(size, 4), 0x11);
@@ -261,23 +223,41 @@ Id3Frame userTextFrame(Enc enc, std::string_view description, std::string_view v
   return {std::move(id), userTextBody(enc, description, value)};
 }
 Id3Frame userUrlFrame(Enc enc, std::string_view description, std::string_view url, std::string id) {
-  return {std::move(id), userUrlBody(enc, description, url)};
+  Bytes out{encodingByte(enc)};                     // text encoding of the description
+  append(out, encodeText(enc, description, true));  // description + terminator
+  appendLatin1(out, url);                           // URL, always Latin-1
+  return {std::move(id), out};
 }
 Id3Frame pictureFrame(Enc enc, std::string_view mime, uint8_t pictureType,
                       std::string_view description, const Bytes& image) {
-  return {"APIC", pictureBody(enc, mime, pictureType, description, image)};
+  Bytes out{encodingByte(enc)};                     // text encoding of the description
+  appendLatin1(out, mime);                          // MIME type
+  out.push_back(0);                                 // its terminator
+  out.push_back(pictureType);                       // picture type
+  append(out, encodeText(enc, description, true));  // description + terminator
+  append(out, image);                               // image bytes
+  return {"APIC", out};
 }
 Id3Frame picture22Frame(Enc enc, std::string_view format, uint8_t pictureType,
                         std::string_view description, const Bytes& image) {
-  return {"PIC", picture22Body(enc, format, pictureType, description, image)};
+  Bytes out{encodingByte(enc)};                                         // text encoding
+  appendLatin1(out, std::string(format).append(3, ' ').substr(0, 3));  // image format, 3 bytes
+  out.push_back(pictureType);                                          // picture type
+  append(out, encodeText(enc, description, true));                     // description + terminator
+  append(out, image);                                                  // image bytes
+  return {"PIC", out};
 }
 Id3Frame popularityFrame(std::string_view email, uint8_t rating, uint64_t counter, std::string id) {
   return {std::move(id), popularityBody(email, rating, counter)};
 }
 Id3Frame uniqueIdFrame(std::string_view owner, const Bytes& identifier, std::string id) {
-  return {std::move(id), uniqueIdBody(owner, identifier)};
+  Bytes out;
+  appendLatin1(out, owner);  // owner identifier
+  out.push_back(0);          // its terminator
+  append(out, identifier);   // up to 64 bytes of identifier
+  return {std::move(id), out};
 }
-Id3Frame podcastFrame(std::string id) { return {std::move(id), podcastBody()}; }
+Id3Frame podcastFrame(std::string id) { return {std::move(id), Bytes(4, 0)}; }  // PCST: 00 00 00 00
 
 Bytes frameBytes(const Id3Frame& f, uint8_t major) {
   Bytes data = f.body;

@@ -14,7 +14,7 @@
 
 namespace melos::test {
 
-// How a text is stored; the encoding byte is encodingByte().
+// How a text is stored.
 enum class Enc {
   Latin1,          // 0: ISO 8859-1, terminator 00
   Utf16LE,         // 1: UTF-16 with the mark FF FE, terminator 00 00
@@ -22,8 +22,6 @@ enum class Enc {
   Utf16BE,         // 2: UTF-16BE without a mark
   Utf8,            // 3: UTF-8, terminator 00
 };
-
-uint8_t encodingByte(Enc enc);
 
 // A text in the given encoding, with its mark and optionally its terminator.
 // The string_view form is read as UTF-8; bytes that are not valid UTF-8 are taken
@@ -41,15 +39,8 @@ Bytes textBody(Enc enc, std::string_view text, bool terminate = false);
 Bytes commentBody(Enc enc, std::string_view language, std::string_view description,
                   std::string_view text);  // COMM and USLT
 Bytes userTextBody(Enc enc, std::string_view description, std::string_view value);  // TXXX
-Bytes userUrlBody(Enc enc, std::string_view description, std::string_view url);     // WXXX
-Bytes pictureBody(Enc enc, std::string_view mime, uint8_t pictureType,
-                  std::string_view description, const Bytes& image);  // APIC
-Bytes picture22Body(Enc enc, std::string_view format, uint8_t pictureType,
-                    std::string_view description, const Bytes& image);  // PIC, format "JPG"
 Bytes popularityBody(std::string_view email, uint8_t rating, uint64_t counter = 0,
                      size_t counterBytes = 4);  // POPM; counterBytes 0 leaves it out
-Bytes uniqueIdBody(std::string_view owner, const Bytes& identifier);  // UFID
-Bytes podcastBody();                                                  // PCST: 00 00 00 00
 
 // Image bytes that begin with each format's signature.
 Bytes jpegBytes(size_t size = 16);
