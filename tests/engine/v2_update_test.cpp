@@ -264,43 +264,8 @@ TEST(V2Save, NoFreeTemporaryNameIsCode3) {
   EXPECT_EQ(readFile(track.path()), original);
 }
 
-TEST(V2Save, ResultCodes) {
-  struct Case {
-    const char* name;
-    FileOp op;
-    int nth;
-    int times;
-    int expected;
-    const char* logged;
-  };
-  const Case cases[] = {
-      {"source", FileOp::Open, 1, 1, kSaveCannotOpenSource, "Failed to open the source for read only"},
-      {"output", FileOp::Open, 2, 1, kSaveCannotOpenOutput, "Failed to open the output file"},
-      {"tag write", FileOp::Write, 1, 1, kSaveFailed, "Failed to save the version 2 tag data"},
-      {"audio copy", FileOp::Write, 2, 1, kSaveCannotCopyAudio, "Failed to copy the MPEG data to the output file"},
-      {"flush", FileOp::Fsync, 1, 1, kSaveFailed, "Failed to flush the output file"},
-      {"replace", FileOp::Rename, 1, 2, kSaveCannotReplace, "Failed to replace the temporary file from"},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
-    test::TempDir dir;
-    const Bytes original = mp3WithTags();
-    ID3Tag track;
-    ASSERT_NE(test::openBytes(dir, "a.mp3", original, track), 0u);
-    track.tagData.title = UnicodeText::latin1("New");
-    test::LogCapture log;
-    test::FailNth fail(c.op, c.nth, c.times);
-    {
-      test::ScopedInjector scoped(fail);
-      EXPECT_EQ(updateV2ToTrack(track, false, 3, false, false, 0), c.expected);
-    }
-    EXPECT_TRUE(log.has(LogError, c.logged)) << log.dump();
-    const bool written = c.expected >= kSaveCannotCopyAudio && c.expected <= kSaveAiffChunkFailed;
-    EXPECT_EQ(log.has(LogError, "NOTE: the original file has not been altered."), written);
-    EXPECT_EQ(readFile(track.path()), original);
-    EXPECT_TRUE(leftovers(dir.path()).empty());
-  }
-
+// The failures of each step are in FaultSweep.EachFailureHasItsCodeAndMessage.
+TEST(V2Save, WithoutAFileThereIsNothingToSave) {
   ID3Tag noPath;
   EXPECT_EQ(updateV2ToTrack(noPath, false, 3, false, false, 0), kSaveNoPath);
 
@@ -311,22 +276,6 @@ TEST(V2Save, ResultCodes) {
   test::LogCapture log;
   EXPECT_EQ(updateV2ToTrack(gone, false, 3, false, false, 0), kSaveCannotOpenSource);
   EXPECT_FALSE(fs::exists(gone.path()));
-}
-
-TEST(V2Save, AiffTagChunkFailureIsCode6) {
-  test::TempDir dir;
-  const Bytes original = aiffWith(false);
-  ID3Tag track;
-  ASSERT_NE(test::openBytes(dir, "a.aif", original, track), 0u);
-  // The header, COMM, SSND, the FORM size, then the tag chunk.
-  test::FailNth fail(FileOp::Write, 5);
-  test::LogCapture log;
-  {
-    test::ScopedInjector scoped(fail);
-    EXPECT_EQ(updateV2ToTrack(track, false, 3, false, false, 0), kSaveAiffChunkFailed);
-  }
-  EXPECT_EQ(readFile(track.path()), original);
-  EXPECT_TRUE(leftovers(dir.path()).empty());
 }
 
 TEST(V2Save, A23SaveOfA24OnlyFieldDoesNotVerify) {
