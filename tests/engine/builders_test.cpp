@@ -34,9 +34,6 @@ TEST(Builders, BytesAsTheFormatsLayThemOut) {
   Id3Frame unsync{"TIT2", {0xFF, 0xE0, 0xFF, 0x00, 0xFF}};
   unsync.unsynchronise = true;
   unsync.dataLengthIndicator = true;
-  ExtendedHeader ext;
-  ext.paddingSize = 16;
-  ext.crc = 0x01020304;
   ExtendedHeader ext4;
   ext4.flags = 0x40;
   Id3v1Fields v1;
@@ -67,14 +64,14 @@ TEST(Builders, BytesAsTheFormatsLayThemOut) {
         0xFF, 0x00, 0xE0, 0xFF, 0x00, 0x00, 0xFF, 0x00}},
       {"tag unsync", Id3v2Builder(3).frame("PRIV", {0xFF, 0xF0}).unsynchronised().build(),
        {'I', 'D', '3', 3, 0, 0x80, 0, 0, 0, 13, 'P', 'R', 'I', 'V', 0, 0, 0, 2, 0, 0, 0xFF, 0x00, 0xF0}},
-      {"2.3 extended header with CRC", extendedHeaderBytes(ext, 3),
-       {0, 0, 0, 10 /* size without itself */, 0x80, 0, 0, 0, 0, 16 /* padding */, 1, 2, 3, 4 /* CRC */}},
+      {"2.3 extended header", extendedHeaderBytes({}, 3),
+       {0, 0, 0, 6 /* size without itself */, 0, 0 /* flags */, 0, 0, 0, 0 /* padding */}},
       {"2.4 extended header", extendedHeaderBytes(ext4, 4), {0, 0, 0, 6 /* with itself */, 1, 0x40}},
       {"UTF-16 text with mark and end", textBody(Enc::Utf16LE, "\xC3\xA9", true), {1, 0xFF, 0xFE, 0xE9, 0, 0, 0}},
       {"UTF-16BE surrogates", encodeText(Enc::Utf16BE, "\xF0\x9F\x8E\xB5"), {0xD8, 0x3C, 0xDF, 0xB5}},
       {"Latin-1 of a raw byte", textBody(Enc::Latin1, "\xE9"), {0, 0xE9}},
-      {"comment", commentBody(Enc::Latin1, "eng", "d", "t"), {0, 'e', 'n', 'g', 'd', 0, 't'}},
-      {"popularity", popularityBody("a", 255, 7), {'a', 0, 255, 0, 0, 0, 7}},
+      {"comment", frameBytes(commentFrame(Enc::Latin1, "eng", "d", "t"), 2), {'C', 'O', 'M', 0, 0, 7, 0, 'e', 'n', 'g', 'd', 0, 't'}},
+      {"popularity", popularityFrame("a", 255, 7).body, {'a', 0, 255, 0, 0, 0, 7}},
       {"ID3v1 title cut at 30", slice(id3v1Tag(v1), 0, 34),
        test::concat({{'T', 'A', 'G'}, Bytes(30, 't'), {0}})},
       {"ID3v1 track and genre", slice(id3v1Tag(v1), 125, 3), {0, 7, 17}},

@@ -11,7 +11,7 @@ void put(Bytes& out, size_t offset, size_t width, const std::string& text) {
 
 Bytes id3v1Tag(const Id3v1Fields& f) {
   Bytes out(128, 0);
-  put(out, 0, 3, f.identifier);  // "TAG"
+  put(out, 0, 3, "TAG");         // identifier
   put(out, 3, 30, f.title);      // title
   put(out, 33, 30, f.artist);    // artist
   put(out, 63, 30, f.album);     // album

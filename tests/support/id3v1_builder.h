@@ -11,7 +11,6 @@
 namespace melos::test {
 
 struct Id3v1Fields {
-  std::string identifier = "TAG";  // 3 bytes
   std::string title;               // 30 bytes at 3
   std::string artist;              // 30 bytes at 33
   std::string album;               // 30 bytes at 63

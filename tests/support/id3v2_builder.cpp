@@ -101,6 +101,24 @@ uint8_t encodingByte(Enc enc) {
   return 0;
 }
 
+
+Bytes commentBody(Enc enc, std::string_view language, std::string_view description,
+                  std::string_view text) {
+  Bytes out{encodingByte(enc)};                                 // text encoding
+  appendLatin1(out, std::string(language).append(3, ' ').substr(0, 3));  // language, 3 bytes
+  append(out, encodeText(enc, description, true));              // description + terminator
+  append(out, encodeText(enc, text));                           // the text
+  return out;
+}
+
+Bytes popularityBody(std::string_view email, uint8_t rating, uint64_t counter) {
+  Bytes out;
+  appendLatin1(out, email);  // email
+  out.push_back(0);          // its terminator
+  out.push_back(rating);     // rating 1..255, 0 unknown
+  appendU32BE(out, static_cast<uint32_t>(counter));  // play counter, 4 bytes big-endian
+  return out;
+}
 }  // namespace
 
 Bytes encodeText(Enc enc, std::u16string_view text, bool terminate) {
@@ -168,14 +186,6 @@ Bytes textBody(Enc enc, std::string_view text, bool terminate) {
   return out;
 }
 
-Bytes commentBody(Enc enc, std::string_view language, std::string_view description,
-                  std::string_view text) {
-  Bytes out{encodingByte(enc)};                                 // text encoding
-  appendLatin1(out, std::string(language).append(3, ' ').substr(0, 3));  // language, 3 bytes
-  append(out, encodeText(enc, description, true));              // description + terminator
-  append(out, encodeText(enc, text));                           // the text
-  return out;
-}
 
 Bytes userTextBody(Enc enc, std::string_view description, std::string_view value) {
   Bytes out{encodingByte(enc)};                     // text encoding
@@ -184,16 +194,6 @@ Bytes userTextBody(Enc enc, std::string_view description, std::string_view value
   return out;
 }
 
-Bytes popularityBody(std::string_view email, uint8_t rating, uint64_t counter,
-                     size_t counterBytes) {
-  Bytes out;
-  appendLatin1(out, email);  // email
-  out.push_back(0);          // its terminator
-  out.push_back(rating);     // rating 1..255, 0 unknown
-  for (size_t i = counterBytes; i > 0; --i)  // play counter, big-endian
-    out.push_back(i > 8 ? uint8_t{0} : static_cast<uint8_t>(counter >> (8 * (i - 1))));
-  return out;
-}
 
 Bytes jpegBytes(size_t size) {
   Bytes out(std::max<size_t>(size, 4), 0x11);
@@ -297,20 +297,15 @@ Bytes frameBytes(const Id3Frame& f, uint8_t major) {
 Bytes extendedHeaderBytes(const ExtendedHeader& h, uint8_t major) {
   Bytes out;
   if (major >= 4) {
-    auto size = static_cast<uint32_t>(6 + h.data.size());
-    appendSyncsafe(out, h.sizeOverride.value_or(size));  // size, counting these 4 bytes
-    out.push_back(1);                                    // number of flag bytes
-    out.push_back(static_cast<uint8_t>(h.flags));        // extended flags
-    append(out, h.data);                                 // flag data
+    appendSyncsafe(out, 6);                        // size, counting these 4 bytes
+    out.push_back(1);                              // number of flag bytes
+    out.push_back(static_cast<uint8_t>(h.flags));  // extended flags
     return out;
   }
-  uint32_t size = h.crc ? 10 : 6;
-  uint16_t flags = h.crc ? static_cast<uint16_t>(h.flags | 0x8000) : h.flags;
-  appendU32BE(out, h.sizeOverride.value_or(size));  // size, not counting these 4 bytes
-  out.push_back(static_cast<uint8_t>(flags >> 8));  // extended flags
-  out.push_back(static_cast<uint8_t>(flags));
-  appendU32BE(out, h.paddingSize);  // size of padding
-  if (h.crc) appendU32BE(out, *h.crc);  // CRC of the frames
+  appendU32BE(out, 6);                                // size, not counting these 4 bytes
+  out.push_back(static_cast<uint8_t>(h.flags >> 8));  // extended flags
+  out.push_back(static_cast<uint8_t>(h.flags));
+  appendU32BE(out, 0);  // size of padding
   return out;
 }
 

@@ -36,11 +36,7 @@ Bytes unsynchronise(const Bytes& bytes);
 
 // Frame bodies (the bytes after the frame header).
 Bytes textBody(Enc enc, std::string_view text, bool terminate = false);
-Bytes commentBody(Enc enc, std::string_view language, std::string_view description,
-                  std::string_view text);  // COMM and USLT
 Bytes userTextBody(Enc enc, std::string_view description, std::string_view value);  // TXXX
-Bytes popularityBody(std::string_view email, uint8_t rating, uint64_t counter = 0,
-                     size_t counterBytes = 4);  // POPM; counterBytes 0 leaves it out
 
 // Image bytes that begin with each format's signature.
 Bytes jpegBytes(size_t size = 16);
@@ -80,13 +76,9 @@ Id3Frame podcastFrame(std::string id = "PCST");
 Bytes frameBytes(const Id3Frame& frame, uint8_t major);
 
 struct ExtendedHeader {
-  // 2.3: size 6 (or 10 with a CRC), flags 16 bits, padding size 32 bits.
-  // 2.4: syncsafe size counting itself, one flag byte count (1), flags, `data`.
-  uint16_t flags = 0;                  // 2.3: 0x8000 CRC present; 2.4: low byte used
-  uint32_t paddingSize = 0;            // 2.3 only
-  std::optional<uint32_t> crc;         // 2.3 only
-  Bytes data;                          // 2.4: bytes after the flags
-  std::optional<uint32_t> sizeOverride;
+  // 2.3: size 6, flags 16 bits, padding size 0 in 32 bits.
+  // 2.4: syncsafe size counting itself, one flag byte count (1), flags.
+  uint16_t flags = 0;  // 2.4: low byte used
 };
 
 Bytes extendedHeaderBytes(const ExtendedHeader& header, uint8_t major);

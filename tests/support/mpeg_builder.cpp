@@ -31,12 +31,9 @@ uint32_t mpegHeaderWord(const MpegHeader& h) {
   word |= static_cast<uint32_t>(h.bitrateIndex & 15) << 12;
   word |= static_cast<uint32_t>(h.sampleRateIndex & 3) << 10;
   word |= static_cast<uint32_t>(h.padding & 1) << 9;
-  word |= static_cast<uint32_t>(h.privateBit & 1) << 8;
   word |= static_cast<uint32_t>(h.channelMode & 3) << 6;
-  word |= static_cast<uint32_t>(h.modeExtension & 3) << 4;
   word |= static_cast<uint32_t>(h.copyright & 1) << 3;
   word |= static_cast<uint32_t>(h.original & 1) << 2;
-  word |= static_cast<uint32_t>(h.emphasis & 3);
   return word;
 }
 
@@ -106,7 +103,7 @@ Bytes mpegStream(const MpegStream& s) {
   for (size_t i = 0; i < count; ++i) {
     MpegHeader h = s.header;
     if (!s.bitrates.empty()) h.bitrateIndex = s.bitrates[i];
-    Bytes frame = (i == 0 && s.xing) ? xingFrame(h, s.xingHeader, s.fill) : mpegFrame(h, s.fill);
+    Bytes frame = (i == 0 && s.xing) ? xingFrame(h, s.xingHeader, kMpegFill) : mpegFrame(h);
     for (const FrameText& t : s.texts)
       if (t.frame == i) placeText(frame, t.offset, t.text);
     out.insert(out.end(), frame.begin(), frame.end());

@@ -27,12 +27,9 @@ struct MpegHeader {
   uint8_t bitrateIndex = 9;     // 4 bits; MPEG-1 Layer III index 9 is 128 kbps
   uint8_t sampleRateIndex = 0;  // 2 bits; 0 is 44100 Hz for MPEG-1
   uint8_t padding = 0;
-  uint8_t privateBit = 0;
   uint8_t channelMode = 0;      // 2 bits: 0 stereo, 1 joint, 2 dual, 3 mono
-  uint8_t modeExtension = 0;
   uint8_t copyright = 0;
   uint8_t original = 0;
-  uint8_t emphasis = 0;
 };
 
 // The header's four bytes.
@@ -77,7 +74,6 @@ struct MpegStream {
   bool xing = false;                   // the first frame carries `xingHeader`
   XingHeader xingHeader;
   std::vector<FrameText> texts;
-  uint8_t fill = kMpegFill;
 };
 
 Bytes mpegStream(const MpegStream& stream);
