@@ -1,28 +1,18 @@
 #include "tests/support/aiff_builder.h"
 
+#include "tests/support/byte_text.h"
+
 #include <cmath>
 
 namespace melos::test {
 
 namespace {
 
-void append(Bytes& out, const Bytes& more) { out.insert(out.end(), more.begin(), more.end()); }
-
-void appendText(Bytes& out, const std::string& text, size_t width) {
-  for (size_t i = 0; i < width; ++i)
-    out.push_back(i < text.size() ? static_cast<uint8_t>(text[i]) : uint8_t{' '});
-}
-
 void appendU16BE(Bytes& out, uint16_t v) {
   out.push_back(static_cast<uint8_t>(v >> 8));
   out.push_back(static_cast<uint8_t>(v));
 }
 
-void appendU32BE(Bytes& out, uint32_t v) {
-  uint8_t b[4];
-  writeU32BE(b, v);
-  out.insert(out.end(), b, b + 4);
-}
 
 Bytes aiffChunkBytes(const AiffChunk& chunk) {
   Bytes out;

@@ -1,22 +1,12 @@
 #include "tests/support/id3v2_builder.h"
 
+#include "tests/support/byte_text.h"
+
 #include <algorithm>
 
 namespace melos::test {
 
 namespace {
-
-void append(Bytes& out, const Bytes& more) { out.insert(out.end(), more.begin(), more.end()); }
-
-void appendLatin1(Bytes& out, std::string_view text) {
-  for (char c : text) out.push_back(static_cast<uint8_t>(c));
-}
-
-void appendU32BE(Bytes& out, uint32_t value) {
-  uint8_t b[4];
-  writeU32BE(b, value);
-  out.insert(out.end(), b, b + 4);
-}
 
 void appendSyncsafe(Bytes& out, uint32_t value) {
   uint8_t b[4];
@@ -105,7 +95,7 @@ uint8_t encodingByte(Enc enc) {
 Bytes commentBody(Enc enc, std::string_view language, std::string_view description,
                   std::string_view text) {
   Bytes out{encodingByte(enc)};                                 // text encoding
-  appendLatin1(out, std::string(language).append(3, ' ').substr(0, 3));  // language, 3 bytes
+  appendText(out, language, 3);  // language, 3 bytes
   append(out, encodeText(enc, description, true));              // description + terminator
   append(out, encodeText(enc, text));                           // the text
   return out;
@@ -113,7 +103,7 @@ Bytes commentBody(Enc enc, std::string_view language, std::string_view descripti
 
 Bytes popularityBody(std::string_view email, uint8_t rating, uint64_t counter) {
   Bytes out;
-  appendLatin1(out, email);  // email
+  append(out, ascii(email));  // email
   out.push_back(0);          // its terminator
   out.push_back(rating);     // rating 1..255, 0 unknown
   appendU32BE(out, static_cast<uint32_t>(counter));  // play counter, 4 bytes big-endian
@@ -225,13 +215,13 @@ Id3Frame userTextFrame(Enc enc, std::string_view description, std::string_view v
 Id3Frame userUrlFrame(Enc enc, std::string_view description, std::string_view url, std::string id) {
   Bytes out{encodingByte(enc)};                     // text encoding of the description
   append(out, encodeText(enc, description, true));  // description + terminator
-  appendLatin1(out, url);                           // URL, always Latin-1
+  append(out, ascii(url));                           // URL, always Latin-1
   return {std::move(id), out};
 }
 Id3Frame pictureFrame(Enc enc, std::string_view mime, uint8_t pictureType,
                       std::string_view description, const Bytes& image) {
   Bytes out{encodingByte(enc)};                     // text encoding of the description
-  appendLatin1(out, mime);                          // MIME type
+  append(out, ascii(mime));                          // MIME type
   out.push_back(0);                                 // its terminator
   out.push_back(pictureType);                       // picture type
   append(out, encodeText(enc, description, true));  // description + terminator
@@ -241,7 +231,7 @@ Id3Frame pictureFrame(Enc enc, std::string_view mime, uint8_t pictureType,
 Id3Frame picture22Frame(Enc enc, std::string_view format, uint8_t pictureType,
                         std::string_view description, const Bytes& image) {
   Bytes out{encodingByte(enc)};                                         // text encoding
-  appendLatin1(out, std::string(format).append(3, ' ').substr(0, 3));  // image format, 3 bytes
+  appendText(out, format, 3);  // image format, 3 bytes
   out.push_back(pictureType);                                          // picture type
   append(out, encodeText(enc, description, true));                     // description + terminator
   append(out, image);                                                  // image bytes
@@ -252,7 +242,7 @@ Id3Frame popularityFrame(std::string_view email, uint8_t rating, uint64_t counte
 }
 Id3Frame uniqueIdFrame(std::string_view owner, const Bytes& identifier, std::string id) {
   Bytes out;
-  appendLatin1(out, owner);  // owner identifier
+  append(out, ascii(owner));  // owner identifier
   out.push_back(0);          // its terminator
   append(out, identifier);   // up to 64 bytes of identifier
   return {std::move(id), out};
@@ -277,12 +267,12 @@ Bytes frameBytes(const Id3Frame& f, uint8_t major) {
 
   Bytes out;
   if (major < 3) {
-    appendLatin1(out, std::string(f.id).append(3, ' ').substr(0, 3));  // frame ID, 3 bytes
+    appendText(out, f.id, 3);  // frame ID, 3 bytes
     out.push_back(static_cast<uint8_t>(size >> 16));                     // size, 24-bit big-endian
     out.push_back(static_cast<uint8_t>(size >> 8));
     out.push_back(static_cast<uint8_t>(size));
   } else {
-    appendLatin1(out, std::string(f.id).append(4, ' ').substr(0, 4));  // frame ID, 4 bytes
+    appendText(out, f.id, 4);  // frame ID, 4 bytes
     if (major >= 4 && !f.plainSize)
       appendSyncsafe(out, size);  // size, syncsafe in 2.4
     else
