@@ -130,11 +130,10 @@ TEST(CompareV2, AWrittenTagMissingOnRereadIsADifference) {
   EXPECT_EQ(CompareV2Tags(b, a, 3), 0u);
 }
 
+// Only the ends of the name table and its one name outside the field order.
 TEST(CompareV2, FieldNames) {
-  EXPECT_STREQ(compareFieldName(103), "Title");
-  EXPECT_STREQ(compareFieldName(129), "Picture count");
-  EXPECT_STREQ(compareFieldName(143), "UFID data");
   EXPECT_STREQ(compareFieldName(102), "");
+  EXPECT_STREQ(compareFieldName(103), "Title");
   EXPECT_STREQ(compareFieldName(144), "V2 tag");
   EXPECT_STREQ(compareFieldName(150), "");
 }

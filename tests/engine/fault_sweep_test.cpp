@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <algorithm>
 #include <functional>
 #include <optional>
 #include <regex>
@@ -50,6 +51,7 @@ Bytes apeBlock() {
 }
 
 Bytes mp3() { return test::mp3File({oldTag(), test::shortAudio(12), apeBlock(), v1Block()}); }
+Bytes mp3WithoutV1() { return test::mp3File({oldTag(), test::shortAudio(12), {}, {}}); }
 
 Bytes aiff() {
   return test::AiffBuilder()
@@ -121,6 +123,11 @@ std::vector<Scenario> scenarios() {
          return updateV1ToTrack(t, true, true, true);
        }},
       {"V1 save over the old V1 tag", "a.mp3", mp3,
+       [](ID3Tag& t, const std::string&) {
+         newTag(t);
+         return updateV1ToTrack(t, false, false, false);
+       }},
+      {"V1 save onto a track without one", "a.mp3", mp3WithoutV1,
        [](ID3Tag& t, const std::string&) {
          newTag(t);
          return updateV1ToTrack(t, false, false, false);
@@ -286,6 +293,67 @@ TEST(FaultSweep, AKillAtAnyStepOfAnApeRemovalLeavesTheOldOrTheNewFile) {
       const Bytes now = readFile(path);
       EXPECT_TRUE(now == s.bytes() || now == clean.track);
     }
+  }
+}
+
+// Each failure has its own result and says what failed, and the track stays
+// as it was.
+TEST(FaultSweep, EachFailureHasItsCodeAndMessage) {
+  struct Row {
+    const char* scenario;
+    FileOp op;
+    int nth;
+    int times;
+    int code;
+    const char* logged;
+  };
+  const Row rows[] = {
+      {"V2 title of an MP3", FileOp::Open, 1, 1, kSaveCannotOpenSource, "Failed to open the source for read only"},
+      {"V2 title of an MP3", FileOp::Open, 2, 1, kSaveCannotOpenOutput, "Failed to open the output file"},
+      {"V2 title of an MP3", FileOp::Write, 1, 1, kSaveFailed, "Failed to save the version 2 tag data"},
+      {"V2 title of an MP3", FileOp::Write, 2, 1, kSaveCannotCopyAudio, "Failed to copy the MPEG data to the output file"},
+      {"V2 title of an MP3", FileOp::Fsync, 1, 1, kSaveFailed, "Failed to flush the output file"},
+      {"V2 title of an MP3", FileOp::Rename, 1, 2, kSaveCannotReplace, "Failed to replace the temporary file from"},
+      // The header, COMM, SSND, the FORM size, then the tag chunk.
+      {"V2 title of an AIFF", FileOp::Write, 5, 1, kSaveAiffChunkFailed, "Failed to save the version 2 tag data"},
+      {"V2 removal from an MP3", FileOp::Open, 1, 1, 2, "for reading to remove the version 2 tag (error: "},
+      {"V2 removal from an MP3", FileOp::Open, 2, 1, 3, "Failed to open the temporary file to remove the version 2 tag"},
+      {"V2 removal from an MP3", FileOp::Write, 1, 1, 4, "An error occurred saving the file without the version 2 tag data."},
+      {"V2 removal from an MP3", FileOp::Fsync, 1, 1, 5, "Failed to flush the output file"},
+      {"V2 removal from an MP3", FileOp::Rename, 1, 2, 8, "Failed to replace the temporary file from"},
+      {"V1 save over the old V1 tag", FileOp::Open, 1, 1, 2, "for writing (error: "},
+      {"V1 save over the old V1 tag", FileOp::Read, 1, 1, 5, "Failed to save the version 1 tag data (pos 0)"},
+      {"V1 save over the old V1 tag", FileOp::Write, 1, 1, 5, "Failed to save the version 1 tag data (pos 0)"},
+      {"V1 save onto a track without one", FileOp::Open, 1, 1, 2, "for writing (error: "},
+      {"V1 save onto a track without one", FileOp::Read, 1, 1, 5, "Failed to save the version 1 tag data (pos 0)"},
+      {"V1 save onto a track without one", FileOp::Write, 1, 1, 5, "Failed to save the version 1 tag data (pos 0)"},
+      {"V1 removal", FileOp::Open, 1, 1, 2, "to remove the version 1 tag (error: "},
+      {"V1 removal", FileOp::Read, 1, 1, 5, "Failed to remove the version 1 tag from"},
+      {"V1 removal", FileOp::Truncate, 1, 1, 9, "Failed to remove the version 1 tag from"},
+  };
+  const std::vector<Scenario> all = scenarios();
+  for (const Row& r : rows) {
+    SCOPED_TRACE(std::string(r.scenario) + ", " + test::fileOpName(r.op) + " #" + std::to_string(r.nth));
+    const auto s = std::find_if(all.begin(), all.end(), [&r](const Scenario& x) { return x.name == std::string_view(r.scenario); });
+    ASSERT_NE(s, all.end());
+    test::TempDir dir, home;
+    test::ScopedEnv data("XDG_DATA_HOME", home.path());
+    const std::string path = dir.write(s->file, s->bytes());
+    test::LogCapture log(1);
+    ID3Tag track;
+    ASSERT_NE(OpenTrack(track, path, kScanQuick, nullptr, true), 0u);
+    test::FailNth fail(r.op, r.nth, r.times);
+    {
+      test::ScopedInjector scoped(fail);
+      EXPECT_EQ(s->run(track, dir.path()), r.code);
+    }
+    EXPECT_TRUE(log.has(LogError, r.logged)) << log.dump();
+    if (std::string_view(r.scenario).starts_with("V2 title")) {
+      EXPECT_EQ(log.has(LogError, "NOTE: the original file has not been altered."),
+                r.code >= kSaveCannotCopyAudio && r.code <= kSaveAiffChunkFailed);
+    }
+    EXPECT_EQ(readFile(path), s->bytes());
+    EXPECT_TRUE(temporaries(dir.path()).empty());
   }
 }
 

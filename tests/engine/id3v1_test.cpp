@@ -19,24 +19,6 @@ V1Tag readBlock(const test::Id3v1Fields& fields) {
   return tag;
 }
 
-TEST(V1Read, Fields) {
-  test::Id3v1Fields fields;
-  fields.title = std::string(30, 'T');
-  fields.artist = "Artist";
-  fields.album = "Album";
-  fields.year = "2001";
-  fields.comment = std::string(29, 'c');
-  fields.track = 7;
-  fields.genre = 17;
-  V1Tag tag = readBlock(fields);
-  EXPECT_EQ(tag.title, std::string(30, 'T'));  // full, no terminator in the file
-  EXPECT_EQ(tag.artist, "Artist");
-  EXPECT_EQ(tag.year, "2001");
-  EXPECT_EQ(tag.comment, std::string(29, 'c'));  // byte 125 belongs to the comment
-  EXPECT_EQ(tag.track, 7);
-  EXPECT_EQ(tag.genre, 17);
-}
-
 TEST(V1Read, TrackAndGenreBytes) {
   struct Case {
     uint8_t track, genre, expectedTrack, expectedGenre;
@@ -50,22 +32,6 @@ TEST(V1Read, TrackAndGenreBytes) {
     EXPECT_EQ(tag.track, c.expectedTrack);
     EXPECT_EQ(tag.genre, c.expectedGenre);
   }
-}
-
-TEST(V1Read, FromTheEndOfAFile) {
-  test::TempDir dir;
-  test::Id3v1Fields fields;
-  fields.title = "End";
-  ID3Tag track;
-  test::openBytes(dir, "v1.mp3", test::mp3File({{}, test::shortAudio(), {}, test::id3v1Tag(fields)}), track);
-  EXPECT_TRUE(track.v1Loaded);
-  EXPECT_TRUE(track.v1.enabled);
-  EXPECT_EQ(track.v1.title, "End");
-  EXPECT_EQ(track.versionText, "V1");
-
-  ID3Tag none;
-  test::openBytes(dir, "none.mp3", test::shortAudio(), none);
-  EXPECT_FALSE(none.v1Loaded);
 }
 
 TEST(V1Read, ShortFileIsLogged) {

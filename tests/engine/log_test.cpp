@@ -14,7 +14,7 @@
 #include <thread>
 #include <vector>
 
-#include "tests/support/log_capture.h"
+#include "tests/support/fault_injector.h"
 #include "tests/support/temp_dir.h"
 
 namespace melos {
@@ -127,14 +127,6 @@ TEST(Log, EchoPrintsTheMessageAsText) {
   EXPECT_EQ(out, "path /music/100%s done %d.mp3\n");
 }
 
-TEST(Log, ObserverSeesTheWholeLine) {
-  test::LogCapture capture;
-  LogMessage(LogError, "Failed to do %s", "it");
-  ASSERT_EQ(capture.lines().size(), 1u);
-  EXPECT_EQ(capture.lines()[0].level, 1u);
-  EXPECT_EQ(capture.lines()[0].message, "Failed to do it");
-}
-
 TEST(Log, PruneAtTheLimitKeepsTheFileOneByteMoreRenamesIt) {
   LogFile log;
   LogMessage(LogAlways, "%s", "0123456789");
@@ -220,18 +212,17 @@ TEST(Log, StartUpCreatesTheFolderAndWritesTheHeader) {
 }
 
 TEST(Log, PathsFollowXdgAndUserVariables) {
-  std::string savedState = std::getenv("XDG_STATE_HOME") ? std::getenv("XDG_STATE_HOME") : "";
-  setenv("XDG_STATE_HOME", "/srv/state", 1);
-  EXPECT_EQ(DefaultLogPath(), "/srv/state/meloscribe/melos.log");
-  // A relative value is not a valid XDG folder and is ignored.
-  setenv("XDG_STATE_HOME", "relative", 1);
-  EXPECT_NE(DefaultLogPath().find("/.local/state/meloscribe/melos.log"), std::string::npos);
-  if (savedState.empty()) unsetenv("XDG_STATE_HOME"); else setenv("XDG_STATE_HOME", savedState.c_str(), 1);
-
-  std::string savedUser = std::getenv("USER") ? std::getenv("USER") : "";
-  setenv("USER", "alice", 1);
+  {
+    test::ScopedEnv state("XDG_STATE_HOME", "/srv/state");
+    EXPECT_EQ(DefaultLogPath(), "/srv/state/meloscribe/melos.log");
+  }
+  {
+    // A relative value is not a valid XDG folder and is ignored.
+    test::ScopedEnv state("XDG_STATE_HOME", "relative");
+    EXPECT_NE(DefaultLogPath().find("/.local/state/meloscribe/melos.log"), std::string::npos);
+  }
+  test::ScopedEnv user("USER", "alice");
   EXPECT_EQ(GetUserShortName(), "alice");
-  if (savedUser.empty()) unsetenv("USER"); else setenv("USER", savedUser.c_str(), 1);
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+
 #include "tests/support/fault_injector.h"
 #include "tests/support/temp_dir.h"
 
@@ -47,21 +49,54 @@ Bytes expectedCopy(const Bytes& source, size_t head, uint64_t offset, uint64_t l
   return expected;
 }
 
-TEST(OutputFileCopy, AudioKeptInPlaceOrShiftedArrivesWhole) {
-  // More than two buffers and writeback pieces, and not a multiple of either.
-  const Bytes source = patterned(2 * kCopyBlockSize + 70001);
+TEST(OutputFileCopy, WhatArrivesAndWhy) {
+  constexpr size_t kBlock = kCopyBlockSize;
   struct Case {
+    const char* name;
+    size_t sourceSize;
     size_t head;
     uint64_t offset;
+    FileOp op = FileOp::Open;  // Open: no fault
+    int nth = 0;
+    int error = 0;       // injected
+    bool stops = false;  // the fault ends the copy with errno `error`
   };
-  // Same place within the disk blocks (the kernel's copy), shifted by an
-  // odd count either way (our own buffered copy), and from the very start.
-  for (const Case& c : {Case{4096, 8192}, Case{141184, 152260}, Case{152260, 141184}, Case{10, 0}, Case{0, 0}}) {
-    SCOPED_TRACE(testing::Message() << "head " << c.head << ", offset " << c.offset);
-    const uint64_t length = source.size() - c.offset;
-    const CopyRun run = copyBehindHead(source, c.head, c.offset, length);
-    EXPECT_EQ(run.copied, length);
-    EXPECT_EQ(run.written, expectedCopy(source, c.head, c.offset, length));
+  const Case cases[] = {
+      // More than two buffers and writeback pieces, and not a multiple of either.
+      // Same place within the disk blocks (the kernel's copy), shifted by an odd
+      // count either way (our own buffered copy), and from the very start.
+      {"in place", 2 * kBlock + 70001, 4096, 8192},
+      {"shifted forward", 2 * kBlock + 70001, 141184, 152260},
+      {"shifted back", 2 * kBlock + 70001, 152260, 141184},
+      {"from the start behind a head", 2 * kBlock + 70001, 10, 0},
+      {"from the start", 2 * kBlock + 70001, 0, 0},
+      // The head is written with the first write, so the second call fails
+      // during the copy itself: in the kernel's copy and in the buffered one.
+      {"write fails in the kernel's copy", 3 * kBlock, 0, 0, FileOp::Write, 2, ENOSPC, true},
+      {"write fails in the buffered copy", 3 * kBlock, 17, 0, FileOp::Write, 3, ENOSPC, true},
+      {"read fails", 3 * kBlock, 17, 0, FileOp::Read, 2, ENOSPC, true},
+      // A kernel without the copy call falls back to buffers.
+      {"no copy call", kBlock + 4096 * 3, 4096, 0, FileOp::Write, 2, ENOSYS},
+      {"across file systems", kBlock + 4096 * 3, 4096, 0, FileOp::Write, 2, EXDEV},
+      {"copy not supported", kBlock + 4096 * 3, 4096, 0, FileOp::Write, 2, EOPNOTSUPP},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    const Bytes source = patterned(c.sourceSize);
+    test::FailNth fail(c.op, c.nth, 1, c.error);
+    std::optional<test::ScopedInjector> scope;
+    if (c.nth > 0) scope.emplace(fail);
+    const CopyRun run = copyBehindHead(source, c.head, c.offset, source.size() - c.offset);
+    if (c.nth > 0) {
+      EXPECT_TRUE(fail.fired());
+    }
+    if (c.stops) {
+      EXPECT_LT(run.copied, source.size());
+      EXPECT_EQ(run.error, c.error);
+    } else {
+      EXPECT_EQ(run.copied, source.size() - c.offset);
+    }
+    EXPECT_EQ(run.written, expectedCopy(source, c.head, c.offset, run.copied));
   }
 }
 
@@ -73,42 +108,6 @@ TEST(OutputFileCopy, AShortSourceStopsAtItsEndWithoutAnError) {
     EXPECT_EQ(run.copied, source.size() - 100);
     EXPECT_EQ(run.error, 0);
     EXPECT_EQ(run.written, expectedCopy(source, head, 100, source.size() - 100));
-  }
-}
-
-TEST(OutputFileCopy, FailuresStopTheCopyWithTheirCause) {
-  const Bytes source = patterned(3 * kCopyBlockSize);
-  struct Case {
-    FileOp op;
-    int nth;
-    size_t head;
-    uint64_t offset;
-  };
-  // The head is written with the first write, so the second call fails
-  // during the copy itself: in the kernel's copy and in the buffered one.
-  for (const Case& c : {Case{FileOp::Write, 2, 0, 0}, Case{FileOp::Write, 3, 17, 0}, Case{FileOp::Read, 2, 17, 0}}) {
-    SCOPED_TRACE(testing::Message() << test::fileOpName(c.op) << " " << c.nth << ", head " << c.head);
-    test::FailNth fail(c.op, c.nth, 1, ENOSPC);
-    test::ScopedInjector scope(fail);
-    const CopyRun run = copyBehindHead(source, c.head, c.offset, source.size());
-    EXPECT_TRUE(fail.fired());
-    EXPECT_LT(run.copied, source.size());
-    EXPECT_EQ(run.error, ENOSPC);
-    EXPECT_EQ(run.written, expectedCopy(source, c.head, c.offset, run.copied));
-  }
-}
-
-TEST(OutputFileCopy, AKernelWithoutTheCopyCallFallsBackToBuffers) {
-  const Bytes source = patterned(kCopyBlockSize + 4096 * 3);
-  for (const int error : {ENOSYS, EXDEV, EOPNOTSUPP}) {
-    SCOPED_TRACE(error);
-    // The first write is the head; the second is the kernel's copy.
-    test::FailNth fail(FileOp::Write, 2, 1, error);
-    test::ScopedInjector scope(fail);
-    const CopyRun run = copyBehindHead(source, 4096, 0, source.size());
-    EXPECT_TRUE(fail.fired());
-    EXPECT_EQ(run.copied, source.size());
-    EXPECT_EQ(run.written, expectedCopy(source, 4096, 0, source.size()));
   }
 }
 

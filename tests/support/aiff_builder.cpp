@@ -1,48 +1,38 @@
 #include "tests/support/aiff_builder.h"
 
+#include "tests/support/byte_text.h"
+
 #include <cmath>
 
 namespace melos::test {
 
 namespace {
 
-void append(Bytes& out, const Bytes& more) { out.insert(out.end(), more.begin(), more.end()); }
-
-void appendText(Bytes& out, const std::string& text, size_t width) {
-  for (size_t i = 0; i < width; ++i)
-    out.push_back(i < text.size() ? static_cast<uint8_t>(text[i]) : uint8_t{' '});
-}
-
 void appendU16BE(Bytes& out, uint16_t v) {
   out.push_back(static_cast<uint8_t>(v >> 8));
   out.push_back(static_cast<uint8_t>(v));
 }
 
-void appendU32BE(Bytes& out, uint32_t v) {
-  uint8_t b[4];
-  writeU32BE(b, v);
-  out.insert(out.end(), b, b + 4);
+
+Bytes aiffChunkBytes(const AiffChunk& chunk) {
+  Bytes out;
+  appendText(out, chunk.id, 4);                                                 // chunk ID
+  appendU32BE(out, chunk.sizeOverride.value_or(static_cast<uint32_t>(chunk.body.size())));  // size
+  append(out, chunk.body);                                                      // body
+  if (chunk.padOdd && chunk.body.size() % 2 != 0) out.push_back(0);             // pad byte
+  return out;
 }
 
 }  // namespace
 
 std::array<uint8_t, 10> extended80(double value) {
   std::array<uint8_t, 10> out{};
-  uint16_t sign = std::signbit(value) ? 0x8000 : 0;
-  value = std::fabs(value);
-  uint16_t exponent = 0;
-  uint64_t mantissa = 0;
-  if (std::isnan(value) || std::isinf(value)) {
-    exponent = 0x7FFF;
-    mantissa = std::isnan(value) ? 0xC000000000000000ull : 0x8000000000000000ull;
-  } else if (value != 0.0) {
-    int e = 0;
-    double fraction = std::frexp(value, &e);  // value = fraction * 2^e, fraction in [0.5, 1)
-    // The extended format keeps the integer bit explicit: value = 1.f * 2^(e - 1).
-    exponent = static_cast<uint16_t>(16383 + e - 1);
-    mantissa = static_cast<uint64_t>(std::ldexp(fraction, 64));
-  }
-  exponent = static_cast<uint16_t>(exponent | sign);
+  if (value <= 0.0) return out;  // sample rates are positive; 0 is all zero bytes
+  int e = 0;
+  double fraction = std::frexp(value, &e);  // value = fraction * 2^e, fraction in [0.5, 1)
+  // The extended format keeps the integer bit explicit: value = 1.f * 2^(e - 1).
+  auto exponent = static_cast<uint16_t>(16383 + e - 1);
+  auto mantissa = static_cast<uint64_t>(std::ldexp(fraction, 64));
   out[0] = static_cast<uint8_t>(exponent >> 8);
   out[1] = static_cast<uint8_t>(exponent);
   for (int i = 0; i < 8; ++i) out[2 + i] = static_cast<uint8_t>(mantissa >> (56 - 8 * i));
@@ -78,15 +68,6 @@ AiffChunk ssndChunk(const Bytes& sound) {
 }
 
 AiffChunk id3Chunk(const Bytes& tag) { return {"ID3 ", tag}; }
-
-Bytes aiffChunkBytes(const AiffChunk& chunk) {
-  Bytes out;
-  appendText(out, chunk.id, 4);                                                 // chunk ID
-  appendU32BE(out, chunk.sizeOverride.value_or(static_cast<uint32_t>(chunk.body.size())));  // size
-  append(out, chunk.body);                                                      // body
-  if (chunk.padOdd && chunk.body.size() % 2 != 0) out.push_back(0);             // pad byte
-  return out;
-}
 
 AiffBuilder::AiffBuilder(std::string formType) : formType_(std::move(formType)) {}
 

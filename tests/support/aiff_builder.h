@@ -54,6 +54,4 @@ class AiffBuilder {
   std::optional<uint32_t> formSize_;
 };
 
-Bytes aiffChunkBytes(const AiffChunk& chunk);
-
 }  // namespace melos::test

@@ -18,7 +18,7 @@ Bytes headerOrFooter(const ApeTag& tag, uint32_t size, uint32_t count, bool isHe
   appendU32LE(out, tag.version);             // version, 2000 for APEv2
   appendU32LE(out, size);                    // items + footer, little-endian
   appendU32LE(out, count);                   // item count
-  uint32_t flags = tag.extraFlags | (tag.header ? kHasHeader : 0) | (isHeader ? kIsHeader : 0);
+  uint32_t flags = (tag.header ? kHasHeader : 0) | (isHeader ? kIsHeader : 0);
   appendU32LE(out, flags);                   // flags: 31 has header, 29 this is the header
   out.insert(out.end(), 8, 0);               // reserved
   return out;
@@ -39,7 +39,7 @@ Bytes apeTag(const ApeTag& tag) {
     items.push_back(0);                                             // its terminator
     items.insert(items.end(), item.value.begin(), item.value.end());   // value
   }
-  auto size = tag.sizeOverride.value_or(static_cast<uint32_t>(items.size() + kApeHeaderSize));
+  auto size = tag.sizeOverride.value_or(static_cast<uint32_t>(items.size() + 32 /* footer */));
   auto count = static_cast<uint32_t>(tag.items.size());
   Bytes out;
   if (tag.header) out = headerOrFooter(tag, size, count, true);

@@ -11,8 +11,6 @@
 
 namespace melos::test {
 
-inline constexpr size_t kApeHeaderSize = 32;
-
 struct ApeItem {
   ApeItem() = default;
   ApeItem(std::string itemKey, Bytes itemValue, uint32_t itemFlags = 0)
@@ -30,7 +28,6 @@ struct ApeTag {
   bool lowerCaseId = false;         // "apetagex" instead of "APETAGEX"
   uint32_t version = 2000;
   std::optional<uint32_t> sizeOverride;  // the size field of header and footer
-  uint32_t extraFlags = 0;          // added to both flag words
 };
 
 ApeItem apeText(std::string key, const std::string& value);

@@ -10,8 +10,8 @@ void put(Bytes& out, size_t offset, size_t width, const std::string& text) {
 }  // namespace
 
 Bytes id3v1Tag(const Id3v1Fields& f) {
-  Bytes out(kId3v1Size, 0);
-  put(out, 0, 3, f.identifier);  // "TAG"
+  Bytes out(128, 0);
+  put(out, 0, 3, "TAG");         // identifier
   put(out, 3, 30, f.title);      // title
   put(out, 33, 30, f.artist);    // artist
   put(out, 63, 30, f.album);     // album
@@ -19,9 +19,6 @@ Bytes id3v1Tag(const Id3v1Fields& f) {
   put(out, 97, 29, f.comment);   // comment; byte 125 is not reserved
   out[126] = f.track;            // track number
   out[127] = f.genre;            // genre number
-  for (const Id3v1Fields::Patch& p : f.patches)
-    for (size_t i = 0; i < p.bytes.size() && p.offset + i < out.size(); ++i)
-      out[p.offset + i] = p.bytes[i];
   return out;
 }
 

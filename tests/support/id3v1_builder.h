@@ -11,7 +11,6 @@
 namespace melos::test {
 
 struct Id3v1Fields {
-  std::string identifier = "TAG";  // 3 bytes
   std::string title;               // 30 bytes at 3
   std::string artist;              // 30 bytes at 33
   std::string album;               // 30 bytes at 63
@@ -19,15 +18,7 @@ struct Id3v1Fields {
   std::string comment;             // 29 bytes at 97
   uint8_t track = 0;               // byte 126, 0 for none
   uint8_t genre = 255;             // byte 127, 255 for none
-  // Bytes written last at the given offset, over anything above.
-  struct Patch {
-    size_t offset;
-    Bytes bytes;
-  };
-  std::vector<Patch> patches;
 };
-
-inline constexpr size_t kId3v1Size = 128;
 
 // Texts are written as their bytes (Latin-1), cut to the field, zero-filled.
 Bytes id3v1Tag(const Id3v1Fields& fields);

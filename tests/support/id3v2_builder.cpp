@@ -1,22 +1,12 @@
 #include "tests/support/id3v2_builder.h"
 
+#include "tests/support/byte_text.h"
+
 #include <algorithm>
 
 namespace melos::test {
 
 namespace {
-
-void append(Bytes& out, const Bytes& more) { out.insert(out.end(), more.begin(), more.end()); }
-
-void appendLatin1(Bytes& out, std::string_view text) {
-  for (char c : text) out.push_back(static_cast<uint8_t>(c));
-}
-
-void appendU32BE(Bytes& out, uint32_t value) {
-  uint8_t b[4];
-  writeU32BE(b, value);
-  out.insert(out.end(), b, b + 4);
-}
 
 void appendSyncsafe(Bytes& out, uint32_t value) {
   uint8_t b[4];
@@ -90,8 +80,6 @@ void appendUtf8(Bytes& out, char32_t cp) {
   }
 }
 
-}  // namespace
-
 uint8_t encodingByte(Enc enc) {
   switch (enc) {
     case Enc::Latin1: return 0;
@@ -102,6 +90,26 @@ uint8_t encodingByte(Enc enc) {
   }
   return 0;
 }
+
+
+Bytes commentBody(Enc enc, std::string_view language, std::string_view description,
+                  std::string_view text) {
+  Bytes out{encodingByte(enc)};                                 // text encoding
+  appendText(out, language, 3);  // language, 3 bytes
+  append(out, encodeText(enc, description, true));              // description + terminator
+  append(out, encodeText(enc, text));                           // the text
+  return out;
+}
+
+Bytes popularityBody(std::string_view email, uint8_t rating, uint64_t counter) {
+  Bytes out;
+  append(out, ascii(email));  // email
+  out.push_back(0);          // its terminator
+  out.push_back(rating);     // rating 1..255, 0 unknown
+  appendU32BE(out, static_cast<uint32_t>(counter));  // play counter, 4 bytes big-endian
+  return out;
+}
+}  // namespace
 
 Bytes encodeText(Enc enc, std::u16string_view text, bool terminate) {
   Bytes out;
@@ -168,14 +176,6 @@ Bytes textBody(Enc enc, std::string_view text, bool terminate) {
   return out;
 }
 
-Bytes commentBody(Enc enc, std::string_view language, std::string_view description,
-                  std::string_view text) {
-  Bytes out{encodingByte(enc)};                                 // text encoding
-  appendLatin1(out, std::string(language).append(3, ' ').substr(0, 3));  // language, 3 bytes
-  append(out, encodeText(enc, description, true));              // description + terminator
-  append(out, encodeText(enc, text));                           // the text
-  return out;
-}
 
 Bytes userTextBody(Enc enc, std::string_view description, std::string_view value) {
   Bytes out{encodingByte(enc)};                     // text encoding
@@ -184,54 +184,6 @@ Bytes userTextBody(Enc enc, std::string_view description, std::string_view value
   return out;
 }
 
-Bytes userUrlBody(Enc enc, std::string_view description, std::string_view url) {
-  Bytes out{encodingByte(enc)};                     // text encoding of the description
-  append(out, encodeText(enc, description, true));  // description + terminator
-  appendLatin1(out, url);                           // URL, always Latin-1
-  return out;
-}
-
-Bytes pictureBody(Enc enc, std::string_view mime, uint8_t pictureType,
-                  std::string_view description, const Bytes& image) {
-  Bytes out{encodingByte(enc)};                     // text encoding of the description
-  appendLatin1(out, mime);                          // MIME type
-  out.push_back(0);                                 // its terminator
-  out.push_back(pictureType);                       // picture type
-  append(out, encodeText(enc, description, true));  // description + terminator
-  append(out, image);                               // image bytes
-  return out;
-}
-
-Bytes picture22Body(Enc enc, std::string_view format, uint8_t pictureType,
-                    std::string_view description, const Bytes& image) {
-  Bytes out{encodingByte(enc)};                                         // text encoding
-  appendLatin1(out, std::string(format).append(3, ' ').substr(0, 3));  // image format, 3 bytes
-  out.push_back(pictureType);                                          // picture type
-  append(out, encodeText(enc, description, true));                     // description + terminator
-  append(out, image);                                                  // image bytes
-  return out;
-}
-
-Bytes popularityBody(std::string_view email, uint8_t rating, uint64_t counter,
-                     size_t counterBytes) {
-  Bytes out;
-  appendLatin1(out, email);  // email
-  out.push_back(0);          // its terminator
-  out.push_back(rating);     // rating 1..255, 0 unknown
-  for (size_t i = counterBytes; i > 0; --i)  // play counter, big-endian
-    out.push_back(i > 8 ? uint8_t{0} : static_cast<uint8_t>(counter >> (8 * (i - 1))));
-  return out;
-}
-
-Bytes uniqueIdBody(std::string_view owner, const Bytes& identifier) {
-  Bytes out;
-  appendLatin1(out, owner);  // owner identifier
-  out.push_back(0);          // its terminator
-  append(out, identifier);   // up to 64 bytes of identifier
-  return out;
-}
-
-Bytes podcastBody() { return Bytes(4, 0); }
 
 Bytes jpegBytes(size_t size) {
   Bytes out(std::max<size_t>(size, 4), 0x11);
@@ -261,23 +213,41 @@ Id3Frame userTextFrame(Enc enc, std::string_view description, std::string_view v
   return {std::move(id), userTextBody(enc, description, value)};
 }
 Id3Frame userUrlFrame(Enc enc, std::string_view description, std::string_view url, std::string id) {
-  return {std::move(id), userUrlBody(enc, description, url)};
+  Bytes out{encodingByte(enc)};                     // text encoding of the description
+  append(out, encodeText(enc, description, true));  // description + terminator
+  append(out, ascii(url));                           // URL, always Latin-1
+  return {std::move(id), out};
 }
 Id3Frame pictureFrame(Enc enc, std::string_view mime, uint8_t pictureType,
                       std::string_view description, const Bytes& image) {
-  return {"APIC", pictureBody(enc, mime, pictureType, description, image)};
+  Bytes out{encodingByte(enc)};                     // text encoding of the description
+  append(out, ascii(mime));                          // MIME type
+  out.push_back(0);                                 // its terminator
+  out.push_back(pictureType);                       // picture type
+  append(out, encodeText(enc, description, true));  // description + terminator
+  append(out, image);                               // image bytes
+  return {"APIC", out};
 }
 Id3Frame picture22Frame(Enc enc, std::string_view format, uint8_t pictureType,
                         std::string_view description, const Bytes& image) {
-  return {"PIC", picture22Body(enc, format, pictureType, description, image)};
+  Bytes out{encodingByte(enc)};                                         // text encoding
+  appendText(out, format, 3);  // image format, 3 bytes
+  out.push_back(pictureType);                                          // picture type
+  append(out, encodeText(enc, description, true));                     // description + terminator
+  append(out, image);                                                  // image bytes
+  return {"PIC", out};
 }
 Id3Frame popularityFrame(std::string_view email, uint8_t rating, uint64_t counter, std::string id) {
   return {std::move(id), popularityBody(email, rating, counter)};
 }
 Id3Frame uniqueIdFrame(std::string_view owner, const Bytes& identifier, std::string id) {
-  return {std::move(id), uniqueIdBody(owner, identifier)};
+  Bytes out;
+  append(out, ascii(owner));  // owner identifier
+  out.push_back(0);          // its terminator
+  append(out, identifier);   // up to 64 bytes of identifier
+  return {std::move(id), out};
 }
-Id3Frame podcastFrame(std::string id) { return {std::move(id), podcastBody()}; }
+Id3Frame podcastFrame(std::string id) { return {std::move(id), Bytes(4, 0)}; }  // PCST: 00 00 00 00
 
 Bytes frameBytes(const Id3Frame& f, uint8_t major) {
   Bytes data = f.body;
@@ -297,12 +267,12 @@ Bytes frameBytes(const Id3Frame& f, uint8_t major) {
 
   Bytes out;
   if (major < 3) {
-    appendLatin1(out, std::string(f.id).append(3, ' ').substr(0, 3));  // frame ID, 3 bytes
+    appendText(out, f.id, 3);  // frame ID, 3 bytes
     out.push_back(static_cast<uint8_t>(size >> 16));                     // size, 24-bit big-endian
     out.push_back(static_cast<uint8_t>(size >> 8));
     out.push_back(static_cast<uint8_t>(size));
   } else {
-    appendLatin1(out, std::string(f.id).append(4, ' ').substr(0, 4));  // frame ID, 4 bytes
+    appendText(out, f.id, 4);  // frame ID, 4 bytes
     if (major >= 4 && !f.plainSize)
       appendSyncsafe(out, size);  // size, syncsafe in 2.4
     else
@@ -317,20 +287,15 @@ Bytes frameBytes(const Id3Frame& f, uint8_t major) {
 Bytes extendedHeaderBytes(const ExtendedHeader& h, uint8_t major) {
   Bytes out;
   if (major >= 4) {
-    auto size = static_cast<uint32_t>(6 + h.data.size());
-    appendSyncsafe(out, h.sizeOverride.value_or(size));  // size, counting these 4 bytes
-    out.push_back(1);                                    // number of flag bytes
-    out.push_back(static_cast<uint8_t>(h.flags));        // extended flags
-    append(out, h.data);                                 // flag data
+    appendSyncsafe(out, 6);                        // size, counting these 4 bytes
+    out.push_back(1);                              // number of flag bytes
+    out.push_back(static_cast<uint8_t>(h.flags));  // extended flags
     return out;
   }
-  uint32_t size = h.crc ? 10 : 6;
-  uint16_t flags = h.crc ? static_cast<uint16_t>(h.flags | 0x8000) : h.flags;
-  appendU32BE(out, h.sizeOverride.value_or(size));  // size, not counting these 4 bytes
-  out.push_back(static_cast<uint8_t>(flags >> 8));  // extended flags
-  out.push_back(static_cast<uint8_t>(flags));
-  appendU32BE(out, h.paddingSize);  // size of padding
-  if (h.crc) appendU32BE(out, *h.crc);  // CRC of the frames
+  appendU32BE(out, 6);                                // size, not counting these 4 bytes
+  out.push_back(static_cast<uint8_t>(h.flags >> 8));  // extended flags
+  out.push_back(static_cast<uint8_t>(h.flags));
+  appendU32BE(out, 0);  // size of padding
   return out;
 }
 

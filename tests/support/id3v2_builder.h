@@ -14,7 +14,7 @@
 
 namespace melos::test {
 
-// How a text is stored; the encoding byte is encodingByte().
+// How a text is stored.
 enum class Enc {
   Latin1,          // 0: ISO 8859-1, terminator 00
   Utf16LE,         // 1: UTF-16 with the mark FF FE, terminator 00 00
@@ -22,8 +22,6 @@ enum class Enc {
   Utf16BE,         // 2: UTF-16BE without a mark
   Utf8,            // 3: UTF-8, terminator 00
 };
-
-uint8_t encodingByte(Enc enc);
 
 // A text in the given encoding, with its mark and optionally its terminator.
 // The string_view form is read as UTF-8; bytes that are not valid UTF-8 are taken
@@ -38,18 +36,7 @@ Bytes unsynchronise(const Bytes& bytes);
 
 // Frame bodies (the bytes after the frame header).
 Bytes textBody(Enc enc, std::string_view text, bool terminate = false);
-Bytes commentBody(Enc enc, std::string_view language, std::string_view description,
-                  std::string_view text);  // COMM and USLT
 Bytes userTextBody(Enc enc, std::string_view description, std::string_view value);  // TXXX
-Bytes userUrlBody(Enc enc, std::string_view description, std::string_view url);     // WXXX
-Bytes pictureBody(Enc enc, std::string_view mime, uint8_t pictureType,
-                  std::string_view description, const Bytes& image);  // APIC
-Bytes picture22Body(Enc enc, std::string_view format, uint8_t pictureType,
-                    std::string_view description, const Bytes& image);  // PIC, format "JPG"
-Bytes popularityBody(std::string_view email, uint8_t rating, uint64_t counter = 0,
-                     size_t counterBytes = 4);  // POPM; counterBytes 0 leaves it out
-Bytes uniqueIdBody(std::string_view owner, const Bytes& identifier);  // UFID
-Bytes podcastBody();                                                  // PCST: 00 00 00 00
 
 // Image bytes that begin with each format's signature.
 Bytes jpegBytes(size_t size = 16);
@@ -89,13 +76,9 @@ Id3Frame podcastFrame(std::string id = "PCST");
 Bytes frameBytes(const Id3Frame& frame, uint8_t major);
 
 struct ExtendedHeader {
-  // 2.3: size 6 (or 10 with a CRC), flags 16 bits, padding size 32 bits.
-  // 2.4: syncsafe size counting itself, one flag byte count (1), flags, `data`.
-  uint16_t flags = 0;                  // 2.3: 0x8000 CRC present; 2.4: low byte used
-  uint32_t paddingSize = 0;            // 2.3 only
-  std::optional<uint32_t> crc;         // 2.3 only
-  Bytes data;                          // 2.4: bytes after the flags
-  std::optional<uint32_t> sizeOverride;
+  // 2.3: size 6, flags 16 bits, padding size 0 in 32 bits.
+  // 2.4: syncsafe size counting itself, one flag byte count (1), flags.
+  uint16_t flags = 0;  // 2.4: low byte used
 };
 
 Bytes extendedHeaderBytes(const ExtendedHeader& header, uint8_t major);

@@ -21,8 +21,6 @@ void putU32BE(Bytes& out, size_t at, uint32_t value) {
   if (at + 4 <= out.size()) writeU32BE(out.data() + at, value);
 }
 
-}  // namespace
-
 uint32_t mpegHeaderWord(const MpegHeader& h) {
   // Layer I, II, III are stored as the bits 11, 10, 01; 00 is reserved.
   uint32_t layerBits = static_cast<uint32_t>(4 - h.layer) & 3u;
@@ -33,14 +31,13 @@ uint32_t mpegHeaderWord(const MpegHeader& h) {
   word |= static_cast<uint32_t>(h.bitrateIndex & 15) << 12;
   word |= static_cast<uint32_t>(h.sampleRateIndex & 3) << 10;
   word |= static_cast<uint32_t>(h.padding & 1) << 9;
-  word |= static_cast<uint32_t>(h.privateBit & 1) << 8;
   word |= static_cast<uint32_t>(h.channelMode & 3) << 6;
-  word |= static_cast<uint32_t>(h.modeExtension & 3) << 4;
   word |= static_cast<uint32_t>(h.copyright & 1) << 3;
   word |= static_cast<uint32_t>(h.original & 1) << 2;
-  word |= static_cast<uint32_t>(h.emphasis & 3);
   return word;
 }
+
+}  // namespace
 
 Bytes mpegHeaderBytes(const MpegHeader& header) {
   Bytes out(4);
@@ -49,7 +46,7 @@ Bytes mpegHeaderBytes(const MpegHeader& header) {
 }
 
 uint32_t mpegTestBitrate(uint8_t version, uint8_t layer, uint8_t index) {
-  if (layer < 1 || layer > 3 || index > 15 || version == kMpegReservedVersion) return 0;
+  if (layer < 1 || layer > 3 || index > 15 || version == 1 /* reserved */) return 0;
   return version == kMpeg1 ? kBitratesV1[layer - 1][index] : kBitratesV2[layer - 1][index];
 }
 
@@ -77,6 +74,10 @@ Bytes mpegFrame(const MpegHeader& header, uint8_t fill) {
   return frame;
 }
 
+namespace {
+
+// Writes text at `offset` into bytes, growing nothing: what falls beyond the end
+// is cut.
 void placeText(Bytes& bytes, size_t offset, std::string_view text) {
   for (size_t i = 0; i < text.size() && offset + i < bytes.size(); ++i)
     bytes[offset + i] = static_cast<uint8_t>(text[i]);
@@ -94,31 +95,15 @@ Bytes xingFrame(const MpegHeader& header, const XingHeader& xing, uint8_t fill) 
   return frame;
 }
 
-namespace {
-MpegHeader frameHeader(const MpegStream& s, size_t i) {
-  MpegHeader h = s.header;
-  if (!s.bitrates.empty()) h.bitrateIndex = s.bitrates[i];
-  return h;
-}
-size_t frameCount(const MpegStream& s) { return s.bitrates.empty() ? s.frames : s.bitrates.size(); }
 }  // namespace
-
-std::vector<size_t> frameOffsets(const MpegStream& s) {
-  std::vector<size_t> offsets;
-  size_t at = 0;
-  for (size_t i = 0; i < frameCount(s); ++i) {
-    offsets.push_back(at);
-    at += std::max<size_t>(4, mpegFrameLength(frameHeader(s, i)));
-  }
-  return offsets;
-}
 
 Bytes mpegStream(const MpegStream& s) {
   Bytes out;
-  size_t count = frameCount(s);
+  const size_t count = s.bitrates.empty() ? s.frames : s.bitrates.size();
   for (size_t i = 0; i < count; ++i) {
-    MpegHeader h = frameHeader(s, i);
-    Bytes frame = (i == 0 && s.xing) ? xingFrame(h, s.xingHeader, s.fill) : mpegFrame(h, s.fill);
+    MpegHeader h = s.header;
+    if (!s.bitrates.empty()) h.bitrateIndex = s.bitrates[i];
+    Bytes frame = (i == 0 && s.xing) ? xingFrame(h, s.xingHeader, kMpegFill) : mpegFrame(h);
     for (const FrameText& t : s.texts)
       if (t.frame == i) placeText(frame, t.offset, t.text);
     out.insert(out.end(), frame.begin(), frame.end());

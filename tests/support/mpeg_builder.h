@@ -15,7 +15,6 @@ namespace melos::test {
 inline constexpr uint8_t kMpeg1 = 3;
 inline constexpr uint8_t kMpeg2 = 2;
 inline constexpr uint8_t kMpeg25 = 0;
-inline constexpr uint8_t kMpegReservedVersion = 1;
 
 // A byte that can never start a frame sync, so frame bodies made of it are not
 // mistaken for headers.
@@ -28,16 +27,12 @@ struct MpegHeader {
   uint8_t bitrateIndex = 9;     // 4 bits; MPEG-1 Layer III index 9 is 128 kbps
   uint8_t sampleRateIndex = 0;  // 2 bits; 0 is 44100 Hz for MPEG-1
   uint8_t padding = 0;
-  uint8_t privateBit = 0;
   uint8_t channelMode = 0;      // 2 bits: 0 stereo, 1 joint, 2 dual, 3 mono
-  uint8_t modeExtension = 0;
   uint8_t copyright = 0;
   uint8_t original = 0;
-  uint8_t emphasis = 0;
 };
 
-// The header as a big-endian 32-bit word and as its four bytes.
-uint32_t mpegHeaderWord(const MpegHeader& header);
+// The header's four bytes.
 Bytes mpegHeaderBytes(const MpegHeader& header);
 
 // The standard tables, independent of the engine's own, so that tests compare two
@@ -53,10 +48,6 @@ uint32_t mpegFrameLength(const MpegHeader& header);
 // bytes when the length is 0 or shorter than the header).
 Bytes mpegFrame(const MpegHeader& header, uint8_t fill = kMpegFill);
 
-// Writes text at `offset` into bytes, growing nothing: what falls beyond the end
-// is cut. For raw encoder strings such as "LAME3.99r" in a frame body.
-void placeText(Bytes& bytes, size_t offset, std::string_view text);
-
 // A Xing or Info header at offset 36 of the first frame (32 bytes behind the
 // 4-byte header) and, 120 bytes behind its identifier (offset 156), the LAME tag.
 struct XingHeader {
@@ -68,8 +59,6 @@ struct XingHeader {
   uint32_t bytes = 0;
   std::string lame = "LAME3.100";             // written at kLameOffset; empty for none
 };
-
-Bytes xingFrame(const MpegHeader& header, const XingHeader& xing, uint8_t fill = kMpegFill);
 
 // A raw text put into one frame of a stream.
 struct FrameText {
@@ -85,7 +74,6 @@ struct MpegStream {
   bool xing = false;                   // the first frame carries `xingHeader`
   XingHeader xingHeader;
   std::vector<FrameText> texts;
-  uint8_t fill = kMpegFill;
 };
 
 Bytes mpegStream(const MpegStream& stream);
@@ -95,8 +83,5 @@ Bytes vbrStream(const MpegHeader& header, const std::vector<uint8_t>& bitrateInd
 
 // Bitrate indexes for a VBR stream: `count` entries cycling through `pattern`.
 std::vector<uint8_t> repeatBitrates(const std::vector<uint8_t>& pattern, size_t count);
-
-// Byte offset of each frame of the stream above, relative to its first byte.
-std::vector<size_t> frameOffsets(const MpegStream& stream);
 
 }  // namespace melos::test
