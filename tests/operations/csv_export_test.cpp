@@ -13,7 +13,6 @@
 
 #include "operations/export_values.h"
 #include "tests/operations/export_fixtures.h"
-#include "tests/support/log_capture.h"
 #include "tests/support/temp_dir.h"
 
 namespace melos {
@@ -76,16 +75,6 @@ TEST(CsvExportTest, Quoting) {
   for (const Case& c : cases) EXPECT_EQ(csvField(c.text), c.expected) << c.text;
 }
 
-TEST(CsvExportTest, Header) {
-  const std::string base =
-      "Track,Tracks,Title,Artist,Album,Year,Genre,Comment,Composer,Copyright,Original artist,"
-      "Encoded by,URL,Compilation,Picture,Lyrics,Conductor,Lyricist,Orchestra,Publisher,Content,"
-      "Subtitle,Set/Disc,Sets/Discs,ISRC,Record time,Release time,Initial key,BPM,Artist URL,"
-      "Podcast,Podcast ID,Podcast feed,Podcast description";
-  EXPECT_EQ(csvHeader(1), base);
-  EXPECT_EQ(csvHeader(2), base + ",Advisory,Produced notice,Mood,ISWC,UFID");
-}
-
 TEST(CsvExportTest, RowOfAnEmptyTrack) {
   ID3Tag track;
   track.hasV2Tag = true;
@@ -93,6 +82,8 @@ TEST(CsvExportTest, RowOfAnEmptyTrack) {
   const std::string row = csvRow(track, 2);
   EXPECT_EQ(row, ",,,,,,,,,,,,,No,0,No,,,,,,,,,,,,,,,No,,,,,,,,Default ,\r\n");
   EXPECT_EQ(csvRow(track, 1), ",,,,,,,,,,,,,No,0,No,,,,,,,,,,,,,,,No,,,,\r\n");
+  // The header's names are read back in the table test; here only what 2.4 adds.
+  EXPECT_EQ(csvHeader(2), csvHeader(1) + ",Advisory,Produced notice,Mood,ISWC,UFID");
 }
 
 TEST(CsvExportTest, TwoTracksMakeOneTable) {
@@ -169,10 +160,8 @@ TEST(CsvExportTest, ATrackWithoutV2TagAddsNoRow) {
   const std::string out = dir.file("tags.csv");
   ID3Tag track = test::exportTrack(dir.file("one.mp3"));
   track.hasV2Tag = false;
-  test::LogCapture log;
   ASSERT_EQ(exportTagAsCsv(out, &track, 2), 0);
   EXPECT_EQ(contents(out), "\xEF\xBB\xBF" + csvHeader(2) + "\r\n");
-  EXPECT_TRUE(log.has(1, "No tag information was found to export to the CSV file '" + out + "'"));
   ASSERT_EQ(exportTagAsCsv(out, &track, 2), 0);
   EXPECT_EQ(contents(out), "\xEF\xBB\xBF" + csvHeader(2) + "\r\n");
 }
@@ -181,12 +170,7 @@ TEST(CsvExportTest, Failures) {
   EXPECT_EQ(exportTagAsCsv("unused.csv", nullptr, 2), kExportNoTrack);
   TempDir dir;
   const ID3Tag track = test::exportTrack(dir.file("one.mp3"));
-  test::LogCapture log;
-  const std::string out = dir.file("missing/tags.csv");
-  EXPECT_EQ(exportTagAsCsv(out, &track, 2), kCsvOpenFailed);
-  EXPECT_TRUE(log.has(1, "Failed to write the tag data to the CSV file '" + out + "' (" +
-                             std::to_string(ENOENT) + ")"))
-      << log.dump();
+  EXPECT_EQ(exportTagAsCsv(dir.file("missing/tags.csv"), &track, 2), kCsvOpenFailed);
 }
 
 TEST(ExportValuesTest, Texts) {
