@@ -10,6 +10,7 @@
 #include <stdexcept>
 
 #include "engine/log.h"
+#include "engine/text.h"
 #include "engine/v2_update.h"
 #include "tests/operations/update_fixtures.h"
 #include "tests/support/fault_injector.h"
@@ -20,6 +21,8 @@ namespace {
 
 using test::Asked;
 using test::readFile;
+
+const std::string kV1Verify = "Verification of the updated V1 tag failed";
 
 class RecordingView : public EditorView {
  public:
@@ -234,80 +237,56 @@ TEST_F(SingleTrackTest, ReadOnlyFiles) {
   }
 }
 
-// A failed V1 verification asks whether to go on; a failed V2 verification,
-// the last step, is only shown.
-TEST_F(SingleTrackTest, FailedVerifications) {
+// Every alert and question of a failed step: a failed V1 verification asks
+// whether to go on, a failed V2 verification, the last step, is only shown.
+TEST_F(SingleTrackTest, FailureAlerts) {
+  using Setup = std::function<void(test::ForcingWriter&, SaveSettings&, ID3Tag&)>;
   const std::string reload =
       "Please reload the track and check that the details are correct (see melos.log for more details).";
+  const Setup v1NotVerified = [](test::ForcingWriter& w, SaveSettings&, ID3Tag&) { w.forceV1 = 7; };
   const struct {
     const char* name;
-    bool v1;
-    const char* answer;
-    UpdateOutcome outcome;
-    int v2Saves;
-    std::string message;
-  } rows[] = {
-      {"V1, no", true, "No", UpdateOutcome::Declined, 0, reload + " Would you like to continue?"},
-      {"V1, yes", true, "Yes", UpdateOutcome::Saved, 1, reload + " Would you like to continue?"},
-      {"V2", false, nullptr, UpdateOutcome::Saved, 1, reload},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.name);
-    test::TempDir folder;
-    TrackSet one(test::openTrack(folder.write("a.mp3", test::numberedTrack(1))));
-    test::ScriptedQuestions asked;
-    test::ForcingWriter w;
-    if (row.v1) {
-      w.forceV1 = 7;
-      asked.answer("Verification of the updated V1 tag failed", {row.answer});
-    } else {
-      // Saved as "17", read back as "Rock".
-      one.current().tagData.genre = UnicodeText::latin1("17");
-    }
-    test::LogCapture log;
-    SingleTrackEditor e(one, asked, view, fixedSettings(settings), w);
-    EXPECT_EQ(e.updateTag(), row.outcome);
-    EXPECT_EQ(w.v2Saves, row.v2Saves);
-    ASSERT_EQ(asked.asked().size(), 1u);
-    EXPECT_EQ(asked.asked()[0].message, row.message);
-    EXPECT_EQ(asked.asked()[0].buttons.size(), row.v1 ? 2u : 1u);
-    EXPECT_EQ(log.hasText("Finished updating"), row.outcome == UpdateOutcome::Saved);
-  }
-}
-
-TEST_F(SingleTrackTest, FailureAlerts) {
-  const struct {
-    const char* name;
-    std::function<void(test::ForcingWriter&, SaveSettings&, ID3Tag&)> setUp;
+    Setup setUp;
+    const char* answer;  // to the V1 verification question
     UpdateOutcome outcome;
     std::string title;
     std::string message;
+    int v2Saves;
   } rows[] = {
-      {"V1 failed", [](test::ForcingWriter& w, SaveSettings&, ID3Tag&) { w.failV1Before = 5; },
-       UpdateOutcome::Failed, "Failed to update the tags", "Note: The original has not been changed."},
-      {"V2 failed after V1", [](test::ForcingWriter& w, SaveSettings&, ID3Tag&) { w.failV2Before = 2; },
+      {"V1 failed", [](test::ForcingWriter& w, SaveSettings&, ID3Tag&) { w.failV1Before = 5; }, nullptr,
+       UpdateOutcome::Failed, "Failed to update the tags", "Note: The original has not been changed.", 0},
+      {"V2 failed after V1", [](test::ForcingWriter& w, SaveSettings&, ID3Tag&) { w.failV2Before = 2; }, nullptr,
        UpdateOutcome::Failed, "Failed to update the version 2 tag",
-       "Note: The version 1 tag has been updated but the original version 2 has not been changed."},
+       "Note: The version 1 tag has been updated but the original version 2 has not been changed.", 1},
       {"V2 failed, no V1 tag",
        [](test::ForcingWriter& w, SaveSettings&, ID3Tag& t) {
          w.failV2Before = 4;
          t.v1.enabled = false;
          t.v1Loaded = false;
        },
-       UpdateOutcome::Failed, "Failed to update the tags", "Note: The original has not been changed."},
+       nullptr, UpdateOutcome::Failed, "Failed to update the tags", "Note: The original has not been changed.", 1},
       {"rename failed",
        [](test::ForcingWriter& w, SaveSettings& s, ID3Tag&) {
          w.failRename = true;
          s.renameUpdate = true;
        },
-       UpdateOutcome::RenameFailed, "Failed to change the file name",
-       "Failed to rename the file to the track title or move it to a folder based on the track details."},
+       nullptr, UpdateOutcome::RenameFailed, "Failed to change the file name",
+       "Failed to rename the file to the track title or move it to a folder based on the track details.", 1},
+      {"V1 not verified, no", v1NotVerified, "No", UpdateOutcome::Declined, kV1Verify,
+       reload + " Would you like to continue?", 0},
+      {"V1 not verified, yes", v1NotVerified, "Yes", UpdateOutcome::Saved, kV1Verify,
+       reload + " Would you like to continue?", 1},
+      // Saved as "17", read back as "Rock".
+      {"V2 not verified",
+       [](test::ForcingWriter&, SaveSettings&, ID3Tag& t) { t.tagData.genre = UnicodeText::latin1("17"); }, nullptr,
+       UpdateOutcome::Saved, "Verification of the updated V2 tag failed", reload, 1},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
     test::TempDir folder;
     TrackSet one(test::openTrack(folder.write("a.mp3", test::numberedTrack(1))));
     test::ScriptedQuestions asked;
+    if (row.answer) asked.answer(kV1Verify, {row.answer});
     test::ForcingWriter failing;
     SaveSettings s = settings;
     row.setUp(failing, s, one.current());
@@ -316,6 +295,7 @@ TEST_F(SingleTrackTest, FailureAlerts) {
     ASSERT_EQ(asked.asked().size(), 1u);
     EXPECT_EQ(asked.asked()[0].title, row.title);
     EXPECT_EQ(asked.asked()[0].message, row.message);
+    EXPECT_EQ(failing.v2Saves, row.v2Saves);
     if (row.title == "Failed to update the tags") {
       EXPECT_EQ(failing.renames, 0);
     }
@@ -387,6 +367,8 @@ ID3Tag& mp3Track(TrackSet& set) {
   return track;
 }
 
+// The copy replaces the fields the V1 tag holds and clears the track total
+// and the lyrics; the rest of the V2 tag stays.
 TEST_F(SingleTrackTest, CopyV1ToV2) {
   TrackSet set(std::make_unique<ID3Tag>());
   ID3Tag& t = mp3Track(set);
@@ -395,20 +377,20 @@ TEST_F(SingleTrackTest, CopyV1ToV2) {
   t.tagData.lyrics = UnicodeText::latin1("words");
   t.tagData.composer = UnicodeText::latin1("kept");
   t.tagData.isrc = "kept";
+  TagData expected = t.tagData;
+  expected.enabled = true;
+  expected.title = UnicodeText::latin1("T1");
+  expected.artist = UnicodeText::latin1("A1");
+  expected.album = UnicodeText::latin1("L1");
+  expected.year = "1999";
+  expected.comment = UnicodeText::latin1("C1");
+  expected.track = 7;
+  expected.tracks = kUnsetNumber;
+  expected.lyrics = {};
+  expected.genre = UnicodeText::latin1("Rock");
   SingleTrackEditor e(set, questions, view, fixedSettings(settings), writer);
   e.copyV1ToV2();
-  EXPECT_TRUE(t.tagData.enabled);
-  EXPECT_EQ(t.tagData.title, UnicodeText::latin1("T1"));
-  EXPECT_EQ(t.tagData.artist, UnicodeText::latin1("A1"));
-  EXPECT_EQ(t.tagData.album, UnicodeText::latin1("L1"));
-  EXPECT_EQ(t.tagData.year, "1999");
-  EXPECT_EQ(t.tagData.comment, UnicodeText::latin1("C1"));
-  EXPECT_EQ(t.tagData.track, 7);
-  EXPECT_EQ(t.tagData.tracks, kUnsetNumber);
-  EXPECT_TRUE(t.tagData.lyrics.empty());
-  EXPECT_EQ(t.tagData.genre, UnicodeText::latin1("Rock"));
-  EXPECT_EQ(t.tagData.composer, UnicodeText::latin1("kept"));
-  EXPECT_EQ(t.tagData.isrc, "kept");
+  EXPECT_EQ(t.tagData, expected);
   EXPECT_TRUE(t.v2Changed);
   EXPECT_FALSE(t.v1Changed);
   EXPECT_EQ(view.copyButtons, std::make_pair(true, true));
@@ -434,33 +416,25 @@ TEST_F(SingleTrackTest, CopyV2ToV1) {
   t.tagData.genre = UnicodeText::latin1("Jazz");
   SingleTrackEditor e(set, questions, view, fixedSettings(settings), writer);
   e.copyV2ToV1();
-  EXPECT_TRUE(t.v1.enabled);
-  // Latin-1 keeps 233 and 199; U+4E2D has no Latin-1 form.
-  EXPECT_EQ(t.v1.title, "Caf\xE9 \xC7" "a ?");
-  EXPECT_EQ(t.v1.artist, std::string(40, 'a'));  // the writer cuts, not the copy
-  EXPECT_EQ(t.v1.album, "Album");
-  EXPECT_EQ(t.v1.comment, "Comment");
-  EXPECT_EQ(t.v1.year, "2004");
-  EXPECT_EQ(t.v1.track, 44);  // 300 as a V1 track
-  EXPECT_EQ(t.v1.genre, 8);
+  // Latin-1 keeps 233 and 199; U+4E2D has no Latin-1 form. The writer cuts
+  // the artist to its width, not the copy; 300 is track 44 in V1.
+  EXPECT_EQ(t.v1, (V1Tag{true, "Caf\xE9 \xC7" "a ?", std::string(40, 'a'), "Album", "2004", "Comment", 44, 8}));
   EXPECT_TRUE(t.v1Changed);
   EXPECT_EQ(view.copyButtons, std::make_pair(true, true));
 
   const struct {
     std::u16string genre;
-    uint8_t expected;
-  } genres[] = {{u"Hard Rock", 79}, {u"jazz", 8}, {u"Bebop-ish", 12}, {u"", 12}};
-  for (const auto& row : genres) {
+    uint16_t track;
+    uint8_t v1Genre, v1Track;
+  } rows[] = {{u"Hard Rock", 1, 79, 1}, {u"jazz", kUnsetNumber, 8, kUnsetV1}, {u"Bebop-ish", 256, 12, kUnsetV1},
+              {u"", 12, 12, 12}};
+  for (const auto& row : rows) {
     t.tagData.genre = UnicodeText::utf16(row.genre);
+    t.tagData.track = row.track;
     e.copyV2ToV1();
-    EXPECT_EQ(t.v1.genre, row.expected);
+    EXPECT_EQ(t.v1.genre, row.v1Genre) << u16ToUtf8(row.genre);
+    EXPECT_EQ(t.v1.track, row.v1Track) << row.track;
   }
-  t.tagData.track = kUnsetNumber;
-  e.copyV2ToV1();
-  EXPECT_EQ(t.v1.track, kUnsetV1);
-  t.tagData.track = 256;
-  e.copyV2ToV1();
-  EXPECT_EQ(t.v1.track, kUnsetV1);
 }
 
 TEST_F(SingleTrackTest, CopiesDoNothingForOtherThanMp3) {
