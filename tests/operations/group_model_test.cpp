@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <tuple>
 
 #include "engine/text.h"
 #include "preferences/preferences_controller.h"
@@ -353,21 +354,13 @@ TEST(GroupModel, FillingTheWindowFromATagAndCopyingItBack) {
   const std::unique_ptr<ID3Tag> copy = model.getTagData();
   const TagData& a = source.tagData;
   const TagData& b = copy->tagData;
-  EXPECT_EQ(b.title.toU16(), a.title.toU16());
-  EXPECT_EQ(b.artist.toU16(), a.artist.toU16());
-  EXPECT_EQ(b.album.toU16(), a.album.toU16());
-  EXPECT_EQ(b.genre.toU16(), a.genre.toU16());
-  EXPECT_EQ(b.comment.toU16(), a.comment.toU16());
-  EXPECT_EQ(b.composer.toU16(), a.composer.toU16());
-  EXPECT_EQ(b.year, a.year);
-  EXPECT_EQ(b.url, a.url);
-  EXPECT_EQ(b.tracks, a.tracks);
-  EXPECT_EQ(b.set, a.set);
-  EXPECT_EQ(b.sets, a.sets);
-  EXPECT_EQ(b.compilation, a.compilation);
-  EXPECT_EQ(b.isrc, a.isrc);
-  EXPECT_EQ(b.recordtime, a.recordtime);
-  EXPECT_EQ(b.podcastfeed, a.podcastfeed);
+  for (UnicodeText TagData::*text : {&TagData::title, &TagData::artist, &TagData::album, &TagData::genre,
+                                     &TagData::comment, &TagData::composer})
+    EXPECT_EQ((b.*text).toU16(), (a.*text).toU16());
+  for (std::string TagData::*text : {&TagData::year, &TagData::url, &TagData::isrc, &TagData::recordtime,
+                                     &TagData::podcastfeed})
+    EXPECT_EQ(b.*text, a.*text);
+  EXPECT_EQ(std::tuple(b.tracks, b.set, b.sets, b.compilation), std::tuple(a.tracks, a.set, a.sets, a.compilation));
   ASSERT_EQ(b.picdata.size(), 1u);
   EXPECT_EQ(b.picdata[0], a.picdata[0]);
   EXPECT_EQ(copy->v1.title, "V1 title");
