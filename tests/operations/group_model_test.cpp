@@ -57,63 +57,62 @@ struct V2Case {
   std::function<void(TagData&)> expect;
 };
 
+std::u16string ascii(std::string_view text) { return std::u16string(text.begin(), text.end()); }
+
+// A box whose ASCII value is stored as typed: as Latin-1 text or as a string.
+V2Case text(GroupField field, std::u16string GroupValues::*value, UnicodeText TagData::*data, const char* typed) {
+  return {field, [=](GroupValues& v) { v.*value = ascii(typed); },
+          [=](TagData& d) { d.*data = UnicodeText::latin1(typed); }};
+}
+V2Case plain(GroupField field, std::u16string GroupValues::*value, std::string TagData::*data, const char* typed) {
+  return {field, [=](GroupValues& v) { v.*value = ascii(typed); }, [=](TagData& d) { d.*data = typed; }};
+}
+
 // One row per V2 change box: the value typed, and what the track's tag data
 // becomes. Everything else of the track must stay as it was.
 std::vector<V2Case> v2Cases() {
-  const auto latin = [](const char* text) { return UnicodeText::latin1(text); };
+  using G = GroupField;
+  using V = GroupValues;
+  using D = TagData;
   return {
-      {GroupField::V2Title, [](GroupValues& v) { v.title = u"New"; }, [&](TagData& d) { d.title = latin("New"); }},
-      {GroupField::V2Artist, [](GroupValues& v) { v.artist = u"\u4e2d"; },
-       [](TagData& d) { d.artist = UnicodeText::utf16(u"\u4e2d"); }},
-      {GroupField::V2Album, [](GroupValues& v) { v.album = u"X"; }, [&](TagData& d) { d.album = latin("X"); }},
-      {GroupField::V2Year, [](GroupValues& v) { v.year = u"2024-05"; }, [](TagData& d) { d.year = "2024"; }},
-      {GroupField::V2Genre, [](GroupValues& v) { v.genre = u"Jazz"; }, [&](TagData& d) { d.genre = latin("Jazz"); }},
-      {GroupField::V2Comment, [](GroupValues& v) { v.comment = u""; }, [](TagData& d) { d.comment = {}; }},
-      {GroupField::V2Composer, [](GroupValues& v) { v.composer = u"C"; },
-       [&](TagData& d) { d.composer = latin("C"); }},
-      {GroupField::V2OrigArtist, [](GroupValues& v) { v.origArtist = u"O"; },
-       [&](TagData& d) { d.origArtist = latin("O"); }},
-      {GroupField::V2Copyright, [](GroupValues& v) { v.copyright = u"(c)"; },
-       [&](TagData& d) { d.copyright = latin("(c)"); }},
-      {GroupField::V2Url, [](GroupValues& v) { v.url = u"http://u/\u4e2d"; }, [](TagData& d) { d.url = "http://u/?"; }},
-      {GroupField::V2EncodedBy, [](GroupValues& v) { v.encodedBy = u"E"; }, [](TagData& d) { d.encodedBy = "E"; }},
-      {GroupField::V2Tracks, [](GroupValues& v) { v.tracks = u"20"; }, [](TagData& d) { d.tracks = 20; }},
-      {GroupField::V2SetAndSets,
-       [](GroupValues& v) {
+      text(G::V2Title, &V::title, &D::title, "New"),
+      {G::V2Artist, [](V& v) { v.artist = u"\u4e2d"; }, [](D& d) { d.artist = UnicodeText::utf16(u"\u4e2d"); }},
+      text(G::V2Album, &V::album, &D::album, "X"),
+      {G::V2Year, [](V& v) { v.year = u"2024-05"; }, [](D& d) { d.year = "2024"; }},
+      text(G::V2Genre, &V::genre, &D::genre, "Jazz"),
+      {G::V2Comment, [](V& v) { v.comment = u""; }, [](D& d) { d.comment = {}; }},
+      text(G::V2Composer, &V::composer, &D::composer, "C"),
+      text(G::V2OrigArtist, &V::origArtist, &D::origArtist, "O"),
+      text(G::V2Copyright, &V::copyright, &D::copyright, "(c)"),
+      {G::V2Url, [](V& v) { v.url = u"http://u/\u4e2d"; }, [](D& d) { d.url = "http://u/?"; }},
+      plain(G::V2EncodedBy, &V::encodedBy, &D::encodedBy, "E"),
+      {G::V2Tracks, [](V& v) { v.tracks = u"20"; }, [](D& d) { d.tracks = 20; }},
+      {G::V2SetAndSets,
+       [](V& v) {
          v.set = u"2";
          v.sets = u"";
        },
-       [](TagData& d) {
+       [](D& d) {
          d.set = 2;
          d.sets = kUnsetNumber;
        }},
-      {GroupField::V2Conductor, [](GroupValues& v) { v.conductor = u"K"; },
-       [&](TagData& d) { d.conductor = latin("K"); }},
-      {GroupField::V2Lyricist, [](GroupValues& v) { v.lyricist = u"L"; }, [&](TagData& d) { d.lyricist = latin("L"); }},
-      {GroupField::V2Publisher, [](GroupValues& v) { v.publisher = u"P"; },
-       [&](TagData& d) { d.publisher = latin("P"); }},
-      {GroupField::V2Orchestra, [](GroupValues& v) { v.orchestra = u"B"; },
-       [&](TagData& d) { d.orchestra = latin("B"); }},
-      {GroupField::V2Content, [](GroupValues& v) { v.content = u"G"; }, [&](TagData& d) { d.content = latin("G"); }},
-      {GroupField::V2Subtitle, [](GroupValues& v) { v.subtitle = u"S"; }, [&](TagData& d) { d.subtitle = latin("S"); }},
-      {GroupField::V2Compilation, [](GroupValues& v) { v.compilation = false; },
-       [](TagData& d) { d.compilation = false; }},
-      {GroupField::ArtistUrl, [](GroupValues& v) { v.artisturl = u"http://a"; },
-       [](TagData& d) { d.artisturl = "http://a"; }},
-      {GroupField::Isrc, [](GroupValues& v) { v.isrc = u"CCXXX1500729"; }, [](TagData& d) { d.isrc = "CCXXX1500729"; }},
-      {GroupField::ReleaseTime, [](GroupValues& v) { v.releasetime = u"2020"; },
-       [](TagData& d) { d.releasetime = "2020"; }},
-      {GroupField::RecordTime, [](GroupValues& v) { v.recordtime = u"2019-01-02"; },
-       [](TagData& d) { d.recordtime = "2019-01-02"; }},
-      {GroupField::Bpm, [](GroupValues& v) { v.bpm = u"98"; }, [](TagData& d) { d.bpm = "98"; }},
-      {GroupField::InitialKey, [](GroupValues& v) { v.initialkey = u"Am"; }, [](TagData& d) { d.initialkey = "Am"; }},
-      {GroupField::PodcastEnable, [](GroupValues& v) { v.podcast = false; }, [](TagData& d) { d.podcast = false; }},
-      {GroupField::PodcastId, [](GroupValues& v) { v.podcastid = u"pid"; },
-       [&](TagData& d) { d.podcastid = latin("pid"); }},
-      {GroupField::PodcastFeed, [](GroupValues& v) { v.podcastfeed = u"http://f"; },
-       [](TagData& d) { d.podcastfeed = "http://f"; }},
-      {GroupField::PodcastDescription, [](GroupValues& v) { v.podcastdesc = u"D"; },
-       [&](TagData& d) { d.podcastdesc = latin("D"); }},
+      text(G::V2Conductor, &V::conductor, &D::conductor, "K"),
+      text(G::V2Lyricist, &V::lyricist, &D::lyricist, "L"),
+      text(G::V2Publisher, &V::publisher, &D::publisher, "P"),
+      text(G::V2Orchestra, &V::orchestra, &D::orchestra, "B"),
+      text(G::V2Content, &V::content, &D::content, "G"),
+      text(G::V2Subtitle, &V::subtitle, &D::subtitle, "S"),
+      {G::V2Compilation, [](V& v) { v.compilation = false; }, [](D& d) { d.compilation = false; }},
+      plain(G::ArtistUrl, &V::artisturl, &D::artisturl, "http://a"),
+      plain(G::Isrc, &V::isrc, &D::isrc, "CCXXX1500729"),
+      plain(G::ReleaseTime, &V::releasetime, &D::releasetime, "2020"),
+      plain(G::RecordTime, &V::recordtime, &D::recordtime, "2019-01-02"),
+      plain(G::Bpm, &V::bpm, &D::bpm, "98"),
+      plain(G::InitialKey, &V::initialkey, &D::initialkey, "Am"),
+      {G::PodcastEnable, [](V& v) { v.podcast = false; }, [](D& d) { d.podcast = false; }},
+      text(G::PodcastId, &V::podcastid, &D::podcastid, "pid"),
+      plain(G::PodcastFeed, &V::podcastfeed, &D::podcastfeed, "http://f"),
+      text(G::PodcastDescription, &V::podcastdesc, &D::podcastdesc, "D"),
   };
 }
 
