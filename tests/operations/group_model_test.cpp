@@ -122,6 +122,7 @@ TEST(GroupModelTest, EachV2BoxCopiesItsFieldAndNothingElse) {
   EXPECT_EQ(cases.size(), kGroupFieldCount - 6 - 1);
   for (size_t i = 0; i < kGroupFieldCount; ++i) EXPECT_EQ(isV1Field(static_cast<GroupField>(i)), i < 6) << i;
   for (const V2Case& c : cases) {
+    SCOPED_TRACE(changeBoxLabel(c.field));
     GroupModel model;
     // Every value is typed, but only one box is on.
     for (const V2Case& other : cases) other.setValue(model.values);
@@ -132,8 +133,8 @@ TEST(GroupModelTest, EachV2BoxCopiesItsFieldAndNothingElse) {
     model.updateV2TagData(*track, true);
     TagData expected = before;
     c.expect(expected);
-    EXPECT_EQ(track->tagData, expected) << changeBoxLabel(c.field);
-    EXPECT_EQ(track->v1, v1Before) << changeBoxLabel(c.field);
+    EXPECT_EQ(track->tagData, expected);
+    EXPECT_EQ(track->v1, v1Before);
   }
 }
 
