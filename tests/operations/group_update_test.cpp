@@ -288,6 +288,8 @@ TEST(GroupUpdate, ExpectedChangesThatAreMissing) {
     EXPECT_EQ(g.writer.v1Saves, 0);
     EXPECT_EQ(g.questions.asked().size(), row.v1Ticked ? 1u : 0u);
     if (!row.v1Ticked) { EXPECT_TRUE(log.has(LogError, "The V1 tag has not been changed as expected")); }
+    // The count in the log is the only place the track's place in the run shows.
+    EXPECT_TRUE(log.has(LogAlways, "Starting track update for " + g.paths[0] + " (1 of 1)")) << log.dump();
   }
 }
 

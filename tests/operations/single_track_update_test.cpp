@@ -291,7 +291,10 @@ TEST_F(SingleTrackTest, FailureAlerts) {
     SaveSettings s = settings;
     row.setUp(failing, s, one.current());
     SingleTrackEditor e(one, asked, view, fixedSettings(s), failing);
+    test::LogCapture log;
     EXPECT_EQ(e.updateTag(), row.outcome);
+    // Only a "No" ends the update before its last step.
+    EXPECT_EQ(log.hasText("Finished updating"), row.outcome != UpdateOutcome::Declined);
     ASSERT_EQ(asked.asked().size(), 1u);
     EXPECT_EQ(asked.asked()[0].title, row.title);
     EXPECT_EQ(asked.asked()[0].message, row.message);
