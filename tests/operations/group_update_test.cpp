@@ -37,18 +37,12 @@ const std::string kIgnore =
 
 // One group of tracks on disk and everything a run talks to; the tables build
 // one per row so that no row sees another's files.
-struct GroupRun {
-  GroupRun() { settings.moveToTrash = false; }
-
+struct GroupRun : test::TrackFiles {
   // Tracks 0 to count - 1, written and opened into the model.
   void addTracks(int count) {
     for (int n = 0; n < count; ++n) addFile("track" + std::to_string(n) + ".mp3", test::numberedTrack(n));
   }
-  void addFile(const std::string& name, const Bytes& bytes) {
-    paths.push_back(dir.write(name, bytes));
-    originals.push_back(bytes);
-    model.addTrack(test::openTrack(paths.back()));
-  }
+  void addFile(const std::string& name, const Bytes& bytes) { model.addTrack(test::openTrack(TrackFiles::addFile(name, bytes))); }
 
   GroupUpdateOptions options(int jobs = 1) const {
     GroupUpdateOptions o;
@@ -85,7 +79,6 @@ struct GroupRun {
   // the genre's name: a real verification failure on every track.
   void typeUnverifiableGenre() { tick(GroupField::V2Genre, &GroupValues::genre, u"17"); }
 
-  bool untouched(size_t index) const { return readFile(paths[index]) == originals[index]; }
   std::vector<bool> untouchedAll() const {
     std::vector<bool> all;
     for (size_t i = 0; i < paths.size(); ++i) all.push_back(untouched(i));
@@ -97,15 +90,8 @@ struct GroupRun {
     return found;
   }
 
-  test::TempDir dir;
-  test::ScopedEnv dataHome{"XDG_DATA_HOME", dir.path() + "/data"};
-  test::ScriptedQuestions questions;
   test::RecordingObserver observer;
-  test::ForcingWriter writer;
-  SaveSettings settings;
   GroupModel model;
-  std::vector<std::string> paths;
-  std::vector<Bytes> originals;
   std::vector<TrackOutcome> outcomes;
   bool cancelled = false;
 };

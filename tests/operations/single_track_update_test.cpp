@@ -60,37 +60,21 @@ class RecordingView : public EditorView {
   std::function<void(ID3Tag&)> editV2;
 };
 
-class SingleTrackTest : public ::testing::Test {
+class SingleTrackTest : public ::testing::Test, public test::TrackFiles {
  protected:
-  SingleTrackTest() {
-    settings.moveToTrash = false;
-    settings.setFileIcon = false;
-  }
+  SingleTrackTest() { settings.setFileIcon = false; }
 
   void addTracks(int count) {
-    for (int n = 0; n < count; ++n) {
-      const Bytes bytes = test::numberedTrack(n + 1);
-      paths.push_back(dir.write("track" + std::to_string(n + 1) + ".mp3", bytes));
-      originals.push_back(bytes);
-      tracks.add(test::openTrack(paths.back()));
-    }
+    for (int n = 1; n <= count; ++n)
+      tracks.add(test::openTrack(addFile("track" + std::to_string(n) + ".mp3", test::numberedTrack(n))));
   }
 
   SingleTrackEditor editor(bool multiWindow = false) {
     return SingleTrackEditor(tracks, questions, view, fixedSettings(settings), writer, multiWindow);
   }
 
-  bool untouched(size_t index) const { return readFile(paths[index]) == originals[index]; }
-
-  test::TempDir dir;
-  test::ScopedEnv dataHome{"XDG_DATA_HOME", dir.path() + "/data"};
-  test::ScriptedQuestions questions;
   RecordingView view;
-  test::ForcingWriter writer;
-  SaveSettings settings;
   TrackSet tracks{TrackSet::Tracks{}};
-  std::vector<std::string> paths;
-  std::vector<Bytes> originals;
 };
 
 TEST_F(SingleTrackTest, UpdateSavesBothTagsInItsOrderOfSteps) {

@@ -16,10 +16,12 @@
 #include "engine/open_track.h"
 #include "operations/group_update.h"
 #include "operations/questions.h"
+#include "operations/save_settings.h"
 #include "operations/track_writer.h"
 #include "preferences/preference_keys.h"
 #include "preferences/preferences_controller.h"
 #include "preferences/store.h"
+#include "tests/support/fault_injector.h"
 #include "tests/support/id3v1_builder.h"
 #include "tests/support/id3v2_builder.h"
 #include "tests/support/mp3_file_builder.h"
@@ -155,6 +157,27 @@ class ForcingWriter : public TrackWriter {
   bool failRename = false;
   bool failUnlock = false;
   std::atomic<int> v1Saves{0}, v2Saves{0}, v1Removals{0}, v2Removals{0}, renames{0}, unlocks{0}, reopens{0};
+};
+
+// Track files in a folder of their own with the bytes first written, and
+// what an update talks to; both update flows build on it.
+struct TrackFiles {
+  TrackFiles() { settings.moveToTrash = false; }
+
+  const std::string& addFile(const std::string& name, const Bytes& bytes) {
+    paths.push_back(dir.write(name, bytes));
+    originals.push_back(bytes);
+    return paths.back();
+  }
+  bool untouched(size_t index) const { return readFile(paths[index]) == originals[index]; }
+
+  TempDir dir;
+  ScopedEnv dataHome{"XDG_DATA_HOME", dir.path() + "/data"};
+  ScriptedQuestions questions;
+  ForcingWriter writer;
+  SaveSettings settings;
+  std::vector<std::string> paths;
+  std::vector<Bytes> originals;
 };
 
 // "Always apply default tag data" with set 2 current, which supplies the album.
