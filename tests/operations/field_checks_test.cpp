@@ -79,15 +79,6 @@ TEST(FieldCheckTest, WarningDecision) {
   EXPECT_EQ(warningTooltip(u"a", std::u16string(u"A")), result(u"A"));  // case counts
 }
 
-TEST(FieldCheckTest, TooltipTexts) {
-  EXPECT_EQ(u16ToUtf8(result(u"2007")), "This entry will result in: 2007");
-  EXPECT_EQ(u16ToUtf8(kIsrcTooltip), "International Standard Recording Code [ISRC] (12 characters)");
-  EXPECT_NE(u16ToUtf8(kReleaseTimeTooltip).find("first released (this must be in the format: YYYY, "),
-            std::string::npos);
-  EXPECT_NE(u16ToUtf8(kRecordTimeTooltip).find("YYYY-MM-DD HH:MM or YYYY-MM-DD HH:MM:SS)"), std::string::npos);
-  EXPECT_EQ(u16ToUtf8(kInitialKeyTooltip).substr(0, 38), "Musical key in which the sound starts ");
-}
-
 TEST(FieldCheckTest, V1TrackRemainderKeepsTheSign) {
   EXPECT_EQ(v1TrackValidString(u"-1"), u"-1");
 }

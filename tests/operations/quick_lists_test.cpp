@@ -54,17 +54,6 @@ TEST(QuickListTest, AtMost26Entries) {
   EXPECT_EQ(repeated[1], "e0");
 }
 
-TEST(QuickListTest, KeysOfEachVersion) {
-  const auto v1 = v1QuickListKeys();
-  ASSERT_EQ(v1.size(), 4u);
-  EXPECT_EQ(v1[0], "V1 album");
-  EXPECT_EQ(v1[3], "V1 comment");
-  const auto v2 = v2QuickListKeys();
-  ASSERT_EQ(v2.size(), 25u);
-  EXPECT_EQ(v2.front(), "V2 album");
-  EXPECT_EQ(v2.back(), "Podcast description");
-}
-
 class QuickListsStoreTest : public testing::Test {
  protected:
   QuickListsStoreTest()

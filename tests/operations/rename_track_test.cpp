@@ -90,70 +90,50 @@ TEST(RenameTrackTest, DatePrefixIsTheLocalDate) {
   EXPECT_EQ(datePrefix(std::mktime(&day)), "20070503-");
 }
 
-TEST(RenameTrackTest, StandardRenameInPlace) {
-  TempDir dir;
-  ID3Tag track = trackAt(dir, "old.mp3");
-  ASSERT_TRUE(renameByTags(track, true, false, false, true));
-  EXPECT_EQ(track.path(), dir.file("03-A title.mp3"));
-  EXPECT_EQ(contents(track.path()), "audio of old.mp3");
-  EXPECT_FALSE(fs::exists(dir.file("old.mp3")));
-}
-
-TEST(RenameTrackTest, StandardRenameFilesIntoArtistAndAlbum) {
-  TempDir dir;
-  ID3Tag track = trackAt(dir, "old.aiff");
-  ASSERT_TRUE(renameByTags(track, false, false, true, true));
-  EXPECT_EQ(track.path(), dir.file("Artist/Album/A title.aiff"));
-  EXPECT_EQ(contents(track.path()), "audio of old.aiff");
-}
-
-TEST(RenameTrackTest, FormatFilesTwoFoldersDeep) {
-  TempDir dir;
-  ID3Tag track = trackAt(dir, "old.mp3");
-  // The preferences' number and folder switches play no part with a format.
-  ASSERT_TRUE(renameByTags(track, true, false, false, true, "%A/%L/%n %T"));
-  EXPECT_EQ(track.path(), dir.file("Artist/Album/03 A title.mp3"));
-  EXPECT_TRUE(fs::is_directory(dir.file("Artist/Album")));
-}
-
-TEST(RenameTrackTest, AnExistingFileIsKeptAndTheNameMadeUnique) {
-  TempDir dir;
-  dir.write("03-A title.mp3", bytesOf("keep me"));
-  dir.write("03-A title-1.mp3", bytesOf("keep me too"));
-  ID3Tag track = trackAt(dir, "old.mp3");
-  ASSERT_TRUE(renameByTags(track, true, false, false, true));
-  EXPECT_EQ(track.path(), dir.file("03-A title-2.mp3"));
-  EXPECT_EQ(contents(dir.file("03-A title.mp3")), "keep me");
-  EXPECT_EQ(contents(dir.file("03-A title-1.mp3")), "keep me too");
-  EXPECT_EQ(contents(track.path()), "audio of old.mp3");
-}
-
-TEST(RenameTrackTest, WhenEveryNumberIsTakenTheFileKeepsItsName) {
-  TempDir dir;
-  dir.write("A title.mp3", bytesOf("taken"));
-  for (int n = 1; n <= kMaxUniqueSuffix; ++n) dir.write("A title-" + std::to_string(n) + ".mp3", bytesOf("taken"));
-  ID3Tag track = trackAt(dir, "old.mp3");
-  EXPECT_TRUE(renameByTags(track, false, false, false, true));
-  EXPECT_EQ(track.path(), dir.file("old.mp3"));
-  EXPECT_EQ(contents(dir.file("old.mp3")), "audio of old.mp3");
-  EXPECT_EQ(contents(dir.file("A title-99.mp3")), "taken");
-}
-
-TEST(RenameTrackTest, ANameDifferingOnlyInCaseDoesNothing) {
-  TempDir dir;
-  ID3Tag track = trackAt(dir, "a TITLE.mp3");
-  EXPECT_TRUE(renameByTags(track, false, false, false, true));
-  EXPECT_EQ(track.path(), dir.file("a TITLE.mp3"));
-  EXPECT_TRUE(fs::exists(dir.file("a TITLE.mp3")));
-  EXPECT_FALSE(fs::exists(dir.file("A title.mp3")));
-}
-
-TEST(RenameTrackTest, RenamingToItsOwnNameDoesNothing) {
-  TempDir dir;
-  ID3Tag track = trackAt(dir, "03-A title.mp3");
-  EXPECT_TRUE(renameByTags(track, true, false, false, true));
-  EXPECT_EQ(track.path(), dir.file("03-A title.mp3"));
-  EXPECT_FALSE(fs::exists(dir.file("03-A title-1.mp3")));
+// Where renameByTags puts a track: a file already there is never replaced,
+// and a track already so named, even but for case, stays.
+TEST(RenameTrackTest, RenameByTags) {
+  const struct {
+    const char* name;
+    const char* file;
+    bool number, folder;
+    const char* format;
+    std::vector<std::string> taken;  // files there before, which must keep their bytes
+    const char* expected;
+    bool v1Only = false;
+  } rows[] = {
+      {"in place", "old.mp3", true, false, "", {}, "03-A title.mp3"},
+      {"into artist and album", "old.aiff", false, true, "", {}, "Artist/Album/A title.aiff"},
+      // The number and folder switches play no part with a format.
+      {"format two folders deep", "old.mp3", true, false, "%A/%L/%n %T", {}, "Artist/Album/03 A title.mp3"},
+      {"name taken", "old.mp3", true, false, "", {"03-A title.mp3", "03-A title-1.mp3"}, "03-A title-2.mp3"},
+      {"every number taken", "old.mp3", false, false, "", {"A title.mp3"}, "old.mp3"},
+      {"differing only in case", "a TITLE.mp3", false, false, "", {}, "a TITLE.mp3"},
+      {"its own name", "03-A title.mp3", true, false, "", {}, "03-A title.mp3"},
+      // The V2 track number still stands in front.
+      {"V1 names it when V2 is disabled", "old.mp3", true, false, "", {}, "03-V1 Title.mp3", true},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    TempDir dir;
+    std::vector<std::string> taken = row.taken;
+    if (std::string(row.name) == "every number taken")
+      for (int n = 1; n <= kMaxUniqueSuffix; ++n) taken.push_back("A title-" + std::to_string(n) + ".mp3");
+    for (const std::string& name : taken) dir.write(name, bytesOf("taken"));
+    ID3Tag track = trackAt(dir, row.file);
+    if (row.v1Only) {
+      track.tagData.enabled = false;
+      track.v1.enabled = true;
+      track.v1.title = "V1 Title";
+    }
+    ASSERT_TRUE(renameByTags(track, row.number, false, row.folder, true, row.format));
+    EXPECT_EQ(track.path(), dir.file(row.expected));
+    EXPECT_EQ(contents(track.path()), std::string("audio of ") + row.file);
+    EXPECT_EQ(fs::exists(dir.file(row.file)), std::string(row.expected) == row.file);
+    for (const std::string& name : taken) EXPECT_EQ(contents(dir.file(name)), "taken") << name;
+    EXPECT_EQ(track.tagData.enabled, !row.v1Only);  // V2 stays as it was
+    EXPECT_FALSE(track.v2Changed);
+  }
 }
 
 TEST(RenameTrackTest, FailuresLeaveTheFileAlone) {
@@ -175,20 +155,6 @@ TEST(RenameTrackTest, FailuresLeaveTheFileAlone) {
   EXPECT_FALSE(renameByTags(missing, true, false, false, true));
   EXPECT_EQ(missing.path(), dir.file("gone.mp3"));
   EXPECT_TRUE(log.has(1, "Failed to rename the file")) << log.dump();
-}
-
-TEST(RenameTrackTest, V1NamesTheFileWhenV2IsDisabled) {
-  TempDir dir;
-  ID3Tag track = trackAt(dir, "old.mp3");
-  track.tagData.enabled = false;
-  track.v2Changed = false;
-  track.v1.enabled = true;
-  track.v1.title = "V1 Title";
-  ASSERT_TRUE(renameByTags(track, true, false, false, true));
-  // The V2 track number still stands in front; V2 stays disabled and unchanged.
-  EXPECT_EQ(track.path(), dir.file("03-V1 Title.mp3"));
-  EXPECT_FALSE(track.tagData.enabled);
-  EXPECT_FALSE(track.v2Changed);
 }
 
 TEST(RenameTrackTest, RenameToPlacesTheParts) {

@@ -10,6 +10,7 @@
 #include <stdexcept>
 
 #include "engine/log.h"
+#include "engine/text.h"
 #include "engine/v2_update.h"
 #include "tests/operations/update_fixtures.h"
 #include "tests/support/fault_injector.h"
@@ -20,6 +21,8 @@ namespace {
 
 using test::Asked;
 using test::readFile;
+
+const std::string kV1Verify = "Verification of the updated V1 tag failed";
 
 class RecordingView : public EditorView {
  public:
@@ -57,44 +60,21 @@ class RecordingView : public EditorView {
   std::function<void(ID3Tag&)> editV2;
 };
 
-class SingleTrackTest : public ::testing::Test {
+class SingleTrackTest : public ::testing::Test, public test::TrackFiles {
  protected:
-  SingleTrackTest() {
-    settings.moveToTrash = false;
-    settings.setFileIcon = false;
-  }
+  SingleTrackTest() { settings.setFileIcon = false; }
 
   void addTracks(int count) {
-    for (int n = 0; n < count; ++n) {
-      const Bytes bytes = test::numberedTrack(n + 1);
-      paths.push_back(dir.write("track" + std::to_string(n + 1) + ".mp3", bytes));
-      originals.push_back(bytes);
-      tracks.add(test::openTrack(paths.back()));
-    }
+    for (int n = 1; n <= count; ++n)
+      tracks.add(test::openTrack(addFile("track" + std::to_string(n) + ".mp3", test::numberedTrack(n))));
   }
 
   SingleTrackEditor editor(bool multiWindow = false) {
     return SingleTrackEditor(tracks, questions, view, fixedSettings(settings), writer, multiWindow);
   }
 
-  bool untouched(size_t index) const { return readFile(paths[index]) == originals[index]; }
-
-  std::vector<std::string> alwaysLines(const test::LogCapture& log) const {
-    std::vector<std::string> lines;
-    for (const test::LogLine& line : log.lines())
-      if (line.level == LogAlways) lines.push_back(line.message);
-    return lines;
-  }
-
-  test::TempDir dir;
-  test::ScopedEnv dataHome{"XDG_DATA_HOME", dir.path() + "/data"};
-  test::ScriptedQuestions questions;
   RecordingView view;
-  test::ForcingWriter writer;
-  SaveSettings settings;
   TrackSet tracks{TrackSet::Tracks{}};
-  std::vector<std::string> paths;
-  std::vector<Bytes> originals;
 };
 
 TEST_F(SingleTrackTest, UpdateSavesBothTagsInItsOrderOfSteps) {
@@ -102,11 +82,7 @@ TEST_F(SingleTrackTest, UpdateSavesBothTagsInItsOrderOfSteps) {
   view.editV2 = [](ID3Tag& track) { track.tagData.album = UnicodeText::latin1("Edited"); };
   view.editV1 = [](ID3Tag& track) { track.v1.album = "Edited V1"; };
   tracks.current().v2Changed = true;
-  test::LogCapture log;
   EXPECT_EQ(editor().updateTag(), UpdateOutcome::Saved);
-  const std::vector<std::string> expected = {"Starting track update for " + paths[0], "Updating V1 tag...",
-                                             "Updating V2 tag...", "Renaming track...", "Finished updating"};
-  EXPECT_EQ(alwaysLines(log), expected);
   EXPECT_EQ(view.calls, (std::vector<std::string>{"stopPlayback", "updateV1TagData", "updateV2TagData unicode",
                                                   "progress on", "progress off"}));
   const ID3Tag saved = test::reopened(paths[0]);
@@ -117,6 +93,9 @@ TEST_F(SingleTrackTest, UpdateSavesBothTagsInItsOrderOfSteps) {
   EXPECT_EQ(tracks.current().tagData.album, UnicodeText::latin1("Edited"));
   EXPECT_FALSE(tracks.current().v1Changed || tracks.current().v2Changed);
   EXPECT_TRUE(questions.asked().empty());
+  settings.allowUnicode = false;
+  editor().updateTag();
+  EXPECT_EQ(view.calls[7], "updateV2TagData");
 }
 
 // Another program saved the file after the editor read it: its changes are
@@ -154,168 +133,156 @@ TEST_F(SingleTrackTest, AFileChangedOnDiskIsWrittenOverOnlyWhenAsked) {
   }
 }
 
-TEST_F(SingleTrackTest, UnicodeSettingIsPassedToTheWindow) {
-  addTracks(1);
-  settings.allowUnicode = false;
-  editor().updateTag();
-  EXPECT_EQ(view.calls[2], "updateV2TagData");
-}
-
-TEST_F(SingleTrackTest, LossCheckNoWritesNothing) {
-  addTracks(1);
-  settings.tag2SaveVersion = 3;
-  tracks.current().tagData.releasetime = "2001";
-  const std::string title = "Updating this track will result in the loss of the tag field 'Release time'";
-  questions.answer(title, {"No"});
-  EXPECT_EQ(editor().updateTag(), UpdateOutcome::Declined);
-  EXPECT_TRUE(untouched(0));
-  EXPECT_EQ(writer.v1Saves + writer.v2Saves, 0);
-  const std::vector<Asked> asked = questions.askedTitled(title);
-  ASSERT_EQ(asked.size(), 1u);
-  EXPECT_EQ(asked[0].message, "Do you want to continue?");
-  EXPECT_EQ(asked[0].buttons, (std::vector<std::string>{"Yes", "No"}));
-}
-
-TEST_F(SingleTrackTest, LossCheckYesSavesWithoutTheFieldAndVerifies) {
-  addTracks(1);
-  settings.tag2SaveVersion = 3;
-  tracks.current().tagData.recordtime = "2001-02-03";
-  tracks.current().tagData.mood = "Calm";
-  questions.answer("Updating this track will result in the loss of the tag field 'Record time'", {"Yes"});
-  EXPECT_EQ(editor().updateTag(), UpdateOutcome::Saved);
-  const ID3Tag saved = test::reopened(paths[0]);
-  EXPECT_EQ(saved.v2Version, 3);
-  EXPECT_TRUE(saved.tagData.recordtime.empty());
-  EXPECT_TRUE(saved.tagData.mood.empty());
-  // Only the one question: the save verified.
-  EXPECT_EQ(questions.asked().size(), 1u);
-}
-
-TEST_F(SingleTrackTest, NoLossCheckWhenTheVersionHoldsTheFields) {
-  addTracks(1);
-  tracks.current().tagData.recordtime = "2001-02-03";
-  EXPECT_EQ(editor().updateTag(), UpdateOutcome::Saved);  // automatic: 2.4
-  EXPECT_EQ(test::reopened(paths[0]).v2Version, 4);
-  EXPECT_TRUE(questions.asked().empty());
-}
-
-TEST_F(SingleTrackTest, ReadOnlyFileNoWritesNothing) {
-  addTracks(1);
-  tracks.current().readOnly = true;
-  questions.answer("Updating a read only or locked file", {"No"});
-  EXPECT_EQ(editor().updateTag(), UpdateOutcome::Declined);
-  EXPECT_EQ(writer.unlocks, 0);
-  EXPECT_TRUE(untouched(0));
-  const Asked asked = questions.asked().front();
-  EXPECT_EQ(asked.message, "Do you want to continue and overwrite the file?");
-  EXPECT_EQ(asked.buttons, (std::vector<std::string>{"Yes", "No"}));
-}
-
-TEST_F(SingleTrackTest, ReadOnlyFileYesUnlocksAndSaves) {
-  addTracks(1);
-  ASSERT_EQ(::chmod(paths[0].c_str(), 0444), 0);
-  tracks.current().readOnly = true;
-  tracks.current().tagData.album = UnicodeText::latin1("Unlocked");
-  questions.answer("Updating a read only or locked file", {"Yes"});
-  EXPECT_EQ(editor().updateTag(), UpdateOutcome::Saved);
-  struct stat st;
-  ASSERT_EQ(::stat(paths[0].c_str(), &st), 0);
-  EXPECT_NE(st.st_mode & S_IWUSR, 0u);
-  EXPECT_FALSE(tracks.current().readOnly);
-  EXPECT_EQ(test::reopened(paths[0]).tagData.album, UnicodeText::latin1("Unlocked"));
-}
-
-TEST_F(SingleTrackTest, ReadOnlyFileThatCannotBeUnlocked) {
-  addTracks(1);
-  tracks.current().readOnly = true;
-  writer.failUnlock = true;
-  questions.answer("Updating a read only or locked file", {"Yes"});
-  EXPECT_EQ(editor().updateTag(), UpdateOutcome::Declined);
-  EXPECT_TRUE(untouched(0));
-  const std::vector<Asked> asked = questions.askedTitled("Failed to make the file writable");
-  ASSERT_EQ(asked.size(), 1u);
-  EXPECT_EQ(asked[0].message, "Could not remove the read only or locked state of the file '" + paths[0] + "'.");
-  EXPECT_EQ(asked[0].buttons, std::vector<std::string>{"OK"});
-}
-
-TEST_F(SingleTrackTest, V1VerificationNoEndsTheUpdate) {
-  addTracks(1);
-  writer.forceV1 = 7;
-  questions.answer("Verification of the updated V1 tag failed", {"No"});
-  test::LogCapture log;
-  EXPECT_EQ(editor().updateTag(), UpdateOutcome::Declined);
-  EXPECT_EQ(writer.v2Saves, 0);
-  EXPECT_FALSE(log.hasText("Finished updating"));
-  EXPECT_TRUE(log.has(LogError, "Failed to update the V1 tag data for '" + paths[0] + "' (7)"));
-  EXPECT_EQ(questions.asked().front().message,
-            "Please reload the track and check that the details are correct (see melos.log for more details). "
-            "Would you like to continue?");
-}
-
-TEST_F(SingleTrackTest, V1VerificationYesGoesOn) {
-  addTracks(1);
-  writer.forceV1 = 7;
-  questions.answer("Verification of the updated V1 tag failed", {"Yes"});
-  EXPECT_EQ(editor().updateTag(), UpdateOutcome::Saved);
-  EXPECT_EQ(writer.v2Saves, 1);
-}
-
-TEST_F(SingleTrackTest, V2VerificationFailureIsShown) {
-  addTracks(1);
-  // Saved as "17", read back as "Rock".
-  tracks.current().tagData.genre = UnicodeText::latin1("17");
-  test::LogCapture log;
-  EXPECT_EQ(editor().updateTag(), UpdateOutcome::Saved);
-  const std::vector<Asked> asked = questions.asked();
-  ASSERT_EQ(asked.size(), 1u);
-  EXPECT_EQ(asked[0].title, "Verification of the updated V2 tag failed");
-  EXPECT_EQ(asked[0].message,
-            "Please reload the track and check that the details are correct (see melos.log for more details).");
-  EXPECT_EQ(asked[0].buttons, std::vector<std::string>{"OK"});
-  EXPECT_TRUE(log.has(LogError, "Failed to update the V2 tag data for '" + paths[0] + "' (7)"));
-}
-
-TEST_F(SingleTrackTest, FailureAlerts) {
+// Fields the chosen version cannot hold: "No" writes nothing, "Yes" saves
+// without them and verifies, and a version that holds them asks nothing.
+TEST_F(SingleTrackTest, SavesThatWouldLoseFields) {
   const struct {
     const char* name;
-    std::function<void(test::ForcingWriter&, SaveSettings&, ID3Tag&)> setUp;
+    int version;
+    const char* answer;
+    UpdateOutcome outcome;
+    int savedVersion;  // 0: the file is untouched
+  } rows[] = {
+      {"no", 3, "No", UpdateOutcome::Declined, 0},
+      {"yes", 3, "Yes", UpdateOutcome::Saved, 3},
+      {"automatic", 0, nullptr, UpdateOutcome::Saved, 4},
+  };
+  // Only the first field lost is named.
+  const std::string title = "Updating this track will result in the loss of the tag field 'Release time'";
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    test::TempDir folder;
+    const std::string path = folder.write("a.mp3", test::numberedTrack(1));
+    TrackSet one(test::openTrack(path));
+    test::ScriptedQuestions asked;
+    settings.tag2SaveVersion = row.version;
+    TagData& d = one.current().tagData;
+    d.releasetime = "2001";
+    d.recordtime = "2001-02-03";
+    d.mood = "Calm";
+    if (row.answer) asked.answer(title, {row.answer});
+    SingleTrackEditor e(one, asked, view, fixedSettings(settings), writer);
+    EXPECT_EQ(e.updateTag(), row.outcome);
+    if (row.savedVersion == 0) {
+      EXPECT_EQ(readFile(path), test::numberedTrack(1));
+    } else {
+      const ID3Tag saved = test::reopened(path);
+      EXPECT_EQ(saved.v2Version, row.savedVersion);
+      const bool kept = row.savedVersion == 4;
+      EXPECT_EQ(saved.tagData.releasetime.empty(), !kept);
+      EXPECT_EQ(saved.tagData.recordtime.empty(), !kept);
+      EXPECT_EQ(saved.tagData.mood.empty(), !kept);
+    }
+    // Only the one question: the save verified.
+    ASSERT_EQ(asked.asked().size(), row.answer ? 1u : 0u);
+    if (row.answer) {
+      EXPECT_EQ(asked.asked()[0].message, "Do you want to continue?");
+      EXPECT_EQ(asked.asked()[0].buttons, (std::vector<std::string>{"Yes", "No"}));
+    }
+  }
+  EXPECT_EQ(writer.v1Saves + writer.v2Saves, 4);  // nothing for "No"
+}
+// A read-only file is written only when the user says so and it can be
+// unlocked.
+TEST_F(SingleTrackTest, ReadOnlyFiles) {
+  const struct {
+    const char* answer;
+    bool unlockFails;
+    UpdateOutcome outcome;
+    int unlocks;
+  } rows[] = {
+      {"No", false, UpdateOutcome::Declined, 0},
+      {"Yes", true, UpdateOutcome::Declined, 1},
+      {"Yes", false, UpdateOutcome::Saved, 1},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(std::string(row.answer) + (row.unlockFails ? ", cannot unlock" : ""));
+    test::TempDir folder;
+    const std::string path = folder.write("a.mp3", test::numberedTrack(1));
+    ASSERT_EQ(::chmod(path.c_str(), 0444), 0);
+    TrackSet one(test::openTrack(path));
+    one.current().readOnly = true;
+    one.current().tagData.album = UnicodeText::latin1("Unlocked");
+    test::ScriptedQuestions asked;
+    asked.answer("Updating a read only or locked file", {row.answer});
+    test::ForcingWriter w;
+    w.failUnlock = row.unlockFails;
+    SingleTrackEditor e(one, asked, view, fixedSettings(settings), w);
+    EXPECT_EQ(e.updateTag(), row.outcome);
+    EXPECT_EQ(w.unlocks, row.unlocks);
+    const bool saved = row.outcome == UpdateOutcome::Saved;
+    EXPECT_EQ(readFile(path) == test::numberedTrack(1), !saved);
+    EXPECT_EQ(one.current().readOnly, !saved);
+    struct stat st;
+    ASSERT_EQ(::stat(path.c_str(), &st), 0);
+    EXPECT_EQ((st.st_mode & S_IWUSR) != 0, saved);
+    EXPECT_EQ(asked.asked()[0].buttons, (std::vector<std::string>{"Yes", "No"}));
+    EXPECT_EQ(asked.askedTitled("Failed to make the file writable").size(), row.unlockFails ? 1u : 0u);
+  }
+}
+
+// Every alert and question of a failed step: a failed V1 verification asks
+// whether to go on, a failed V2 verification, the last step, is only shown.
+TEST_F(SingleTrackTest, FailureAlerts) {
+  using Setup = std::function<void(test::ForcingWriter&, SaveSettings&, ID3Tag&)>;
+  const std::string reload =
+      "Please reload the track and check that the details are correct (see melos.log for more details).";
+  const Setup v1NotVerified = [](test::ForcingWriter& w, SaveSettings&, ID3Tag&) { w.forceV1 = 7; };
+  const struct {
+    const char* name;
+    Setup setUp;
+    const char* answer;  // to the V1 verification question
     UpdateOutcome outcome;
     std::string title;
     std::string message;
+    int v2Saves;
   } rows[] = {
-      {"V1 failed", [](test::ForcingWriter& w, SaveSettings&, ID3Tag&) { w.failV1Before = 5; },
-       UpdateOutcome::Failed, "Failed to update the tags", "Note: The original has not been changed."},
-      {"V2 failed after V1", [](test::ForcingWriter& w, SaveSettings&, ID3Tag&) { w.failV2Before = 2; },
+      {"V1 failed", [](test::ForcingWriter& w, SaveSettings&, ID3Tag&) { w.failV1Before = 5; }, nullptr,
+       UpdateOutcome::Failed, "Failed to update the tags", "Note: The original has not been changed.", 0},
+      {"V2 failed after V1", [](test::ForcingWriter& w, SaveSettings&, ID3Tag&) { w.failV2Before = 2; }, nullptr,
        UpdateOutcome::Failed, "Failed to update the version 2 tag",
-       "Note: The version 1 tag has been updated but the original version 2 has not been changed."},
+       "Note: The version 1 tag has been updated but the original version 2 has not been changed.", 1},
       {"V2 failed, no V1 tag",
        [](test::ForcingWriter& w, SaveSettings&, ID3Tag& t) {
          w.failV2Before = 4;
          t.v1.enabled = false;
          t.v1Loaded = false;
        },
-       UpdateOutcome::Failed, "Failed to update the tags", "Note: The original has not been changed."},
+       nullptr, UpdateOutcome::Failed, "Failed to update the tags", "Note: The original has not been changed.", 1},
       {"rename failed",
        [](test::ForcingWriter& w, SaveSettings& s, ID3Tag&) {
          w.failRename = true;
          s.renameUpdate = true;
        },
-       UpdateOutcome::RenameFailed, "Failed to change the file name",
-       "Failed to rename the file to the track title or move it to a folder based on the track details."},
+       nullptr, UpdateOutcome::RenameFailed, "Failed to change the file name",
+       "Failed to rename the file to the track title or move it to a folder based on the track details.", 1},
+      {"V1 not verified, no", v1NotVerified, "No", UpdateOutcome::Declined, kV1Verify,
+       reload + " Would you like to continue?", 0},
+      {"V1 not verified, yes", v1NotVerified, "Yes", UpdateOutcome::Saved, kV1Verify,
+       reload + " Would you like to continue?", 1},
+      // Saved as "17", read back as "Rock".
+      {"V2 not verified",
+       [](test::ForcingWriter&, SaveSettings&, ID3Tag& t) { t.tagData.genre = UnicodeText::latin1("17"); }, nullptr,
+       UpdateOutcome::Saved, "Verification of the updated V2 tag failed", reload, 1},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
     test::TempDir folder;
     TrackSet one(test::openTrack(folder.write("a.mp3", test::numberedTrack(1))));
     test::ScriptedQuestions asked;
+    if (row.answer) asked.answer(kV1Verify, {row.answer});
     test::ForcingWriter failing;
     SaveSettings s = settings;
     row.setUp(failing, s, one.current());
     SingleTrackEditor e(one, asked, view, fixedSettings(s), failing);
+    test::LogCapture log;
     EXPECT_EQ(e.updateTag(), row.outcome);
+    // Only a "No" ends the update before its last step.
+    EXPECT_EQ(log.hasText("Finished updating"), row.outcome != UpdateOutcome::Declined);
     ASSERT_EQ(asked.asked().size(), 1u);
     EXPECT_EQ(asked.asked()[0].title, row.title);
     EXPECT_EQ(asked.asked()[0].message, row.message);
+    EXPECT_EQ(failing.v2Saves, row.v2Saves);
     if (row.title == "Failed to update the tags") {
       EXPECT_EQ(failing.renames, 0);
     }
@@ -387,6 +354,8 @@ ID3Tag& mp3Track(TrackSet& set) {
   return track;
 }
 
+// The copy replaces the fields the V1 tag holds and clears the track total
+// and the lyrics; the rest of the V2 tag stays.
 TEST_F(SingleTrackTest, CopyV1ToV2) {
   TrackSet set(std::make_unique<ID3Tag>());
   ID3Tag& t = mp3Track(set);
@@ -395,20 +364,20 @@ TEST_F(SingleTrackTest, CopyV1ToV2) {
   t.tagData.lyrics = UnicodeText::latin1("words");
   t.tagData.composer = UnicodeText::latin1("kept");
   t.tagData.isrc = "kept";
+  TagData expected = t.tagData;
+  expected.enabled = true;
+  expected.title = UnicodeText::latin1("T1");
+  expected.artist = UnicodeText::latin1("A1");
+  expected.album = UnicodeText::latin1("L1");
+  expected.year = "1999";
+  expected.comment = UnicodeText::latin1("C1");
+  expected.track = 7;
+  expected.tracks = kUnsetNumber;
+  expected.lyrics = {};
+  expected.genre = UnicodeText::latin1("Rock");
   SingleTrackEditor e(set, questions, view, fixedSettings(settings), writer);
   e.copyV1ToV2();
-  EXPECT_TRUE(t.tagData.enabled);
-  EXPECT_EQ(t.tagData.title, UnicodeText::latin1("T1"));
-  EXPECT_EQ(t.tagData.artist, UnicodeText::latin1("A1"));
-  EXPECT_EQ(t.tagData.album, UnicodeText::latin1("L1"));
-  EXPECT_EQ(t.tagData.year, "1999");
-  EXPECT_EQ(t.tagData.comment, UnicodeText::latin1("C1"));
-  EXPECT_EQ(t.tagData.track, 7);
-  EXPECT_EQ(t.tagData.tracks, kUnsetNumber);
-  EXPECT_TRUE(t.tagData.lyrics.empty());
-  EXPECT_EQ(t.tagData.genre, UnicodeText::latin1("Rock"));
-  EXPECT_EQ(t.tagData.composer, UnicodeText::latin1("kept"));
-  EXPECT_EQ(t.tagData.isrc, "kept");
+  EXPECT_EQ(t.tagData, expected);
   EXPECT_TRUE(t.v2Changed);
   EXPECT_FALSE(t.v1Changed);
   EXPECT_EQ(view.copyButtons, std::make_pair(true, true));
@@ -434,33 +403,25 @@ TEST_F(SingleTrackTest, CopyV2ToV1) {
   t.tagData.genre = UnicodeText::latin1("Jazz");
   SingleTrackEditor e(set, questions, view, fixedSettings(settings), writer);
   e.copyV2ToV1();
-  EXPECT_TRUE(t.v1.enabled);
-  // Latin-1 keeps 233 and 199; U+4E2D has no Latin-1 form.
-  EXPECT_EQ(t.v1.title, "Caf\xE9 \xC7" "a ?");
-  EXPECT_EQ(t.v1.artist, std::string(40, 'a'));  // the writer cuts, not the copy
-  EXPECT_EQ(t.v1.album, "Album");
-  EXPECT_EQ(t.v1.comment, "Comment");
-  EXPECT_EQ(t.v1.year, "2004");
-  EXPECT_EQ(t.v1.track, 44);  // 300 as a V1 track
-  EXPECT_EQ(t.v1.genre, 8);
+  // Latin-1 keeps 233 and 199; U+4E2D has no Latin-1 form. The writer cuts
+  // the artist to its width, not the copy; 300 is track 44 in V1.
+  EXPECT_EQ(t.v1, (V1Tag{true, "Caf\xE9 \xC7" "a ?", std::string(40, 'a'), "Album", "2004", "Comment", 44, 8}));
   EXPECT_TRUE(t.v1Changed);
   EXPECT_EQ(view.copyButtons, std::make_pair(true, true));
 
   const struct {
     std::u16string genre;
-    uint8_t expected;
-  } genres[] = {{u"Hard Rock", 79}, {u"jazz", 8}, {u"Bebop-ish", 12}, {u"", 12}};
-  for (const auto& row : genres) {
+    uint16_t track;
+    uint8_t v1Genre, v1Track;
+  } rows[] = {{u"Hard Rock", 1, 79, 1}, {u"jazz", kUnsetNumber, 8, kUnsetV1}, {u"Bebop-ish", 256, 12, kUnsetV1},
+              {u"", 12, 12, 12}};
+  for (const auto& row : rows) {
     t.tagData.genre = UnicodeText::utf16(row.genre);
+    t.tagData.track = row.track;
     e.copyV2ToV1();
-    EXPECT_EQ(t.v1.genre, row.expected);
+    EXPECT_EQ(t.v1.genre, row.v1Genre) << u16ToUtf8(row.genre);
+    EXPECT_EQ(t.v1.track, row.v1Track) << row.track;
   }
-  t.tagData.track = kUnsetNumber;
-  e.copyV2ToV1();
-  EXPECT_EQ(t.v1.track, kUnsetV1);
-  t.tagData.track = 256;
-  e.copyV2ToV1();
-  EXPECT_EQ(t.v1.track, kUnsetV1);
 }
 
 TEST_F(SingleTrackTest, CopiesDoNothingForOtherThanMp3) {
@@ -579,10 +540,13 @@ TEST_F(SingleTrackTest, LeavingAChangedTrackAsksToSave) {
   EXPECT_EQ(test::reopened(paths[1]).tagData.album, UnicodeText::latin1("Saved"));
   EXPECT_EQ(tracks.position(), 0u);
 
-  const std::vector<Asked> asked = questions.askedTitled(title);
-  ASSERT_EQ(asked.size(), 3u);
-  EXPECT_EQ(asked[0].message, "If you do not save, your changes will be lost.");
-  EXPECT_EQ(asked[0].buttons, (std::vector<std::string>{"Save", "Don't save", "Cancel"}));
+  // Closing a changed track with "Save" saves it first.
+  tracks.current().tagData.album = UnicodeText::latin1("Closed");
+  e.changedV2();
+  EXPECT_TRUE(e.closeTrack());
+  EXPECT_EQ(test::reopened(paths[0]).tagData.album, UnicodeText::latin1("Closed"));
+  EXPECT_EQ(tracks.current().path(), paths[1]);
+  EXPECT_EQ(questions.askedTitled(title).size(), 4u);
 }
 
 TEST_F(SingleTrackTest, ClosingATrackOfTheSet) {
@@ -608,17 +572,6 @@ TEST_F(SingleTrackTest, ClosingATrackOfTheSet) {
   EXPECT_EQ(view.trackOfTracks, std::make_pair(size_t{0}, size_t{0}));
   EXPECT_FALSE(e.closeTrack());  // only with more than one track
   EXPECT_EQ(tracks.count(), 1u);
-}
-
-TEST_F(SingleTrackTest, ClosingAChangedTrackWithSaveUpdatesFirst) {
-  addTracks(2);
-  SingleTrackEditor e = editor();
-  tracks.current().tagData.album = UnicodeText::latin1("Closed");
-  e.changedV2();
-  questions.answer("Do you want to save changes?", {"Save"});
-  EXPECT_TRUE(e.closeTrack());
-  EXPECT_EQ(test::reopened(paths[0]).tagData.album, UnicodeText::latin1("Closed"));
-  EXPECT_EQ(tracks.current().path(), paths[1]);
 }
 
 }  // namespace

@@ -16,10 +16,12 @@
 #include "engine/open_track.h"
 #include "operations/group_update.h"
 #include "operations/questions.h"
+#include "operations/save_settings.h"
 #include "operations/track_writer.h"
 #include "preferences/preference_keys.h"
 #include "preferences/preferences_controller.h"
 #include "preferences/store.h"
+#include "tests/support/fault_injector.h"
 #include "tests/support/id3v1_builder.h"
 #include "tests/support/id3v2_builder.h"
 #include "tests/support/mp3_file_builder.h"
@@ -60,7 +62,6 @@ class ScriptedQuestions : public Questions {
       }
       asked_.push_back(asked);
     }
-    if (onAsk) onAsk(asked);
     return asked.answer;
   }
 
@@ -74,13 +75,6 @@ class ScriptedQuestions : public Questions {
       if (a.title == title) found.push_back(a);
     return found;
   }
-  std::vector<std::string> titles() const {
-    std::vector<std::string> found;
-    for (const Asked& a : asked()) found.push_back(a.title);
-    return found;
-  }
-
-  std::function<void(const Asked&)> onAsk;
 
  private:
   mutable std::mutex mutex_;
@@ -91,12 +85,9 @@ class ScriptedQuestions : public Questions {
 
 class RecordingObserver : public UpdateObserver {
  public:
-  void updateStarted(size_t count, const std::string& text) override {
-    maximum = count;
-    status = text;
-  }
+  void updateStarted(size_t count, const std::string&) override { maximum = count; }
   void progressAdvanced() override { ++progress; }
-  void statusChanged(const std::string& text) override { status = text; }
+  void statusChanged(const std::string&) override {}
   void trackUpdated(size_t index, const TrackOutcome& outcome) override {
     {
       std::lock_guard lock(mutex_);
@@ -111,7 +102,6 @@ class RecordingObserver : public UpdateObserver {
   }
 
   size_t maximum = 0;
-  std::string status;
   std::atomic<int> progress{0};
   std::vector<size_t> updated;
   std::atomic<bool> finished{false};
@@ -132,13 +122,12 @@ class ForcingWriter : public TrackWriter {
     ++v1Saves;
     if (failV1Before) return *failV1Before;
     const int result = TrackWriter::saveV1(track, removeApe, keepDates, trim);
-    return forceV1 ? *forceV1 : result;
+    return forceV1.value_or(result);
   }
   int saveV2(ID3Tag& track, bool moveToTrash, int version, bool keepDates, bool trim) override {
     ++v2Saves;
     if (failV2Before && (failV2Of.empty() || track.path() == failV2Of)) return *failV2Before;
-    const int result = TrackWriter::saveV2(track, moveToTrash, version, keepDates, trim);
-    return forceV2 ? *forceV2 : result;
+    return TrackWriter::saveV2(track, moveToTrash, version, keepDates, trim);
   }
   int removeV1(ID3Tag& track, bool removeApe, bool keepDates) override {
     ++v1Removals;
@@ -163,11 +152,32 @@ class ForcingWriter : public TrackWriter {
     return TrackWriter::reopen(track, scanMode);
   }
 
-  std::optional<int> forceV1, forceV2, failV1Before, failV2Before;
+  std::optional<int> forceV1, failV1Before, failV2Before;
   std::string failV2Of;  // when set, failV2Before is for this track alone
   bool failRename = false;
   bool failUnlock = false;
   std::atomic<int> v1Saves{0}, v2Saves{0}, v1Removals{0}, v2Removals{0}, renames{0}, unlocks{0}, reopens{0};
+};
+
+// Track files in a folder of their own with the bytes first written, and
+// what an update talks to; both update flows build on it.
+struct TrackFiles {
+  TrackFiles() { settings.moveToTrash = false; }
+
+  const std::string& addFile(const std::string& name, const Bytes& bytes) {
+    paths.push_back(dir.write(name, bytes));
+    originals.push_back(bytes);
+    return paths.back();
+  }
+  bool untouched(size_t index) const { return readFile(paths[index]) == originals[index]; }
+
+  TempDir dir;
+  ScopedEnv dataHome{"XDG_DATA_HOME", dir.path() + "/data"};
+  ScriptedQuestions questions;
+  ForcingWriter writer;
+  SaveSettings settings;
+  std::vector<std::string> paths;
+  std::vector<Bytes> originals;
 };
 
 // "Always apply default tag data" with set 2 current, which supplies the album.
@@ -236,8 +246,5 @@ inline Bytes afterTag(const std::string& path) {
   return Bytes(bytes.begin() + static_cast<std::ptrdiff_t>(10 + size), bytes.end());
 }
 
-inline Bytes lastBytes(const Bytes& bytes, size_t count) {
-  return Bytes(bytes.end() - static_cast<std::ptrdiff_t>(std::min(count, bytes.size())), bytes.end());
-}
 
 }  // namespace melos::test
