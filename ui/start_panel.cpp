@@ -2,6 +2,7 @@
 
 #include <QBoxLayout>
 #include <QCheckBox>
+#include <QDesktopServices>
 #include <QDragEnterEvent>
 #include <QDropEvent>
 #include <QFile>
@@ -9,6 +10,7 @@
 #include <QListView>
 #include <QMimeData>
 #include <QPushButton>
+#include <QUrl>
 
 #include "preferences/preferences_controller.h"
 #include "ui/document_controller.h"
@@ -76,13 +78,16 @@ StartPanel::StartPanel(DocumentController& controller, PreferencesController& pr
   buttons->addStretch();
   layout->addLayout(buttons);
 
-  auto* readme = new QLabel(QStringLiteral("<a href=\"%1\">%2</a>")
-                                .arg(QStringLiteral(MELOSCRIBE_README_URL), tr("Read about Meloscribe")),
-                            this);
+  // A flat button rather than a link in a label: Qt's labels trap Shift+Tab
+  // on their links, and this one must be reachable from the keyboard both ways.
+  auto* readme = new QPushButton(tr("Read about Meloscribe"), this);
   readme->setObjectName(QStringLiteral("startReadmeLink"));
   readme->setAccessibleName(tr("Read about Meloscribe"));
-  readme->setOpenExternalLinks(true);
-  layout->addWidget(readme);
+  readme->setFlat(true);
+  readme->setCursor(Qt::PointingHandCursor);
+  connect(readme, &QPushButton::clicked, this,
+          [] { QDesktopServices::openUrl(QUrl(QStringLiteral(MELOSCRIBE_README_URL))); });
+  layout->addWidget(readme, 0, Qt::AlignLeft);
 
   showAtStart_ = new QCheckBox(tr("&Show this window at start"), this);
   showAtStart_->setObjectName(QStringLiteral("startShowAtStart"));
