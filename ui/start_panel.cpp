@@ -85,6 +85,13 @@ StartPanel::StartPanel(DocumentController& controller, PreferencesController& pr
   readme->setAccessibleName(tr("Read about Meloscribe"));
   readme->setFlat(true);
   readme->setCursor(Qt::PointingHandCursor);
+  // Drawn as the link it leads to.
+  QFont linkFont = readme->font();
+  linkFont.setUnderline(true);
+  readme->setFont(linkFont);
+  QPalette linkColours = readme->palette();
+  linkColours.setColor(QPalette::ButtonText, linkColours.color(QPalette::Link));
+  readme->setPalette(linkColours);
   connect(readme, &QPushButton::clicked, this,
           [] { QDesktopServices::openUrl(QUrl(QStringLiteral(MELOSCRIBE_README_URL))); });
   layout->addWidget(readme, 0, Qt::AlignLeft);
