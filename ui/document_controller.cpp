@@ -19,6 +19,7 @@
 #include "preferences/preferences_controller.h"
 #include "ui/file_chooser.h"
 #include "ui/group_window.h"
+#include "ui/shown_path.h"
 #include "ui/start_panel.h"
 #include "ui/track_window.h"
 
@@ -177,9 +178,10 @@ void DocumentController::fillRecentMenu() {
   recentMenu_->clear();
   const auto addEntries = [this](RecentDocuments& recent) {
     for (const std::string& path : recent.list()) {
-      const QString shown = displayPath(path);
-      QAction* entry = recentMenu_->addAction(shown);
-      connect(entry, &QAction::triggered, this, [this, shown] { openFiles({shown}); });
+      const QString full = displayPath(path);
+      // A "&" in a file name is not a shortcut.
+      QAction* entry = recentMenu_->addAction(shownPath(full).replace(QLatin1Char('&'), QStringLiteral("&&")));
+      connect(entry, &QAction::triggered, this, [this, full] { openFiles({full}); });
     }
   };
   addEntries(recentTracks_);

@@ -6,6 +6,7 @@
 #include "engine/open_track.h"
 #include "operations/questions.h"
 #include "operations/track_file.h"
+#include "ui/shown_path.h"
 
 namespace melos::ui {
 
@@ -41,7 +42,7 @@ bool GroupWindow::addTracks(const std::vector<std::string>& paths) {
       CopyTagData(values_, *first, true, true, true, true, true);
     }
     tracks_.push_back(std::move(file.track));
-    names.append(QFile::decodeName(QByteArray::fromStdString(path)));
+    names.append(shownPath(QFile::decodeName(QByteArray::fromStdString(path))));
     added = true;
   }
   names_.setStringList(names);

@@ -78,6 +78,7 @@ int main(int argc, char* argv[]) {
     QTimer::singleShot(0, &app, [&sinceStart] {
       std::printf("first window shown after %lld ms\n", static_cast<long long>(sinceStart.elapsed()));
       std::fflush(stdout);
+      QCoreApplication::quit();
     });
     return QApplication::exec();
   }

@@ -2,6 +2,7 @@
 
 #include <QBoxLayout>
 #include <QCheckBox>
+#include <QDesktopServices>
 #include <QDragEnterEvent>
 #include <QDropEvent>
 #include <QFile>
@@ -9,17 +10,25 @@
 #include <QListView>
 #include <QMimeData>
 #include <QPushButton>
+#include <QUrl>
 
 #include "preferences/preferences_controller.h"
 #include "ui/document_controller.h"
 #include "ui/document_window.h"
+#include "ui/shown_path.h"
 
 namespace melos::ui {
 namespace {
 
-QStringList displayPaths(const std::vector<std::string>& paths) {
+QStringList decodedPaths(const std::vector<std::string>& paths) {
+  QStringList decoded;
+  for (const std::string& path : paths) decoded.append(QFile::decodeName(QByteArray::fromStdString(path)));
+  return decoded;
+}
+
+QStringList shownPaths(const QStringList& paths) {
   QStringList shown;
-  for (const std::string& path : paths) shown.append(QFile::decodeName(QByteArray::fromStdString(path)));
+  for (const QString& path : paths) shown.append(shownPath(path));
   return shown;
 }
 
@@ -41,17 +50,18 @@ StartPanel::StartPanel(DocumentController& controller, PreferencesController& pr
   layout->addWidget(intro);
 
   auto* lists = new QHBoxLayout;
-  const auto addColumn = [&](const char* name, const QString& label, QStringListModel& model) {
+  const auto addColumn = [&](const char* name, const QString& label, QStringListModel& model,
+                             const QStringList& paths) {
     auto* column = new QVBoxLayout;
     auto* caption = new QLabel(label, this);
-    QListView* view = makeList(name, label, model);
+    QListView* view = makeList(name, label, model, paths);
     caption->setBuddy(view);
     column->addWidget(caption);
     column->addWidget(view);
     lists->addLayout(column);
   };
-  addColumn("recentTracksList", tr("Recent &tracks"), recentTracks_);
-  addColumn("recentGroupsList", tr("Recent &groups"), recentGroups_);
+  addColumn("recentTracksList", tr("Recent &tracks"), recentTracks_, trackPaths_);
+  addColumn("recentGroupsList", tr("Recent &groups"), recentGroups_, groupPaths_);
   layout->addLayout(lists);
 
   auto* buttons = new QHBoxLayout;
@@ -68,13 +78,23 @@ StartPanel::StartPanel(DocumentController& controller, PreferencesController& pr
   buttons->addStretch();
   layout->addLayout(buttons);
 
-  auto* readme = new QLabel(QStringLiteral("<a href=\"%1\">%2</a>")
-                                .arg(QStringLiteral(MELOSCRIBE_README_URL), tr("Read about Meloscribe")),
-                            this);
+  // A flat button rather than a link in a label: Qt's labels trap Shift+Tab
+  // on their links, and this one must be reachable from the keyboard both ways.
+  auto* readme = new QPushButton(tr("Read about Meloscribe"), this);
   readme->setObjectName(QStringLiteral("startReadmeLink"));
   readme->setAccessibleName(tr("Read about Meloscribe"));
-  readme->setOpenExternalLinks(true);
-  layout->addWidget(readme);
+  readme->setFlat(true);
+  readme->setCursor(Qt::PointingHandCursor);
+  // Drawn as the link it leads to.
+  QFont linkFont = readme->font();
+  linkFont.setUnderline(true);
+  readme->setFont(linkFont);
+  QPalette linkColours = readme->palette();
+  linkColours.setColor(QPalette::ButtonText, linkColours.color(QPalette::Link));
+  readme->setPalette(linkColours);
+  connect(readme, &QPushButton::clicked, this,
+          [] { QDesktopServices::openUrl(QUrl(QStringLiteral(MELOSCRIBE_README_URL))); });
+  layout->addWidget(readme, 0, Qt::AlignLeft);
 
   showAtStart_ = new QCheckBox(tr("&Show this window at start"), this);
   showAtStart_->setObjectName(QStringLiteral("startShowAtStart"));
@@ -89,21 +109,24 @@ StartPanel::StartPanel(DocumentController& controller, PreferencesController& pr
   refresh();
 }
 
-QListView* StartPanel::makeList(const char* name, const QString& label, QStringListModel& model) {
+QListView* StartPanel::makeList(const char* name, const QString& label, QStringListModel& model,
+                                const QStringList& paths) {
   auto* view = new QListView(this);
   view->setObjectName(QString::fromLatin1(name));
   view->setAccessibleName(QString(label).remove(QLatin1Char('&')));
   view->setModel(&model);
   view->setEditTriggers(QAbstractItemView::NoEditTriggers);
-  connect(view, &QListView::activated, this, [this](const QModelIndex& index) {
-    controller_.openFiles({index.data().toString()});
+  connect(view, &QListView::activated, this, [this, &paths](const QModelIndex& index) {
+    if (index.row() < paths.size()) controller_.openFiles({paths.at(index.row())});
   });
   return view;
 }
 
 void StartPanel::refresh() {
-  recentTracks_.setStringList(displayPaths(controller_.recentTracks().list()));
-  recentGroups_.setStringList(displayPaths(controller_.recentGroups().list()));
+  trackPaths_ = decodedPaths(controller_.recentTracks().list());
+  groupPaths_ = decodedPaths(controller_.recentGroups().list());
+  recentTracks_.setStringList(shownPaths(trackPaths_));
+  recentGroups_.setStringList(shownPaths(groupPaths_));
 }
 
 void StartPanel::dragEnterEvent(QDragEnterEvent* event) {

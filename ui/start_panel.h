@@ -31,12 +31,16 @@ class StartPanel : public QWidget {
   void dropEvent(QDropEvent* event) override;
 
  private:
-  QListView* makeList(const char* name, const QString& label, QStringListModel& model);
+  // Each list shows the paths as their owner reads them and opens them by
+  // their full path.
+  QListView* makeList(const char* name, const QString& label, QStringListModel& model, const QStringList& paths);
 
   DocumentController& controller_;
   PreferencesController& preferences_;
   QStringListModel recentTracks_;
   QStringListModel recentGroups_;
+  QStringList trackPaths_;
+  QStringList groupPaths_;
   QCheckBox* showAtStart_ = nullptr;
 };
 

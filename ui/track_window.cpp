@@ -5,6 +5,7 @@
 #include <QPlainTextEdit>
 
 #include "operations/track_text.h"
+#include "ui/shown_path.h"
 
 namespace melos::ui {
 
@@ -69,7 +70,7 @@ void TrackWindow::fill() {
   const QString path = QString::fromStdString(track_->path());
   setWindowTitle(QFileInfo(path).fileName() + QStringLiteral("[*]"));
   setWindowFilePath(path);
-  facts_->setPlainText(QString::fromStdString(trackText(track_->path(), *track_)));
+  facts_->setPlainText(QString::fromStdString(trackText(shownPath(path).toStdString(), *track_)));
 }
 
 }  // namespace melos::ui

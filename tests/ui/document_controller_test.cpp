@@ -25,26 +25,6 @@
 
 namespace melos::test {
 
-class ScriptedChooser : public ui::FileChooser {
- public:
-  QStringList chooseTracks(QWidget*) override {
-    ++tracksAsked;
-    return tracks;
-  }
-  QString chooseFolder(QWidget*) override { return folder; }
-  QString chooseTagSource(QWidget*, const QString& start) override {
-    startFolder = start;
-    return tagSource;
-  }
-  QString chooseTagDestination(QWidget*, const QString& start) override {
-    startFolder = start;
-    return tagDestination;
-  }
-  QStringList tracks;
-  QString folder, tagSource, tagDestination, startFolder;
-  int tracksAsked = 0;
-};
-
 class DocumentControllerTest : public QObject {
   Q_OBJECT
 

@@ -1,5 +1,6 @@
 // The track window shows what `melos show` prints, and follows a replaced track.
 
+#include <QDir>
 #include <QPlainTextEdit>
 #include <memory>
 
@@ -8,6 +9,7 @@
 #include "preferences/preferences_controller.h"
 #include "preferences/store.h"
 #include "tests/ui/window_harness.h"
+#include "ui/shown_path.h"
 #include "ui/track_window.h"
 
 namespace melos::test {
@@ -43,6 +45,41 @@ class TrackWindowTest : public QObject {
     QVERIFY2(text.contains(QStringLiteral("First light")), qPrintable(text));
     QVERIFY2(text.contains(QStringLiteral("kbps")), qPrintable(text));
     QVERIFY(window_->windowTitle().startsWith(QStringLiteral("first.mp3")));
+  }
+
+  void pathsUnderHomeAreShownFromTilde_data() {
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("home");
+    QTest::addColumn<QString>("shown");
+    QTest::newRow("under home") << "/home/ann/Music/a.mp3" << "/home/ann" << "~/Music/a.mp3";
+    QTest::newRow("home itself") << "/home/ann" << "/home/ann" << "~";
+    QTest::newRow("home with a slash") << "/home/ann/a.mp3" << "/home/ann/" << "~/a.mp3";
+    QTest::newRow("a sibling sharing the prefix") << "/home/anna/a.mp3" << "/home/ann" << "/home/anna/a.mp3";
+    QTest::newRow("elsewhere") << "/srv/music/a.mp3" << "/home/ann" << "/srv/music/a.mp3";
+    QTest::newRow("home is the root") << "/a.mp3" << "/" << "/a.mp3";
+    QTest::newRow("no home") << "/a.mp3" << "" << "/a.mp3";
+  }
+
+  void pathsUnderHomeAreShownFromTilde() {
+    QFETCH(QString, path);
+    QFETCH(QString, home);
+    QFETCH(QString, shown);
+    QCOMPARE(ui::shownPath(path, home), shown);
+  }
+
+  // The facts name the track as its owner reads the path; the window still
+  // knows the whole path.
+  void theFactsShowATrackUnderHomeFromTilde() {
+    QVERIFY(QDir().mkpath(QString::fromStdString(dir_.file("Music"))));
+    const std::string path = dir_.write("Music/tilde.mp3", sampleMp3("Tilde"));
+    const QByteArray realHome = qgetenv("HOME");
+    qputenv("HOME", QByteArray::fromStdString(dir_.path()));
+    window_ = openWindow(path);
+    qputenv("HOME", realHome);
+    QVERIFY(window_);
+    const QString text = findByName<QPlainTextEdit>(window_.get(), "trackFacts")->toPlainText();
+    QVERIFY2(text.startsWith(QStringLiteral("~/Music/tilde.mp3")), qPrintable(text));
+    QCOMPARE(window_->windowFilePath(), QString::fromStdString(path));
   }
 
   void showsTheFactsOfAnAiff() {

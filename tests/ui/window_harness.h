@@ -12,6 +12,7 @@
 #include "operations/questions.h"
 #include "tests/support/sample_tracks.h"
 #include "tests/support/temp_dir.h"
+#include "ui/file_chooser.h"
 
 namespace melos::test {
 
@@ -35,6 +36,28 @@ class ScriptedQuestions : public Questions {
 
  private:
   std::map<std::string, std::string> script_;
+};
+
+// Answers the open and save questions from what a test set; counts the Open
+// panels asked for.
+class ScriptedChooser : public ui::FileChooser {
+ public:
+  QStringList chooseTracks(QWidget*) override {
+    ++tracksAsked;
+    return tracks;
+  }
+  QString chooseFolder(QWidget*) override { return folder; }
+  QString chooseTagSource(QWidget*, const QString& start) override {
+    startFolder = start;
+    return tagSource;
+  }
+  QString chooseTagDestination(QWidget*, const QString& start) override {
+    startFolder = start;
+    return tagDestination;
+  }
+  QStringList tracks;
+  QString folder, tagSource, tagDestination, startFolder;
+  int tracksAsked = 0;
 };
 
 // The child with this object name, or null.

@@ -1,0 +1,306 @@
+// Under a real X server, with the pointer and the keyboard driven through the
+// server's XTEST extension rather than events made up inside Qt: files dragged
+// onto a window open, the start panel's focus and Tab order, and the File menu.
+// Run by xvfb-run (see CMakeLists.txt).
+
+#include <QApplication>
+#include <QDir>
+#include <QDrag>
+#include <QMenu>
+#include <QMenuBar>
+#include <QMimeData>
+#include <QMouseEvent>
+#include <QUrl>
+#include <dlfcn.h>
+#include <iterator>
+#include <memory>
+
+#include "preferences/preferences_controller.h"
+#include "preferences/store.h"
+#include "tests/ui/window_harness.h"
+#include "ui/document_controller.h"
+#include "ui/group_window.h"
+#include "ui/start_panel.h"
+#include "ui/track_window.h"
+
+namespace melos::test {
+namespace {
+
+// The few calls of libX11 and libXtst the tests need, loaded at run time so
+// the build needs no X development files.
+class FakeInput {
+ public:
+  static constexpr unsigned long kTab = 0xFF09, kShift = 0xFFE1, kAlt = 0xFFE9, kControl = 0xFFE3,
+                                 kReturn = 0xFF0D, kF = 0x0066, kO = 0x006F;
+
+  FakeInput() {
+    x11_ = dlopen("libX11.so.6", RTLD_NOW);
+    xtst_ = dlopen("libXtst.so.6", RTLD_NOW);
+    if (x11_ == nullptr || xtst_ == nullptr) return;
+    load(x11_, "XOpenDisplay", openDisplay_);
+    load(x11_, "XCloseDisplay", closeDisplay_);
+    load(x11_, "XFlush", flush_);
+    load(x11_, "XKeysymToKeycode", keycode_);
+    load(xtst_, "XTestFakeMotionEvent", motion_);
+    load(xtst_, "XTestFakeButtonEvent", button_);
+    load(xtst_, "XTestFakeKeyEvent", key_);
+    if (openDisplay_ && closeDisplay_ && flush_ && keycode_ && motion_ && button_ && key_)
+      display_ = openDisplay_(nullptr);
+  }
+  ~FakeInput() {
+    if (display_ != nullptr) closeDisplay_(display_);
+    if (xtst_ != nullptr) dlclose(xtst_);
+    if (x11_ != nullptr) dlclose(x11_);
+  }
+  FakeInput(const FakeInput&) = delete;
+  FakeInput& operator=(const FakeInput&) = delete;
+
+  bool ready() const { return display_ != nullptr; }
+
+  // Each delay is the server's wait before the event, after the one before.
+  void moveTo(QPoint global, unsigned long delayMs = 0) { motion_(display_, -1, global.x(), global.y(), delayMs); }
+  void button(bool press, unsigned long delayMs = 0) { button_(display_, 1, press ? 1 : 0, delayMs); }
+  void key(unsigned long keysym, bool press) { key_(display_, keycode_(display_, keysym), press ? 1 : 0, 0); }
+  void tap(std::initializer_list<unsigned long> chord) {
+    for (unsigned long keysym : chord) key(keysym, true);
+    for (auto it = std::rbegin(chord); it != std::rend(chord); ++it) key(*it, false);
+  }
+  void click(QPoint global) {
+    moveTo(global);
+    button(true, 30);
+    button(false, 30);
+  }
+  void send() { flush_(display_); }
+
+ private:
+  template <typename F>
+  static void load(void* library, const char* name, F& function) {
+    function = reinterpret_cast<F>(dlsym(library, name));
+  }
+
+  void* x11_ = nullptr;
+  void* xtst_ = nullptr;
+  void* display_ = nullptr;
+  void* (*openDisplay_)(const char*) = nullptr;
+  int (*closeDisplay_)(void*) = nullptr;
+  int (*flush_)(void*) = nullptr;
+  unsigned char (*keycode_)(void*, unsigned long) = nullptr;
+  int (*motion_)(void*, int, int, int, unsigned long) = nullptr;
+  int (*button_)(void*, unsigned, int, unsigned long) = nullptr;
+  int (*key_)(void*, unsigned, int, unsigned long) = nullptr;
+};
+
+// Starts a drag of its files as soon as the button goes down on it, as a file
+// manager's view does once the pointer has moved a little.
+class DragSource : public QWidget {
+ public:
+  explicit DragSource(QList<QUrl> urls) : QWidget(nullptr, Qt::Window), urls_(std::move(urls)) {
+    setObjectName(QStringLiteral("dragSource"));
+    setAccessibleName(QStringLiteral("Files to drag"));
+    setWindowTitle(QStringLiteral("Files"));
+    resize(120, 120);
+  }
+  Qt::DropAction result = Qt::IgnoreAction;
+
+ protected:
+  void mousePressEvent(QMouseEvent*) override {
+    auto* drag = new QDrag(this);
+    auto* files = new QMimeData;
+    files->setUrls(urls_);
+    drag->setMimeData(files);
+    result = drag->exec(Qt::CopyAction);
+  }
+
+ private:
+  QList<QUrl> urls_;
+};
+
+QPoint centreOf(const QWidget* widget) { return widget->mapToGlobal(widget->rect().center()); }
+
+}  // namespace
+
+enum class Target { StartPanel, TrackWindow };
+enum class Way { Mouse, Keyboard, Shortcut };
+
+}  // namespace melos::test
+
+Q_DECLARE_METATYPE(melos::test::Target)
+Q_DECLARE_METATYPE(melos::test::Way)
+
+namespace melos::test {
+
+class X11WindowTest : public QObject {
+  Q_OBJECT
+
+ private:
+  std::unique_ptr<TempDir> dir_;
+  std::unique_ptr<PreferencesController> preferences_;
+  std::unique_ptr<ScriptedQuestions> questions_;
+  std::unique_ptr<ScriptedChooser> chooser_;
+  std::unique_ptr<ui::DocumentController> controller_;
+  std::unique_ptr<FakeInput> input_;
+
+  QString track(const std::string& name, const std::string& title) {
+    return QString::fromStdString(dir_->write(name, sampleMp3(title)));
+  }
+  // Shown where nothing else is, at the front with the keyboard focus.
+  static bool showAt(QWidget* window, QPoint topLeft) {
+    window->move(topLeft);
+    window->show();
+    window->raise();
+    window->activateWindow();
+    return QTest::qWaitForWindowActive(window);
+  }
+  bool opened(const QString& path) const {
+    for (ui::DocumentWindow* window : controller_->windows())
+      if (window->windowFilePath() == path) return true;
+    return false;
+  }
+  bool groupOpened() const {
+    for (ui::DocumentWindow* window : controller_->windows())
+      if (qobject_cast<ui::GroupWindow*>(window)) return true;
+    return false;
+  }
+
+ private slots:
+  void initTestCase() {
+    prepareWindowTests();
+    if (QGuiApplication::platformName() != QStringLiteral("xcb")) QSKIP("needs an X server (run under xvfb-run)");
+    input_ = std::make_unique<FakeInput>();
+    if (!input_->ready()) QSKIP("no XTEST: libX11 or libXtst missing, or no display");
+  }
+
+  void init() {
+    dir_ = std::make_unique<TempDir>();
+    preferences_ = std::make_unique<PreferencesController>(std::make_unique<MemoryPreferenceStore>(), dir_->path());
+    questions_ = std::make_unique<ScriptedQuestions>();
+    chooser_ = std::make_unique<ScriptedChooser>();
+    controller_ = std::make_unique<ui::DocumentController>(*preferences_, *questions_, *chooser_);
+    controller_->setCtrlHeld([] { return false; });
+  }
+
+  void cleanup() {
+    for (ui::DocumentWindow* window : controller_->windows()) delete window;
+    for (QWidget* window : QApplication::topLevelWidgets())
+      if (qobject_cast<ui::StartPanel*>(window)) delete window;
+    controller_.reset();
+    QVERIFY(!questions_->unscripted);
+  }
+
+  void draggedFilesOpen_data() {
+    QTest::addColumn<Target>("target");
+    QTest::addColumn<bool>("folder");
+    QTest::newRow("a track onto a track window") << Target::TrackWindow << false;
+    QTest::newRow("a folder onto a track window") << Target::TrackWindow << true;
+    QTest::newRow("a track onto the start panel") << Target::StartPanel << false;
+    QTest::newRow("a folder onto the start panel") << Target::StartPanel << true;
+  }
+
+  void draggedFilesOpen() {
+    QFETCH(Target, target);
+    QFETCH(bool, folder);
+    QWidget* onto = nullptr;
+    if (target == Target::TrackWindow) {
+      QVERIFY(controller_->openFiles({track("first.mp3", "First")}));
+      onto = controller_->frontWindow();
+    } else {
+      onto = controller_->showStartPanel();
+    }
+    QVERIFY(showAt(onto, {400, 100}));
+    QDir().mkpath(QString::fromStdString(dir_->file("folder")));
+    const QString dragged = folder ? QString::fromStdString(dir_->file("folder"))
+                                   : QString::fromStdString(dir_->write("dragged.mp3", sampleMp3("Dragged")));
+    if (folder) dir_->write("folder/inside.mp3", sampleMp3("Inside"));
+
+    DragSource source({QUrl::fromLocalFile(dragged)});
+    QVERIFY(showAt(&source, {40, 100}));
+    const QPoint from = centreOf(&source);
+    const QPoint to = centreOf(onto);
+    input_->moveTo(from);
+    input_->button(true, 50);
+    // In small steps, as a hand moves, so the drag leaves the source and is
+    // seen entering the target before the button comes up.
+    constexpr int kSteps = 12;
+    for (int step = 1; step <= kSteps; ++step) input_->moveTo(from + (to - from) * step / kSteps, 25);
+    input_->moveTo(to + QPoint(2, 2), 100);
+    input_->button(false, 150);
+    input_->send();
+
+    QTRY_VERIFY_WITH_TIMEOUT(folder ? groupOpened() : opened(dragged), 5000);
+    QCOMPARE(source.result, Qt::CopyAction);
+  }
+
+  void theStartPanelFocusesItsFirstControlAndTabsInVisualOrder() {
+    ui::StartPanel* panel = controller_->showStartPanel();
+    QVERIFY(showAt(panel, {100, 100}));
+    const QStringList order = {QStringLiteral("recentTracksList"), QStringLiteral("recentGroupsList"),
+                               QStringLiteral("startOpenButton"),  QStringLiteral("startOpenGroupButton"),
+                               QStringLiteral("startReadmeLink"),  QStringLiteral("startShowAtStart")};
+    const auto focused = [] { return QApplication::focusWidget() ? QApplication::focusWidget()->objectName() : QString(); };
+    QTRY_COMPARE(focused(), order.first());
+
+    // Top to bottom, and left to right within a row.
+    for (qsizetype i = 1; i < order.size(); ++i) {
+      const QPoint before = findByName<QWidget>(panel, qPrintable(order[i - 1]))->mapToGlobal(QPoint());
+      const QPoint after = findByName<QWidget>(panel, qPrintable(order[i]))->mapToGlobal(QPoint());
+      QVERIFY2(after.y() > before.y() || (after.y() == before.y() && after.x() > before.x()), qPrintable(order[i]));
+    }
+    // One press, one step, round the window and back.
+    for (qsizetype i = 1; i <= order.size(); ++i) {
+      input_->tap({FakeInput::kTab});
+      input_->send();
+      QTRY_COMPARE(focused(), order[i % order.size()]);
+    }
+    for (qsizetype i = order.size() - 1; i >= 0; --i) {
+      input_->tap({FakeInput::kShift, FakeInput::kTab});
+      input_->send();
+      QTRY_COMPARE(focused(), order[i]);
+    }
+  }
+
+  void theFileMenuOpensAndItsOpenAsksForTracks_data() {
+    QTest::addColumn<Way>("way");
+    QTest::newRow("by mouse") << Way::Mouse;
+    QTest::newRow("by its mnemonic and Return") << Way::Keyboard;
+    QTest::newRow("by Ctrl+O, the menu closed") << Way::Shortcut;
+  }
+
+  void theFileMenuOpensAndItsOpenAsksForTracks() {
+    QFETCH(Way, way);
+    QVERIFY(controller_->openFiles({track("menu.mp3", "Menu")}));
+    ui::DocumentWindow* window = controller_->frontWindow();
+    QVERIFY(showAt(window, {100, 100}));
+    auto* file = window->menuBar()->findChild<QMenu*>(QStringLiteral("fileMenu"));
+    QVERIFY(file);
+    QAction* open = controller_->action(MenuItem::Open);
+
+    switch (way) {
+      case Way::Mouse: {
+        const QRect title = window->menuBar()->actionGeometry(file->menuAction());
+        input_->click(window->menuBar()->mapToGlobal(title.center()));
+        input_->send();
+        QTRY_VERIFY(file->isVisible());
+        input_->click(file->mapToGlobal(file->actionGeometry(open).center()));
+        break;
+      }
+      case Way::Keyboard:
+        input_->tap({FakeInput::kAlt, FakeInput::kF});
+        input_->send();
+        QTRY_VERIFY(file->isVisible());
+        QTRY_COMPARE(file->activeAction(), open);
+        input_->tap({FakeInput::kReturn});
+        break;
+      case Way::Shortcut:
+        input_->tap({FakeInput::kControl, FakeInput::kO});
+        break;
+    }
+    input_->send();
+    QTRY_COMPARE(chooser_->tracksAsked, 1);
+    QTRY_VERIFY(!file->isVisible());
+  }
+};
+
+}  // namespace melos::test
+
+QTEST_MAIN(melos::test::X11WindowTest)
+#include "x11_window_test.moc"
