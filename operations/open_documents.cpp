@@ -6,7 +6,7 @@
 #include <cstring>
 #include <filesystem>
 
-#include "operations/handler_guard.h"
+#include "preferences/handler_guard.h"
 #include "preferences/preferences_controller.h"
 
 namespace melos {
@@ -14,7 +14,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::string_view kControllerName = "DocumentController";
+constexpr const char* kControllerName = "DocumentController";
 constexpr size_t kSuffixLength = 4;
 
 bool endsWithNoCase(std::string_view name, std::string_view suffix) {
@@ -105,7 +105,7 @@ bool DocumentOpener::openFiles(const std::vector<std::string>& paths) {
 
 bool DocumentOpener::createDocumentWithContentsOfFile(const std::string& path, bool asGroup,
                                                       std::string& reason) {
-  return guarded(kControllerName, "cdwcof", false, [&] { return openOne(path, asGroup, reason); });
+  return guarded(kControllerName, "cdwcof", [&] { return openOne(path, asGroup, reason); }, false);
 }
 
 bool DocumentOpener::openOne(const std::string& path, bool asGroup, std::string& reason) {
@@ -140,7 +140,9 @@ bool DocumentOpener::openOne(const std::string& path, bool asGroup, std::string&
 }
 
 bool DocumentOpener::createGroupFromFolder(const std::string& folder, std::string& reason) {
-  return guarded(kControllerName, "cgff", false, [&] {
+  return guarded(
+      kControllerName, "cgff",
+      [&] {
     std::vector<std::string> paths;
     try {
       paths = folderTracks(folder);
@@ -151,7 +153,8 @@ bool DocumentOpener::createGroupFromFolder(const std::string& folder, std::strin
     if (!createGroupDocument(paths)) return false;
     host_.noteRecentGroup(folder);
     return true;
-  });
+      },
+      false);
 }
 
 bool DocumentOpener::createGroupDocument(const std::vector<std::string>& paths) {

@@ -14,7 +14,7 @@
 #include "engine/open_track.h"
 #include "melos_version.h"
 #include "operations/app_log.h"
-#include "operations/handler_guard.h"
+#include "preferences/handler_guard.h"
 #include "operations/track_file.h"
 #include "preferences/preferences_controller.h"
 #include "ui/file_chooser.h"
@@ -114,13 +114,10 @@ void DocumentController::makeActions() {
   connect(action(MenuItem::CopyTagData), &QAction::triggered, this, [this] { copyTagData(false); });
   connect(action(MenuItem::CopyAllTagData), &QAction::triggered, this, [this] { copyTagData(true); });
   connect(action(MenuItem::PasteTagData), &QAction::triggered, this, [this] {
-    guarded("DocumentController", "ptdmis", false, [this] { return clipboard_.pasteTagData(frontWindow()); });
+    guarded("DocumentController", "ptdmis", [this] { clipboard_.pasteTagData(frontWindow()); });
   });
   connect(action(MenuItem::ClearTagData), &QAction::triggered, this, [this] {
-    guarded("DocumentController", "ctdmis", 0, [this] {
-      clipboard_.clearTagData(frontWindow());
-      return 0;
-    });
+    guarded("DocumentController", "cltdmis", [this] { clipboard_.clearTagData(frontWindow()); });
   });
   connect(action(MenuItem::LoadTagData), &QAction::triggered, this, &DocumentController::loadTagData);
   connect(action(MenuItem::SaveTagData), &QAction::triggered, this, &DocumentController::saveTagData);
@@ -222,10 +219,9 @@ void DocumentController::startOpenPanelTimer(int milliseconds) {
 }
 
 void DocumentController::copyTagData(bool all) {
-  guarded("DocumentController", all ? "catdmis" : "ctdmis", 0, [&] {
+  guarded("DocumentController", all ? "catdmis" : "ctdmis", [&] {
     clipboard_.copyTagData(frontWindow(), all);
     updateMenus();
-    return 0;
   });
 }
 
