@@ -28,8 +28,6 @@ size_t levelTextAt(std::string_view line) {
   return std::string_view::npos;
 }
 
-constexpr IntPreference kLogLevelPreference{"Log level", LogWarning};
-constexpr IntPreference kMaxLogSizePreference{"Max log size", static_cast<int>(kDefaultMaxLogSize)};
 
 // The file behind the engine's stream. The engine marks every line with its
 // level letter so that the observer can tell failures; the letter is taken out
@@ -113,9 +111,9 @@ ErrorLog::ErrorLog() {
   const bool canOpen = canOpenLog(path);
   if (canOpen) OpenDefaultLog(path);
   else attachLogFile({}, LogError);
-  const PreferencesController& prefs = PreferencesController::sharedInstance();
-  const int level = prefs.getIntPreferenceNamed(kLogLevelPreference.key, kLogLevelPreference.defaultValue);
-  const int maxSize = prefs.getIntPreferenceNamed(kMaxLogSizePreference.key, kMaxLogSizePreference.defaultValue);
+  const PreferencesController& preferences = PreferencesController::sharedInstance();
+  const int level = preferences.getIntPreferenceNamed(prefs::kLogLevel.key, prefs::kLogLevel.defaultValue);
+  const int maxSize = preferences.getIntPreferenceNamed(prefs::kMaxLogSize.key, prefs::kMaxLogSize.defaultValue);
   CloseLog();
   attachLogFile(canOpen ? path : std::string(), static_cast<unsigned>(level));
   LogMessage(LogAlways, "Log level: %d", static_cast<int>(GetLogLevel()));

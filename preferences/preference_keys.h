@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "engine/log.h"
+
 namespace melos {
 
 struct BoolPreference {
@@ -63,6 +65,9 @@ inline constexpr BoolPreference kAddTrackNumber{"Add track number", true};
 inline constexpr BoolPreference kDateTracks{"Date tracks", false};
 inline constexpr BoolPreference kUtf8TrackName{"UTF8 track names", false};
 inline constexpr IntPreference kTag2Version{"Tag 2 version", 0};
+// The log of the editor and of the command line alike.
+inline constexpr IntPreference kLogLevel{"Log level", LogWarning};
+inline constexpr IntPreference kMaxLogSize{"Max log size", static_cast<int>(kDefaultMaxLogSize)};
 inline constexpr BoolPreference kReplaceTagDataInGroup{"Replace tag data in group", false};
 // Saved from a check box as a boolean but read as an integer (true reads as 1).
 inline constexpr IntPreference kSetFileIcon{"Set file icon", 1};
