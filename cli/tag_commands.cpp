@@ -48,7 +48,6 @@ TrackLock lockForWriting(const QString& path, Reporter& report) {
   TrackLock lock = TrackLock::acquire(local);
   if (lock.isHeld()) return lock;
   if (errno == EWOULDBLOCK) {
-    logLockHeld(local);
     report.failed(path, "left alone: the file is being saved by another task");
   } else {
     report.failed(path, "the file could not be opened: " + errorText(errno));

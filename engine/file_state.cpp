@@ -126,7 +126,11 @@ TrackLock TrackLock::acquire(const std::string& path) noexcept {
     lock.file_ = openAndLock(path, O_RDONLY);
     struct stat st;
     if (!lock.file_.isOpen() || ::fstat(lock.file_.fd(), &st) != 0) {
+      const int error = errno;
       lock.file_.close();
+      if (error == EWOULDBLOCK) logLockHeld(path);
+      else LogMessage(LogError, "Failed to open the file '%s' (error: %s)", path.c_str(), errorText(error).c_str());
+      errno = error;
       return lock;
     }
     lock.device_ = st.st_dev;

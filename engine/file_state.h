@@ -50,8 +50,8 @@ class TrackLock {
   TrackLock(const TrackLock&) = delete;
   ~TrackLock();
 
-  // Waits up to the lock wait; not held on failure, errno EWOULDBLOCK when
-  // another save kept the file the whole time.
+  // Waits up to the lock wait; not held on failure (logged), errno
+  // EWOULDBLOCK when another save kept the file the whole time.
   static TrackLock acquire(const std::string& path) noexcept;
   bool isHeld() const noexcept { return file_.isOpen(); }
 

@@ -223,19 +223,11 @@ int IsFileReadOnly(const std::string& path) noexcept {
   return file.isOpen() ? 0 : 1;
 }
 
-uint32_t FindV2Tag(const ID3Tag& track, const File& file, uint64_t offset) noexcept {
-  uint8_t header[10];
-  if (!file.readExactAt(track.isMp3File ? 0 : offset, header)) return 0;
-  return ParseV2Header(header, sizeof header);
-}
-
-namespace {
-uint32_t findV2TagNoting(ID3Tag& track, const File& file, uint64_t offset) {
+uint32_t FindV2Tag(ID3Tag& track, const File& file, uint64_t offset) noexcept {
   uint8_t header[10];
   if (!readOrNote(track, file, track.isMp3File ? 0 : offset, header)) return 0;
   return ParseV2Header(header, sizeof header);
 }
-}  // namespace
 
 int LoadTagData(ID3Tag& track, const File& file, uint64_t offset, uint32_t size, bool option) noexcept {
   try {
@@ -328,7 +320,7 @@ unsigned OpenTrack(ID3Tag& track, const std::string& path, int scanMode, const P
       if (track.readError != 0) return failedRead(track, path);
     }
 
-    uint32_t tagSize = findV2TagNoting(track, file, position);
+    uint32_t tagSize = FindV2Tag(track, file, position);
     if (track.readError != 0) return failedRead(track, path);
     uint64_t audioStart = 0;
     if (tagSize != 0) {

@@ -39,8 +39,9 @@ DiskState diskStateOf(const std::string& path) noexcept;
 // state, that the track was read from.
 bool changedOnDisk(const ID3Tag& track) noexcept;
 
-// Total size of the ID3v2 tag that must stand at `offset` (header included), or 0.
-uint32_t FindV2Tag(const ID3Tag& track, const File& file, uint64_t offset) noexcept;
+// Total size of the ID3v2 tag that must stand at `offset` (header included), or
+// 0; a read error is noted in the track.
+uint32_t FindV2Tag(ID3Tag& track, const File& file, uint64_t offset) noexcept;
 // Reads the whole tag at offset and walks it; 0 on failure.
 int LoadTagData(ID3Tag& track, const File& file, uint64_t offset, uint32_t size,
                 bool option) noexcept;

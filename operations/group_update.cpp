@@ -1,7 +1,6 @@
 #include "operations/group_update.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <exception>
 #include <utility>
 
@@ -271,8 +270,6 @@ bool GroupUpdate::saveTag(size_t index, size_t count, bool expectV1, bool expect
     const std::string path = resolveTrackPath(track.path());
     TrackLock lock = TrackLock::acquire(path);
     if (!lock.isHeld()) {
-      if (errno == EWOULDBLOCK) logLockHeld(path);
-      else LogMessage(LogError, "Failed to open the file '%s' (error: %s)", path.c_str(), errorText(errno).c_str());
       outcome.status = TrackStatus::Failed;
       result = false;
     } else if (!writer_.readForUpdate(track)) {

@@ -2,8 +2,6 @@
 
 #include <unistd.h>
 
-#include <cerrno>
-
 #include "engine/file_state.h"
 #include "engine/log.h"
 #include "engine/open_track.h"
@@ -50,8 +48,6 @@ UpdateOutcome SingleTrackEditor::update() {
   const std::string path = resolveTrackPath(t.path());
   TrackLock lock = TrackLock::acquire(path);
   if (!lock.isHeld()) {
-    if (errno == EWOULDBLOCK) logLockHeld(path);
-    else LogMessage(LogError, "Failed to open the file '%s' (error: %s)", path.c_str(), errorText(errno).c_str());
     tell(questions_, "Failed to update the tags", "Note: The original has not been changed.");
     return UpdateOutcome::Failed;
   }
@@ -169,27 +165,24 @@ UpdateOutcome SingleTrackEditor::update() {
   return outcome;
 }
 
-void SingleTrackEditor::copyV1ToV2() {
-  guarded(kController, "cv1tv2bp", [this] {
-    ID3Tag& t = track();
-    if (!t.isMp3File) return;
-    view_.updateV1TagData(t);
-    view_.updateV2TagData(t, settings_().allowUnicode);
-    fillV2FromV1(t);
-    changedV2();
-    view_.initTagWindow(t);
-    view_.enableCopyButtons(t.v1.enabled, t.tagData.enabled);
-  });
-}
+void SingleTrackEditor::copyV1ToV2() { copyBetweenTags("cv1tv2bp", true); }
 
-void SingleTrackEditor::copyV2ToV1() {
-  guarded(kController, "cv2tv1bp", [this] {
+void SingleTrackEditor::copyV2ToV1() { copyBetweenTags("cv2tv1bp", false); }
+
+void SingleTrackEditor::copyBetweenTags(const char* handler, bool toV2) {
+  guarded(kController, handler, [this, toV2] {
     ID3Tag& t = track();
     if (!t.isMp3File) return;
+    // From the window's fields, so that unsaved edits are copied too.
     view_.updateV1TagData(t);
     view_.updateV2TagData(t, settings_().allowUnicode);
-    fillV1FromV2(t);
-    changedV1();
+    if (toV2) {
+      fillV2FromV1(t);
+      changedV2();
+    } else {
+      fillV1FromV2(t);
+      changedV1();
+    }
     view_.initTagWindow(t);
     view_.enableCopyButtons(t.v1.enabled, t.tagData.enabled);
   });

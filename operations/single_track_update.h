@@ -84,6 +84,7 @@ class SingleTrackEditor {
   void setTagFromPosition(size_t position);
 
  private:
+  void copyBetweenTags(const char* handler, bool toV2);
   UpdateOutcome update();
   // The unsaved-changes question; false when the user cancelled.
   bool askToLeave(bool reloadOnDontSave);
