@@ -9,6 +9,11 @@ namespace melos::ui {
 
 std::string DialogQuestions::ask(const std::string& title, const std::string& message,
                                  const std::vector<std::string>& buttons) {
+  return askWithDefault(title, message, buttons, 0);
+}
+
+std::string DialogQuestions::askWithDefault(const std::string& title, const std::string& message,
+                                            const std::vector<std::string>& buttons, size_t defaultButton) {
   QMessageBox box(window_);
   box.setObjectName(QStringLiteral("questionBox"));
   box.setWindowTitle(QString::fromStdString(title));
@@ -24,7 +29,7 @@ std::string DialogQuestions::ask(const std::string& title, const std::string& me
     button->setObjectName(QStringLiteral("questionButton%1").arg(i));
     button->setAccessibleName(QString::fromStdString(buttons[i]));
     made.push_back(button);
-    if (i == 0) box.setDefaultButton(button);
+    if (i == defaultButton) box.setDefaultButton(button);
   }
   box.exec();
   for (size_t i = 0; i < made.size(); ++i)

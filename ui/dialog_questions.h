@@ -1,6 +1,7 @@
 #pragma once
 // Questions shown as message boxes: an application-modal alert, or a
-// window-modal sheet over the window given. The first button is the default.
+// window-modal sheet over the window given. The first button is the default
+// unless the question names another.
 
 #include <QPointer>
 #include <QWidget>
@@ -16,6 +17,8 @@ class DialogQuestions : public Questions {
 
   std::string ask(const std::string& title, const std::string& message,
                   const std::vector<std::string>& buttons) override;
+  std::string askWithDefault(const std::string& title, const std::string& message,
+                             const std::vector<std::string>& buttons, size_t defaultButton) override;
 
  private:
   QPointer<QWidget> window_;

@@ -1,6 +1,10 @@
 // The track window shows what `melos show` prints, and follows a replaced track.
 
+#include <QApplication>
 #include <QDir>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTimer>
 #include <QPlainTextEdit>
 #include <memory>
 
@@ -9,6 +13,7 @@
 #include "preferences/preferences_controller.h"
 #include "preferences/store.h"
 #include "tests/ui/window_harness.h"
+#include "ui/dialog_questions.h"
 #include "ui/shown_path.h"
 #include "ui/track_window.h"
 
@@ -45,6 +50,23 @@ class TrackWindowTest : public QObject {
     QVERIFY2(text.contains(QStringLiteral("First light")), qPrintable(text));
     QVERIFY2(text.contains(QStringLiteral("kbps")), qPrintable(text));
     QVERIFY(window_->windowTitle().startsWith(QStringLiteral("first.mp3")));
+  }
+
+  // The message box marks the default the question names, and answers with
+  // the button that was pressed.
+  void aQuestionMarksTheDefaultItNames() {
+    QString marked;
+    QTimer::singleShot(0, [&marked] {
+      auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+      if (box == nullptr || box->defaultButton() == nullptr) return;
+      marked = box->defaultButton()->text();
+      box->defaultButton()->click();
+    });
+    ui::DialogQuestions questions;
+    const std::string chosen =
+        questions.askWithDefault("The file has changed on disk", "", {"Reload", "Overwrite", "Cancel"}, 2);
+    QCOMPARE(marked, QStringLiteral("Cancel"));
+    QCOMPARE(QString::fromStdString(chosen), QStringLiteral("Cancel"));
   }
 
   void pathsUnderHomeAreShownFromTilde_data() {
