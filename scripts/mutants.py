@@ -419,6 +419,28 @@ def run_mutant(slot, mutant, timeout):
         backup.unlink()
 
 
+def replay_sample(report):
+    """The mutants of an earlier report, each moved to where its line now is
+    (the nearest line with the same text), and those whose line is gone."""
+    sample, gone = [], []
+    texts = {}
+    for old in json.loads(report.read_text(encoding="utf-8"))["mutants"]:
+        mutant = {k: old[k] for k in ("file", "module", "line", "column", "operator",
+                                      "original", "mutated", "id")}
+        if mutant["file"] not in texts:
+            path = ROOT / mutant["file"]
+            texts[mutant["file"]] = (path.read_text(encoding="utf-8").split("\n")
+                                     if path.exists() else [])
+        lines = texts[mutant["file"]]
+        same = [k + 1 for k, line in enumerate(lines) if line == mutant["original"]]
+        if not same:
+            gone.append(mutant)
+            continue
+        mutant["line"] = min(same, key=lambda k: abs(k - old["line"]))
+        sample.append(mutant)
+    return sample, gone
+
+
 # --------------------------------------------------------------------------
 
 
@@ -437,14 +459,35 @@ def main():
     parser.add_argument("--json", metavar="OUT", help="write a report of every mutant")
     parser.add_argument("--build-dir", default=str(ROOT / "build" / "mutants"))
     parser.add_argument("--list", action="store_true", help="print the sample and stop")
+    parser.add_argument("--replay", metavar="REPORT",
+                        help="run the mutants of an earlier --json report instead of a new "
+                             "sample, so that a change to the tests is judged on the same mutants "
+                             "even after the code has moved")
+    parser.add_argument("--only", metavar="IDS",
+                        help="run only these mutants of the sample, by id (1,5,7-9): a quick "
+                             "check that a change to the tests still kills them")
     args = parser.parse_args()
 
-    sites = find_sites()
-    sample = random.Random(args.seed).sample(sites, min(args.count, len(sites)))
-    sample.sort(key=lambda s: (s["file"], s["line"], s["column"], s["operator"], s["mutated"]))
-    for number, mutant in enumerate(sample, 1):
-        mutant["id"] = number
-    print(f"{len(sites)} candidate sites; {len(sample)} drawn with seed {args.seed}")
+    sites = []
+    if args.replay:
+        sample, gone = replay_sample(Path(args.replay))
+        print(f"{len(sample)} mutants of {args.replay}; {len(gone)} whose line is gone: "
+              + ",".join(str(m["id"]) for m in gone))
+    else:
+        sites = find_sites()
+        sample = random.Random(args.seed).sample(sites, min(args.count, len(sites)))
+        sample.sort(key=lambda s: (s["file"], s["line"], s["column"], s["operator"], s["mutated"]))
+        for number, mutant in enumerate(sample, 1):
+            mutant["id"] = number
+        print(f"{len(sites)} candidate sites; {len(sample)} drawn with seed {args.seed}")
+    if args.only:
+        # Ids number the whole sample, so a part of it keeps the ids of a full run.
+        wanted = set()
+        for part in args.only.split(","):
+            first, _, last = part.partition("-")
+            wanted.update(range(int(first), int(last or first) + 1))
+        sample = [m for m in sample if m["id"] in wanted]
+        print(f"running {len(sample)} of them")
     if args.list:
         for m in sample:
             print(f"{m['id']:4} {m['file']}:{m['line']} {m['operator']}: {m['mutated'].strip()}")
@@ -536,7 +579,7 @@ def main():
             if len(m.get("killed_by", [])) == 1:
                 sole.setdefault(m["killed_by"][0], []).append(m["id"])
         report = {"seed": args.seed, "count": args.count, "timeout": args.timeout,
-                  "candidate_sites": len(sites), "score": score, "counts": counts,
+                  "candidate_sites": len(sites) or None, "replay": args.replay, "score": score, "counts": counts,
                   "sole_killers": dict(sorted(sole.items())), "mutants": sample}
         Path(args.json).parent.mkdir(parents=True, exist_ok=True)
         Path(args.json).write_text(json.dumps(report, indent=2) + "\n", encoding="utf-8")
