@@ -6,7 +6,7 @@ set -euo pipefail
 packages=(
   cmake ninja-build g++ clang libclang-rt-14-dev
   libgtest-dev libgmock-dev libbenchmark-dev
-  qt6-base-dev
+  qt6-base-dev qt6-image-formats-plugins libpng-dev
   xvfb xauth libxtst6 libglib2.0-bin desktop-file-utils appstream shared-mime-info
   python3 lame python3-mutagen eyed3 ffmpeg id3v2
   gcovr

@@ -19,6 +19,7 @@
 #include "preferences/store.h"
 #include "tests/ui/window_harness.h"
 #include "ui/document_controller.h"
+#include "ui/drag_image_view.h"
 #include "ui/group_window.h"
 #include "ui/start_panel.h"
 #include "ui/track_window.h"
@@ -117,6 +118,27 @@ class DragSource : public QWidget {
 
 QPoint centreOf(const QWidget* widget) { return widget->mapToGlobal(widget->rect().center()); }
 
+// Takes the files of a drop, as a file manager's folder view does.
+class DropTarget : public QWidget {
+ public:
+  DropTarget() : QWidget(nullptr, Qt::Window) {
+    setObjectName(QStringLiteral("dropTarget"));
+    setAccessibleName(QStringLiteral("Folder"));
+    setAcceptDrops(true);
+    resize(120, 120);
+  }
+  QList<QUrl> urls;
+
+ protected:
+  void dragEnterEvent(QDragEnterEvent* event) override {
+    if (event->mimeData()->hasUrls()) event->acceptProposedAction();
+  }
+  void dropEvent(QDropEvent* event) override {
+    urls = event->mimeData()->urls();
+    event->acceptProposedAction();
+  }
+};
+
 }  // namespace
 
 enum class Target { StartPanel, TrackWindow };
@@ -155,6 +177,18 @@ class X11WindowTest : public QObject {
     for (ui::DocumentWindow* window : controller_->windows())
       if (window->windowFilePath() == path) return true;
     return false;
+  }
+  // Presses at `from` and moves in small steps, as a hand moves, so the drag
+  // leaves its source and is seen entering the target before the button
+  // comes up at `to`.
+  void drag(QPoint from, QPoint to) {
+    input_->moveTo(from);
+    input_->button(true, 50);
+    constexpr int kSteps = 12;
+    for (int step = 1; step <= kSteps; ++step) input_->moveTo(from + (to - from) * step / kSteps, 25);
+    input_->moveTo(to + QPoint(2, 2), 100);
+    input_->button(false, 150);
+    input_->send();
   }
   bool groupOpened() const {
     for (ui::DocumentWindow* window : controller_->windows())
@@ -214,20 +248,34 @@ class X11WindowTest : public QObject {
 
     DragSource source({QUrl::fromLocalFile(dragged)});
     QVERIFY(showAt(&source, {40, 100}));
-    const QPoint from = centreOf(&source);
-    const QPoint to = centreOf(onto);
-    input_->moveTo(from);
-    input_->button(true, 50);
-    // In small steps, as a hand moves, so the drag leaves the source and is
-    // seen entering the target before the button comes up.
-    constexpr int kSteps = 12;
-    for (int step = 1; step <= kSteps; ++step) input_->moveTo(from + (to - from) * step / kSteps, 25);
-    input_->moveTo(to + QPoint(2, 2), 100);
-    input_->button(false, 150);
-    input_->send();
-
+    drag(centreOf(&source), centreOf(onto));
     QTRY_VERIFY_WITH_TIMEOUT(folder ? groupOpened() : opened(dragged), 5000);
     QCOMPARE(source.result, Qt::CopyAction);
+  }
+
+  void aPictureComesInAndGoesOutOfTheWellAsAFile() {
+    ui::DragImageView well;
+    well.setWindowFlag(Qt::Window);
+    well.resize(160, 160);
+    QImage image(8, 8, QImage::Format_RGB32);
+    image.fill(Qt::green);
+    const QString jpeg = QString::fromStdString(dir_->file("cover.jpg"));
+    QVERIFY(image.save(jpeg, "JPEG"));
+    DragSource source({QUrl::fromLocalFile(jpeg)});
+    QVERIFY(showAt(&source, {40, 100}));
+    QVERIFY(showAt(&well, {400, 100}));
+    drag(centreOf(&source), centreOf(&well));
+    QTRY_COMPARE_WITH_TIMEOUT(well.getImageType(), QStringLiteral("jpeg"), 5000);
+
+    DropTarget folder;
+    QVERIFY(showAt(&folder, {700, 100}));
+    drag(centreOf(&well), centreOf(&folder));
+    QTRY_COMPARE_WITH_TIMEOUT(folder.urls.size(), 1, 5000);
+    QFile written(folder.urls.first().toLocalFile());
+    QVERIFY(written.open(QIODevice::ReadOnly));
+    QCOMPARE(written.fileName().section(QLatin1Char('/'), -1), QStringLiteral("Picture.jpeg"));
+    const QByteArray bytes = written.readAll();
+    QCOMPARE(Bytes(bytes.begin(), bytes.end()), well.getImageData());
   }
 
   void theStartPanelFocusesItsFirstControlAndTabsInVisualOrder() {

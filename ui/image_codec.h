@@ -1,0 +1,26 @@
+#pragma once
+// Pictures decoded with Qt's image readers (TIFF through the image-formats
+// plugins) and written as interlaced PNG with libpng, whose writer, unlike
+// Qt's, can interlace. Needs QtGui only, no window.
+
+#include <QImage>
+
+#include "operations/picture_well.h"
+
+namespace melos::ui {
+
+class QtImageCodec : public ImageCodec {
+ public:
+  bool decodable(ByteSpan bytes) override { return !decode(bytes).isNull(); }
+  std::optional<Bytes> toInterlacedPng(ByteSpan bytes) override;
+
+  // The picture, or a null image when the bytes do not decode or claim more
+  // than kMaxPicturePixels (checked from the header, before decoding).
+  static QImage decode(ByteSpan bytes);
+};
+
+// The image as 8-bit RGB or RGBA PNG with Adam7 interlacing; nothing when
+// libpng fails.
+std::optional<Bytes> writeInterlacedPng(const QImage& image);
+
+}  // namespace melos::ui
