@@ -1,5 +1,7 @@
 #include "preferences/preferences_controller.h"
 
+#include <algorithm>
+
 #include <fcntl.h>
 
 #include <QFileInfo>
@@ -231,6 +233,26 @@ void PreferencesController::setGenreList(const std::vector<GenreListRow>& rows) 
   for (const GenreListRow& row : rows)
     list.append(QVariant(QStringList{fromUtf8(row.state), fromUtf8(row.name)}));
   store_->setValue(fromUtf8(prefs::kGenreList), QVariant(list));
+}
+
+std::vector<std::string> PreferencesController::v1GenreList() const {
+  std::vector<std::string> names;
+  for (const GenreListRow& row : getGenreList())
+    if (row.enabled()) names.push_back(row.name);
+  return names;
+}
+
+std::vector<std::string> PreferencesController::v2GenreList() const {
+  std::vector<std::string> names = replaceV2GenreList() ? std::vector<std::string>() : v1GenreList();
+  for (std::string& name : getUserGenreList()) names.push_back(std::move(name));
+  return names;
+}
+
+void PreferencesController::addiTunesGenres() {
+  std::vector<std::string> names = getUserGenreList();
+  for (std::string_view name : prefs::kDefaultUserGenres)
+    if (std::find(names.begin(), names.end(), name) == names.end()) names.emplace_back(name);
+  setUserGenreList(names);
 }
 
 std::optional<std::vector<std::string>> PreferencesController::getRecentList(

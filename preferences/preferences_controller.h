@@ -125,6 +125,15 @@ class PreferencesController {
   // array leaves its genre out, a missing one is "on" with the table's name.
   std::vector<GenreListRow> getGenreList() const;
   void setGenreList(const std::vector<GenreListRow>& rows);
+  // What the genre boxes of the editors offer: for V1 the enabled standard
+  // genres; for V2 those followed by the user genres, or the user genres alone
+  // with "Replace V2 genre list". Disabled genres are in neither.
+  std::vector<std::string> v1GenreList() const;
+  std::vector<std::string> v2GenreList() const;
+  // Adds the 25 default names to the end of the user genre list, each only
+  // when the list does not hold it yet, so pressing the button twice changes
+  // nothing the second time.
+  void addiTunesGenres();
 
   // One quick list, most recent entry first; none when no array is stored
   // under the key.
