@@ -4,91 +4,49 @@
 
 #include <gtest/gtest.h>
 
-#include <climits>
-
 #include "engine/text.h"
 
 namespace melos {
 namespace {
 
-constexpr std::nullopt_t kNoWarning = std::nullopt;
+using Warning = std::optional<std::u16string>;
+const Warning kNo = std::nullopt, kIncorrect = std::u16string(kIncorrectFieldTooltip);
 
-std::u16string result(std::u16string_view stored) { return std::u16string(kEntryResultTooltip) + std::u16string(stored); }
-std::u16string repeat(size_t count) { return std::u16string(count, u'x'); }
+Warning result(std::u16string_view stored) { return std::u16string(kEntryResultTooltip) + std::u16string(stored); }
+std::u16string xs(size_t count) { return std::u16string(count, u'x'); }
 
-struct CheckCase {
-  CheckedField field;
-  std::u16string text;
-  std::optional<std::u16string> warning;
-  bool podcastOn = false;
-};
-
-class FieldCheck : public testing::TestWithParam<CheckCase> {};
-
-TEST_P(FieldCheck, Warns) {
-  const CheckCase& c = GetParam();
-  EXPECT_EQ(fieldWarning(c.field, c.text, c.podcastOn), c.warning) << u16ToUtf8(c.text);
+TEST(FieldCheck, WarningOfEachFieldForATypedText) {
+  using enum CheckedField;
+  const struct {
+    CheckedField field;
+    std::u16string text;
+    Warning warning;
+    bool podcastOn = false;
+  } cases[] = {
+      {V1Title, xs(30), kNo}, {V1Title, xs(31), result(xs(30))}, {V1Artist, xs(31), result(xs(30))},
+      {V1Album, u"", kNo}, {V1Comment, xs(29), kNo}, {V1Comment, xs(30), result(xs(29))},
+      {V1Track, u"255", kIncorrect}, {V1Track, u"256", kIncorrect}, {V1Track, u"257", result(u"1")},
+      {V1Track, u"300", result(u"44")}, {V1Track, u"12", kNo}, {V1Track, u"0", kNo}, {V1Track, u"", kNo},
+      {V1Track, u"abc", result(u"0")}, {V1Track, u"07", result(u"7")}, {Isrc, xs(12), kNo},
+      {Isrc, xs(13), result(xs(12))}, {InitialKey, u"Dbm", kNo}, {InitialKey, u"Dbmo", result(u"Dbm")},
+      {InitialKey, u"XYZ", kNo},  // letters are not checked
+      {ReleaseTime, u"1099", kIncorrect}, {ReleaseTime, u"1100", kNo}, {ReleaseTime, u"2007-13", result(u"2007")},
+      {ReleaseTime, u"2007-02-30", kNo}, {RecordTime, u"2007-5-3 9:7", result(u"2007-05-03 09:07")},
+      {RecordTime, u"2007-05-03T09:07", result(u"2007-05-03 09:07")}, {RecordTime, u"2007-05-03 09:07:05", kNo},
+      {RecordTime, u"", kNo}, {PodcastId, u"", std::u16string(kEmptyFieldTooltip), true},
+      {PodcastId, u"", kNo, false}, {PodcastId, u"id", kNo, true}};
+  for (const auto& c : cases) EXPECT_EQ(fieldWarning(c.field, c.text, c.podcastOn), c.warning) << u16ToUtf8(c.text);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    V1, FieldCheck,
-    testing::Values(
-        CheckCase{CheckedField::V1Title, repeat(30), kNoWarning},
-        CheckCase{CheckedField::V1Title, repeat(31), result(repeat(30))},
-        CheckCase{CheckedField::V1Artist, repeat(31), result(repeat(30))},
-        CheckCase{CheckedField::V1Album, u"", kNoWarning},
-        CheckCase{CheckedField::V1Comment, repeat(29), kNoWarning},
-        CheckCase{CheckedField::V1Comment, repeat(30), result(repeat(29))},
-        CheckCase{CheckedField::V1Track, u"255", std::u16string(kIncorrectFieldTooltip)},
-        CheckCase{CheckedField::V1Track, u"256", std::u16string(kIncorrectFieldTooltip)},
-        CheckCase{CheckedField::V1Track, u"257", result(u"1")},
-        CheckCase{CheckedField::V1Track, u"300", result(u"44")},
-        CheckCase{CheckedField::V1Track, u"12", kNoWarning},
-        CheckCase{CheckedField::V1Track, u"0", kNoWarning},
-        CheckCase{CheckedField::V1Track, u"abc", result(u"0")},
-        CheckCase{CheckedField::V1Track, u"07", result(u"7")},
-        CheckCase{CheckedField::V1Track, u"", kNoWarning}));
-
-INSTANTIATE_TEST_SUITE_P(
-    V2, FieldCheck,
-    testing::Values(
-        CheckCase{CheckedField::Isrc, repeat(12), kNoWarning},
-        CheckCase{CheckedField::Isrc, repeat(13), result(repeat(12))},
-        CheckCase{CheckedField::InitialKey, u"Dbm", kNoWarning},
-        CheckCase{CheckedField::InitialKey, u"Dbmo", result(u"Dbm")},
-        CheckCase{CheckedField::InitialKey, u"XYZ", kNoWarning},  // letters are not checked
-        CheckCase{CheckedField::ReleaseTime, u"1099", std::u16string(kIncorrectFieldTooltip)},
-        CheckCase{CheckedField::ReleaseTime, u"1100", kNoWarning},
-        CheckCase{CheckedField::ReleaseTime, u"2007-13", result(u"2007")},
-        CheckCase{CheckedField::ReleaseTime, u"2007-02-30", kNoWarning},
-        CheckCase{CheckedField::RecordTime, u"2007-5-3 9:7", result(u"2007-05-03 09:07")},
-        CheckCase{CheckedField::RecordTime, u"2007-05-03T09:07", result(u"2007-05-03 09:07")},
-        CheckCase{CheckedField::RecordTime, u"2007-05-03 09:07:05", kNoWarning},
-        CheckCase{CheckedField::RecordTime, u"", kNoWarning},
-        CheckCase{CheckedField::PodcastId, u"", std::u16string(kEmptyFieldTooltip), true},
-        CheckCase{CheckedField::PodcastId, u"", kNoWarning, false},
-        CheckCase{CheckedField::PodcastId, u"id", kNoWarning, true}));
-
-TEST(FieldCheckTest, WarningDecision) {
-  EXPECT_EQ(warningTooltip(u"", std::nullopt), std::u16string(kEmptyFieldTooltip));
-  EXPECT_EQ(warningTooltip(u"", std::u16string()), kNoWarning);
-  EXPECT_EQ(warningTooltip(u"", std::u16string(u"x")), kNoWarning);
-  EXPECT_EQ(warningTooltip(u"a", std::nullopt), kNoWarning);
-  EXPECT_EQ(warningTooltip(u"a", std::u16string()), std::u16string(kIncorrectFieldTooltip));
-  EXPECT_EQ(warningTooltip(u"a", std::u16string(u"a")), kNoWarning);
+TEST(FieldCheck, WarningDecisionTrackRemainderAndOneLetterGenres) {
+  EXPECT_EQ(warningTooltip(u"", std::u16string()), kNo);
+  EXPECT_EQ(warningTooltip(u"", std::u16string(u"x")), kNo);
+  EXPECT_EQ(warningTooltip(u"a", std::nullopt), kNo);
   EXPECT_EQ(warningTooltip(u"a", std::u16string(u"A")), result(u"A"));  // case counts
-}
-
-TEST(FieldCheckTest, V1TrackRemainderKeepsTheSign) {
-  EXPECT_EQ(v1TrackValidString(u"-1"), u"-1");
-}
-
-TEST(FieldCheckTest, OneLetterGenresAreCapitalised) {
-  EXPECT_EQ(genreEntry(u"r"), u"R");
-  EXPECT_EQ(genreEntry(u"\u00E9"), u"\u00C9");
-  EXPECT_EQ(genreEntry(u"ro"), u"ro");
-  EXPECT_EQ(genreEntry(u"1"), u"1");
-  EXPECT_EQ(genreEntry(u""), u"");
+  EXPECT_EQ(v1TrackValidString(u"-1"), u"-1");  // the remainder keeps the sign
+  for (const auto& [typed, entry] : {std::pair<std::u16string, std::u16string>{u"r", u"R"}, {u"\u00E9", u"\u00C9"},
+                                     {u"\u00FF", u"\u0178"}, {u"ro", u"ro"}, {u"1", u"1"}, {u"", u""}})
+    EXPECT_EQ(genreEntry(typed), entry) << u16ToUtf8(typed);
 }
 
 }  // namespace
