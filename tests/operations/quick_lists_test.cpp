@@ -10,107 +10,48 @@
 #include "tests/support/temp_dir.h"
 
 namespace melos {
-namespace {
 
 using List = std::vector<std::string>;
 
-List numbered(int count) {
-  List list;
-  for (int i = 0; i < count; ++i) list.push_back("e" + std::to_string(i));
-  return list;
-}
-
-TEST(QuickListTest, AddingAnEntry) {
-  struct Case {
+TEST(QuickLists, AnEntryGoesInFrontOnceAndFrom26OnTheOldestFallsOff) {
+  const struct {
     List list;
     std::string text;
     List expected;
-  } cases[] = {
-      {{"B", "A", "C"}, "A", {"A", "B", "C"}},
-      {{}, "A", {"A"}},
-      {{"B"}, "", {"B"}},
-      {{"a", "B"}, "A", {"A", "a", "B"}},  // case counts
-      {{"A", "B"}, "A", {"A", "B"}},
-  };
-  for (const Case& c : cases) EXPECT_EQ(addQuickListEntry(c.list, c.text), c.expected) << c.text;
-}
-
-TEST(QuickListTest, AtMost26Entries) {
-  const List full = numbered(26);
-  const List updated = addQuickListEntry(full, "new");
-  ASSERT_EQ(updated.size(), kMaxQuickListEntries);
-  EXPECT_EQ(updated.front(), "new");
-  EXPECT_EQ(updated.back(), "e24");  // the oldest fell off
-
+  } cases[] = {{{"B", "A", "C"}, "A", {"A", "B", "C"}}, {{}, "A", {"A"}}, {{"B"}, "", {"B"}},
+               {{"a", "B"}, "A", {"A", "a", "B"}}, {{"A", "B"}, "A", {"A", "B"}}};  // case counts
+  for (const auto& c : cases) EXPECT_EQ(addQuickListEntry(c.list, c.text), c.expected) << c.text;
+  List full;
+  for (int i = 0; i < 26; ++i) full.push_back("e" + std::to_string(i));
   // An entry beyond the first 25 that is chosen again is not kept twice.
-  const List moved = addQuickListEntry(full, "e25");
-  EXPECT_EQ(moved.size(), kMaxQuickListEntries);
-  EXPECT_EQ(moved.front(), "e25");
-  EXPECT_EQ(moved.back(), "e24");
-
-  const List repeated = addQuickListEntry(full, "e3");
-  EXPECT_EQ(repeated.size(), 25u);
-  EXPECT_EQ(repeated[0], "e3");
-  EXPECT_EQ(repeated[1], "e0");
-}
-
-class QuickListsStoreTest : public testing::Test {
- protected:
-  QuickListsStoreTest()
-      : preferences_(std::make_unique<MemoryPreferenceStore>(), dir_.path()) {}
-
-  static std::string fieldText(std::string_view key) {
-    if (key == "V2 album" || key == "V1 album") return "";  // an empty field
-    return std::string("text of ") + std::string(key);
+  for (const auto& [text, size, second] : {std::tuple{"new", 26u, "e0"}, {"e25", 26u, "e0"}, {"e3", 25u, "e0"}}) {
+    const List updated = addQuickListEntry(full, text);
+    EXPECT_EQ(std::tuple(updated.size(), updated[0], updated[1], updated.back()), std::tuple(size, text, second, "e24"));
   }
-
-  test::TempDir dir_;
-  PreferencesController preferences_;
-};
-
-TEST_F(QuickListsStoreTest, V1SaveAddsItsFourFieldsInOrder) {
-  QuickLists lists(preferences_);
-  const auto stored = lists.updateV1QuickList(true, fieldText);
-  EXPECT_EQ(stored, (std::vector<std::string_view>{"V1 artist", "V1 year", "V1 comment"}));
-  EXPECT_EQ(preferences_.getRecentList("V1 artist"), List{"text of V1 artist"});
-  EXPECT_EQ(preferences_.getRecentList("V1 album"), std::nullopt);  // empty: unchanged
-  EXPECT_EQ(preferences_.getRecentList("V2 artist"), std::nullopt);
 }
 
-TEST_F(QuickListsStoreTest, V2SaveAddsEveryV2List) {
-  preferences_.setRecentList("V2 album", {"Kept"});
-  QuickLists lists(preferences_);
-  const auto stored = lists.updateV2QuickList(true, fieldText);
-  EXPECT_EQ(stored.size(), 24u);
-  EXPECT_EQ(stored.front(), "V2 artist");
-  EXPECT_EQ(stored.back(), "Podcast description");
-  EXPECT_EQ(preferences_.getRecentList("V2 album"), List{"Kept"});
-  EXPECT_EQ(preferences_.getRecentList("V1 artist"), std::nullopt);
-  EXPECT_EQ(*lists.list("V2 genre"), List{"text of V2 genre"});
-}
-
-TEST_F(QuickListsStoreTest, NothingWhenTheTagIsOffOrListsAreHidden) {
-  QuickLists lists(preferences_);
-  EXPECT_TRUE(lists.updateV1QuickList(false, fieldText).empty());
-  EXPECT_TRUE(lists.updateV2QuickList(false, fieldText).empty());
-  preferences_.setBoolPreferenceNamed(prefs::kShowQuickLists.key, false);
-  EXPECT_TRUE(lists.updateV1QuickList(true, fieldText).empty());
-  EXPECT_TRUE(lists.updateV2QuickList(true, fieldText).empty());
-  for (std::string_view key : prefs::kQuickListKeys) EXPECT_EQ(preferences_.getRecentList(key), std::nullopt);
-}
-
-TEST_F(QuickListsStoreTest, RepeatedSavesMoveEntriesToTheFront) {
-  preferences_.setRecentList("V2 artist", {"B", "A", "C"});
-  QuickLists lists(preferences_);
-  ASSERT_NE(lists.list("V2 artist"), nullptr);
-  EXPECT_EQ(lists.list("V2 BPM"), nullptr);  // no list: no button
-  preferences_.setStringPreferenceNamed("V2 ISRC", "not a list");
-  EXPECT_EQ(preferences_.getRecentList("V2 ISRC"), std::nullopt);
-  EXPECT_TRUE(lists.updateRecentList("V2 artist", "A"));
-  EXPECT_EQ(preferences_.getRecentList("V2 artist"), (List{"A", "B", "C"}));
+TEST(QuickLists, ASaveAddsTheNonEmptyFieldsOfItsTagUnlessTheTagIsOffOrListsAreHidden) {
+  test::TempDir dir;
+  PreferencesController preferences(std::make_unique<MemoryPreferenceStore>(), dir.path());
+  const auto text = [](std::string_view key) { return key.ends_with("album") ? "" : "text of " + std::string(key); };
+  preferences.setRecentList("V2 album", {"Kept"});
+  preferences.setRecentList("V2 artist", {"B", "A", "C"});
+  preferences.setStringPreferenceNamed("V2 ISRC", "not a list");
+  QuickLists lists(preferences);
+  EXPECT_EQ(lists.list("V2 ISRC"), nullptr);  // no list: no button
+  EXPECT_TRUE(lists.updateV1QuickList(false, text).empty() && lists.updateV2QuickList(false, text).empty());
+  preferences.setBoolPreferenceNamed(prefs::kShowQuickLists.key, false);
+  EXPECT_TRUE(lists.updateV1QuickList(true, text).empty() && lists.updateV2QuickList(true, text).empty());
+  EXPECT_EQ(preferences.getRecentList("V2 genre"), std::nullopt);
+  preferences.setBoolPreferenceNamed(prefs::kShowQuickLists.key, true);
+  EXPECT_EQ(lists.updateV1QuickList(true, text), (std::vector<std::string_view>{"V1 artist", "V1 year", "V1 comment"}));
+  EXPECT_EQ(preferences.getRecentList("V1 album"), std::nullopt);
+  const std::vector<std::string_view> v2 = lists.updateV2QuickList(true, text);
+  EXPECT_EQ(std::tuple(v2.size(), v2.front(), v2.back()), std::tuple(24u, "V2 artist", "Podcast description"));
+  EXPECT_EQ(preferences.getRecentList("V2 album"), List{"Kept"});
+  EXPECT_EQ(preferences.getRecentList("V2 artist"), (List{"text of V2 artist", "B", "A", "C"}));
+  EXPECT_EQ(*lists.list("V1 year"), List{"text of V1 year"});
   EXPECT_FALSE(lists.updateRecentList("V2 artist", ""));
-  EXPECT_EQ(*lists.list("V2 artist"), (List{"A", "B", "C"}));
 }
 
-}  // namespace
 }  // namespace melos
