@@ -1,9 +1,12 @@
-// The quick lists: adding entries, the bound, and which lists a save touches.
+// The lists of earlier entries: the quick lists and the completion from a
+// list, which lists a save touches, and Open Recent's list.
 
 #include "operations/quick_lists.h"
 
 #include <gtest/gtest.h>
 
+#include "operations/recent_documents.h"
+#include "operations/text_completion.h"
 #include "preferences/preference_keys.h"
 #include "preferences/preferences_controller.h"
 #include "preferences/store.h"
@@ -14,19 +17,29 @@ namespace melos {
 using List = std::vector<std::string>;
 
 TEST(QuickLists, AnEntryGoesInFrontOnceAndFrom26OnTheOldestFallsOff) {
-  const struct {
-    List list;
-    std::string text;
-    List expected;
-  } cases[] = {{{"B", "A", "C"}, "A", {"A", "B", "C"}}, {{}, "A", {"A"}}, {{"B"}, "", {"B"}},
-               {{"a", "B"}, "A", {"A", "a", "B"}}, {{"A", "B"}, "A", {"A", "B"}}};  // case counts
-  for (const auto& c : cases) EXPECT_EQ(addQuickListEntry(c.list, c.text), c.expected) << c.text;
+  for (const auto& [list, text, expected] : std::initializer_list<std::tuple<List, const char*, List>>{
+           {{"B", "A", "C"}, "A", {"A", "B", "C"}}, {{}, "A", {"A"}}, {{"B"}, "", {"B"}},
+           {{"a", "B"}, "A", {"A", "a", "B"}}, {{"A", "B"}, "A", {"A", "B"}}})  // case counts
+    EXPECT_EQ(addQuickListEntry(list, text), expected) << text;
   List full;
   for (int i = 0; i < 26; ++i) full.push_back("e" + std::to_string(i));
   // An entry beyond the first 25 that is chosen again is not kept twice.
-  for (const auto& [text, size, second] : {std::tuple{"new", 26u, "e0"}, {"e25", 26u, "e0"}, {"e3", 25u, "e0"}}) {
+  for (const auto& [text, size] : {std::pair{"new", 26u}, {"e25", 26u}, {"e3", 25u}}) {
     const List updated = addQuickListEntry(full, text);
-    EXPECT_EQ(std::tuple(updated.size(), updated[0], updated[1], updated.back()), std::tuple(size, text, second, "e24"));
+    EXPECT_EQ(std::tuple(updated.size(), updated[0], updated[1], updated.back()), std::tuple(size, text, "e0", "e24"));
+  }
+}
+
+TEST(QuickLists, TheFirstEntryStartingWithAGrownTextCompletesIt) {
+  const std::vector<std::u16string> list{u"Rock", u"Rockabilly", u"rap", u"Reggae"};
+  for (const auto& [text, previous, deleting, expected] :
+       std::initializer_list<std::tuple<std::u16string, size_t, bool, std::optional<Completion>>>{
+           {u"Ro", 1, false, Completion{u"Rock", 2, 4}}, {u"Rocka", 4, false, Completion{u"Rockabilly", 5, 10}},
+           {u"Rock", 3, false, Completion{u"Rock", 4, 4}}, {u"ra", 1, false, Completion{u"rap", 2, 3}},  // case counts
+           {u"Ja", 1, false, std::nullopt}, {u"Ro", 1, true, std::nullopt}, {u"Ro", 2, false, std::nullopt},
+           {u"R", 3, false, std::nullopt}, {u"", 0, false, std::nullopt}, {u"Rockabillyx", 10, false, std::nullopt}}) {
+    const CompletionStep step = completeWithList(text, list, previous, deleting);
+    EXPECT_EQ(std::pair(step.completion, step.rememberedLength), std::pair(expected, text.size())) << previous;
   }
 }
 
@@ -52,6 +65,20 @@ TEST(QuickLists, ASaveAddsTheNonEmptyFieldsOfItsTagUnlessTheTagIsOffOrListsAreHi
   EXPECT_EQ(preferences.getRecentList("V2 artist"), (List{"text of V2 artist", "B", "A", "C"}));
   EXPECT_EQ(*lists.list("V1 year"), List{"text of V1 year"});
   EXPECT_FALSE(lists.updateRecentList("V2 artist", ""));
+}
+
+TEST(RecentDocuments, NewestFirstOnceEachAndTenAtMost) {
+  test::TempDir dir;
+  PreferencesController preferences(std::make_unique<MemoryPreferenceStore>(), dir.path());
+  RecentDocuments recent(preferences, kRecentTracksKey), groups(preferences, kRecentGroupsKey);
+  for (int i = 0; i < 12; ++i) recent.note("/music/" + std::to_string(i) + ".mp3");
+  recent.note("/music/5.mp3");
+  List expected;
+  for (int i : {5, 11, 10, 9, 8, 7, 6, 4, 3, 2}) expected.push_back("/music/" + std::to_string(i) + ".mp3");
+  EXPECT_EQ(recent.list(), expected);
+  groups.note("/music");
+  recent.clear();
+  EXPECT_EQ(std::pair(recent.list(), groups.list()), std::pair(List{}, List{"/music"}));
 }
 
 }  // namespace melos
