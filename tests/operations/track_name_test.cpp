@@ -1,8 +1,17 @@
-// The names and folders tracks get from their tags.
+// The names and folders tracks get from their tags, and the preferences that
+// choose the naming and the split of file names.
 
 #include "operations/track_name.h"
 
 #include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "operations/naming_preferences.h"
+#include "preferences/preference_keys.h"
+#include "preferences/preferences_controller.h"
+#include "preferences/store.h"
+#include "tests/support/temp_dir.h"
 
 namespace melos {
 namespace {
@@ -32,10 +41,9 @@ TEST(TrackName, NamingTextsAreTrimmedAndCleanedAndTakenFromV1WhenV2IsOff) {
   track.tagData.artist = UnicodeText::utf16(u"\u65E5\u672C");
   track.tagData.album = UnicodeText::utf16(u"Caf\u00e9 \U0001F3B5");
   const NamingTexts utf8 = *namingTexts(track, true), latin1 = *namingTexts(track, false);
-  EXPECT_EQ(utf8.title, "AC_DC_ Live_");
-  EXPECT_EQ(utf8.artist, "\xE6\x97\xA5\xE6\x9C\xAC");
-  EXPECT_EQ(latin1.artist, "__");            // no Latin-1 form
-  EXPECT_EQ(latin1.album, "Caf\xC3\xA9 _");  // Latin-1, written as UTF-8
+  // Latin-1 names: an artist without a Latin-1 form is "__", the album's Latin-1 is written as UTF-8.
+  EXPECT_EQ(std::tuple(utf8.title, utf8.artist, latin1.artist, latin1.album),
+            std::tuple("AC_DC_ Live_", "\xE6\x97\xA5\xE6\x9C\xAC", "__", "Caf\xC3\xA9 _"));
   track.tagData.enabled = false;
   EXPECT_FALSE(namingTexts(track, true).has_value());
   track.v1.enabled = true;
@@ -45,12 +53,10 @@ TEST(TrackName, NamingTextsAreTrimmedAndCleanedAndTakenFromV1WhenV2IsOff) {
 }
 
 TEST(TrackName, EveryFormatCodeExpands) {
-  const struct {
-    uint16_t track, total;
-    const char* padded;
-  } numbers[] = {{3, 12, "03"}, {5, 120, "005"}, {15, 120, "015"}, {5, kUnsetNumber, "5"}, {10, 10, "10"},
-                 {9, 10, "09"}, {3, 9, "3"},     {kUnsetNumber, 12, ""}, {0, 12, ""}, {7, 1000, "0007"}};
-  for (const auto& n : numbers) EXPECT_EQ(paddedTrackNumber(n.track, n.total), n.padded) << n.track << "/" << n.total;
+  for (const auto& [number, total, padded] : std::initializer_list<std::tuple<uint16_t, uint16_t, const char*>>{
+           {3, 12, "03"}, {5, 120, "005"}, {15, 120, "015"}, {5, kUnsetNumber, "5"}, {10, 10, "10"}, {9, 10, "09"},
+           {3, 9, "3"}, {kUnsetNumber, 12, ""}, {0, 12, ""}, {7, 1000, "0007"}})
+    EXPECT_EQ(paddedTrackNumber(number, total), padded) << number << "/" << total;
   EXPECT_EQ(durationName(3725, ':'), "1:02:05");
   EXPECT_EQ(durationName(59, '.'), "0.59");
   ID3Tag track = taggedTrack();
@@ -101,6 +107,28 @@ TEST(TrackName, StandardAndCustomNamingMakeNoEmptyOrUpwardFolders) {
   }
   track.tagData.track = kUnsetNumber;
   EXPECT_EQ(standardTrackName(track, texts, true, false).trackNumber, 0);
+}
+
+TEST(NamingPreferences, FormatsCountOnlyWithTypeOneAndRenameFollowsTheSwitches) {
+  test::TempDir dir;
+  PreferencesController preferences(std::make_unique<MemoryPreferenceStore>(), dir.path());
+  preferences.setStringPreferenceNamed(prefs::kFromFileNameFormat.key, "%A - %N %T");
+  preferences.setStringPreferenceNamed(prefs::kToFileNameFormat.key, "%T");
+  EXPECT_EQ(fileNameFieldsByPreferences("Artist - 01 A title.mp3", preferences).title, "01 A title");
+  ID3Tag track = taggedTrack();
+  track.setPath(dir.write("old.mp3", {1, 2, 3}));
+  ASSERT_TRUE(renameByPreferences(track, preferences));  // the defaults: a number in front, no folders
+  EXPECT_EQ(track.path(), dir.file("03-A title.mp3"));
+  preferences.setBoolPreferenceNamed(prefs::kAddTrackNumber.key, false);
+  preferences.setBoolPreferenceNamed(prefs::kCreateFolder.key, true);
+  ASSERT_TRUE(renameByPreferences(track, preferences));
+  EXPECT_EQ(track.path(), dir.file("Artist/Album/A title.mp3"));
+  EXPECT_TRUE(std::filesystem::exists(track.path()));
+  preferences.setIntPreferenceNamed(prefs::kFromFileNameFormatType.key, 1);
+  preferences.setIntPreferenceNamed(prefs::kToFileNameFormatType.key, 1);
+  EXPECT_EQ(toFileNameFormat(preferences), "%T");
+  const FileNameFields fields = fileNameFieldsByPreferences("Artist - 01 A title.mp3", preferences);
+  EXPECT_EQ(std::pair(fields.artist, fields.track), std::pair(std::optional<std::string>("Artist"), 1));
 }
 
 }  // namespace
