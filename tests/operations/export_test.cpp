@@ -207,7 +207,8 @@ TEST(XmlExport, UnsetNumbersAreZeroTheFileGoesInAsItIsAndWithoutV2TagOnlyTheProl
   ASSERT_EQ(exportTagAsXml(&track, out, 2, false), 0);
   for (const char* line : {"\"Track\" type=\"long\">0<", "\"Tracks\" type=\"long\">0<", "\"Set/Disc\" type=\"long\">0<",
                            "\"Advisory\" type=\"string\"><", "\"UFID\" type=\"string\">Default<",
-                           "\"Title\" type=\"string\">one\ntwo<", "\"Comment\" type=\"string\">a</br>b<", "\t<file name=\"a<b>.mp3\" path=\"/music/Rock & Roll\" />\n"})
+                           "\"Title\" type=\"string\">one\ntwo<", "\"Comment\" type=\"string\">a</br>b<",
+                           "\t<file name=\"a<b>.mp3\" path=\"/music/Rock & Roll\" />\n"})
     EXPECT_NE(contents(out).find(line), std::string::npos) << line;
   track.hasV2Tag = false;
   ASSERT_EQ(exportTagAsXml(&track, out, 2, true, "\t<id3 version=\"1\">\n\t</id3>\n"), 0);
