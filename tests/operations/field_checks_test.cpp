@@ -9,20 +9,18 @@
 #include "operations/latin_text.h"
 
 namespace melos {
-namespace {
 
 using Warning = std::optional<std::u16string>;
-const Warning kNo = std::nullopt, kIncorrect = std::u16string(kIncorrectFieldTooltip);
-
-Warning result(std::u16string_view stored) { return std::u16string(kEntryResultTooltip) + std::u16string(stored); }
-std::u16string xs(size_t count) { return std::u16string(count, u'x'); }
+static const Warning kNo = std::nullopt, kIncorrect = std::u16string(kIncorrectFieldTooltip);
+static Warning result(std::u16string_view stored) { return std::u16string(kEntryResultTooltip) + std::u16string(stored); }
+static std::u16string xs(size_t count) { return std::u16string(count, u'x'); }
 
 TEST(FieldCheck, WarningOfEachFieldForATypedText) {
   using enum CheckedField;
   for (const auto& [field, text, warning, podcastOn] :
        std::initializer_list<std::tuple<CheckedField, std::u16string, Warning, bool>>{
-           {V1Title, xs(30), kNo, 0}, {V1Title, xs(31), result(xs(30)), 0}, {V1Artist, xs(31), result(xs(30)), 0},
-           {V1Album, u"", kNo, 0}, {V1Comment, xs(29), kNo, 0}, {V1Comment, xs(30), result(xs(29)), 0},
+           {V1Title, xs(30), kNo, 0}, {V1Artist, xs(31), result(xs(30)), 0}, {V1Comment, xs(29), kNo, 0},
+           {V1Comment, xs(30), result(xs(29)), 0},
            {V1Track, u"255", kIncorrect, 0}, {V1Track, u"256", kIncorrect, 0}, {V1Track, u"257", result(u"1"), 0},
            {V1Track, u"300", result(u"44"), 0}, {V1Track, u"12", kNo, 0}, {V1Track, u"0", kNo, 0}, {V1Track, u"", kNo, 0},
            {V1Track, u"abc", result(u"0"), 0}, {V1Track, u"07", result(u"7"), 0}, {Isrc, xs(12), kNo, 0},
@@ -69,5 +67,4 @@ TEST(LatinText, StoredBytesEndInTwoZerosAndReadBack) {
   EXPECT_EQ(LatinText::convertToUISOString(LatinText::createISOLatin1String(text, true), true), text);
 }
 
-}  // namespace
 }  // namespace melos

@@ -23,14 +23,13 @@
 #include "tests/support/temp_dir.h"
 
 namespace melos::test {
-namespace {
 
 namespace fs = std::filesystem;
 using Paths = std::vector<std::string>;
 
 // An ID3 header that claims far more than the file holds, and nothing else,
 // as the fuzzer's corpus has many.
-const Bytes kBrokenMp3 = {'I', 'D', '3', 3, 0, 0, 0x7F, 0x7F, 0x7F, 0x7F, 0xFF, 0xFB, 0x90};
+static const Bytes kBrokenMp3 = {'I', 'D', '3', 3, 0, 0, 0x7F, 0x7F, 0x7F, 0x7F, 0xFF, 0xFB, 0x90};
 
 // The test is the editors and the user: it opens tracks for real, notes which
 // editor took what, and answers every question with its first button.
@@ -199,5 +198,4 @@ TEST(MenuRules, EveryItemInEveryScenario) {
                 !std::get<2>(rows[row]).contains(item)) << "row " << row << ": " << menuItemName(item);
 }
 
-}  // namespace
 }  // namespace melos::test

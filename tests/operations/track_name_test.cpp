@@ -18,9 +18,8 @@
 #pragma GCC diagnostic ignored "-Wmissing-field-initializers"
 
 namespace melos {
-namespace {
 
-ID3Tag taggedTrack() {
+static ID3Tag taggedTrack() {
   ID3Tag track;
   TagData& d = track.tagData;
   d.enabled = true;
@@ -186,5 +185,4 @@ TEST(NamingPreferences, FormatsCountOnlyWithTypeOneAndRenameFollowsTheSwitches) 
   EXPECT_EQ(std::pair(fields.artist, fields.track), std::pair(std::optional<std::string>("Artist"), 1));
 }
 
-}  // namespace
 }  // namespace melos
