@@ -7,9 +7,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <csignal>
-#include <string>
-
 #include "tests/support/temp_dir.h"
 
 namespace melos::test {
@@ -32,8 +29,7 @@ TEST(CrashReporter, AppendsTheSignalTheImagesAndTheVersionsThenDiesOfTheSignal) 
     int status = 0;
     ::waitpid(child, &status, 0);
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == sig) << "status " << status;
-    const auto bytes = readFile(log);
-    const std::string text(bytes.begin(), bytes.end());
+    const std::string text = [bytes = readFile(log)] { return std::string(bytes.begin(), bytes.end()); }();
     EXPECT_EQ(text.rfind("old\n", 0), 0u);
     for (const char* part : {name, "Versions: Meloscribe test, Qt none", "System: Linux ", "libc.so",
                              "operations_tests", "# End of crash report"})
