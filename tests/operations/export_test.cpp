@@ -160,8 +160,7 @@ TEST(XmlExport, DocumentsReadBackWithEveryValueAndPicture) {
   Bytes image(301);
   for (size_t i = 0; i < image.size(); ++i) image[i] = static_cast<uint8_t>(i * 7);
   // One byte cannot be encoded into twice its size; two bytes can.
-  for (const PicData& picture : {PicData(image, "jpeg"), PicData({9}, "jpeg"), PicData({1, 2}, "gif")})
-    track.tagData.picdata.push_back(picture);
+  track.tagData.picdata = {PicData(image, "jpeg"), PicData({9}, "jpeg"), PicData({1, 2}, "gif"), PicData({1, 2, 3}, "png")};
   test::LogCapture log;
   ASSERT_EQ(exportTagAsXml(&track, out, 2, true, v1XmlBlock(track.v1)), 0);
   EXPECT_TRUE(log.has(3, "Failed to create the XML image base 64")) << log.dump();
@@ -180,9 +179,10 @@ TEST(XmlExport, DocumentsReadBackWithEveryValueAndPicture) {
            {"2 value Title string", "Caf\xC3\xA9 <Live> & \"More\""}, {"2 value Advisory string", "Explicit lyrics"},
            {"2 value Record time string", "2000-12-31 23:59"},
            {"2 value UFID string", "http://musicbrainz.org"}, {"2 value UFID data string", "abc123"},
-           {"2 picture base64 image/jpeg 301", data}, {"2 picture base64 image/gif 2", "\x01\x02"}})
+           {"2 picture base64 image/jpeg 301", data}, {"2 picture base64 image/gif 2", "\x01\x02"},
+           {"2 picture base64 image/png 3", "\x01\x02\x03"}})
     EXPECT_EQ(found[key], value) << key;
-  EXPECT_EQ(std::pair(countOf(found, "2 value"), countOf(found, "2 picture")), std::pair(39ul, 2ul));
+  EXPECT_EQ(std::pair(countOf(found, "2 value"), countOf(found, "2 picture")), std::pair(39ul, 3ul));
   // Version 1 leaves out the later fields; pictures come only when asked.
   ASSERT_EQ(exportTagAsXml(&track, out, 1, false), 0);
   found = readBack(out);

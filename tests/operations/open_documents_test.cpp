@@ -196,6 +196,7 @@ TEST(MenuRules, EveryItemInEveryScenario) {
     for (MenuItem item : allMenuItems())
       EXPECT_EQ(isMenuItemEnabled(item, std::get<0>(rows[row]), std::get<1>(rows[row])),
                 !std::get<2>(rows[row]).contains(item)) << "row " << row << ": " << menuItemName(item);
+  EXPECT_EQ(menuItemName(ApplyDefaultTagData), "mApplyDefaulttagDataMenuItem");  // the outlet's name, typo and all
 }
 
 }  // namespace melos::test
