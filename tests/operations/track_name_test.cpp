@@ -21,14 +21,8 @@ namespace melos {
 
 static ID3Tag taggedTrack() {
   ID3Tag track;
-  TagData& d = track.tagData;
-  d.enabled = true;
-  d.title = UnicodeText::latin1("A title");
-  d.artist = UnicodeText::latin1("Artist");
-  d.album = UnicodeText::latin1("Album");
-  d.year = "2001";
-  d.track = 3;
-  d.tracks = 12;
+  track.tagData = {.enabled = true, .title = UnicodeText::latin1("A title"), .artist = UnicodeText::latin1("Artist"),
+                   .album = UnicodeText::latin1("Album"), .year = "2001", .track = 3, .tracks = 12};
   track.audio.bitrate = 128;
   track.audio.version = 3;          // MPEG-1
   track.audio.sampleRateIndex = 0;  // 44100 Hz
