@@ -180,18 +180,15 @@ TEST(MenuRules, EveryItemInEveryScenario) {
                          AlwaysApplyDefaultTagData, AddImage, ExportAsCSV, ExportAsXML};
   Items cleanGroup = inGroup;
   cleanGroup.insert({Update, PasteTagData});
-  const auto group = [](bool dirty) { return FrontDocument{DocumentKind::Group, dirty, false, false, false}; };
-  const auto single = [](bool mp3, bool v1, bool v2, bool dirty) {
-    return FrontDocument{DocumentKind::SingleTrack, dirty, mp3, v1, v2};
-  };
-  // Rows: the front document, whether a tag was copied, the items disabled.
+  using K = DocumentKind;
+  // Rows: the front document (kind, dirty, MP3, V1 on, V2 on), whether a tag was copied, the items disabled.
   const std::vector<std::tuple<std::optional<FrontDocument>, bool, Items>> rows = {
-      {std::nullopt, false, none}, {std::nullopt, true, none}, {group(true), true, inGroup},
-      {single(true, true, true, true), true, {}}, {single(true, false, true, false), true, {CopyV1ToV2, Update}},
-      {single(true, true, false, true), true, {CopyV2ToV1}},
-      {single(false, true, true, false), false, {CopyV1ToV2, CopyV2ToV1, Update, PasteTagData}},
-      {FrontDocument{DocumentKind::Other, false, false, false, false}, true, {}},
-      {group(false), false, cleanGroup}};
+      {std::nullopt, false, none}, {std::nullopt, true, none}, {FrontDocument{K::Group, true, 0, 0, 0}, true, inGroup},
+      {FrontDocument{K::Group, false, 0, 0, 0}, false, cleanGroup}, {FrontDocument{K::Other, 0, 0, 0, 0}, true, {}},
+      {FrontDocument{K::SingleTrack, true, true, true, true}, true, {}},
+      {FrontDocument{K::SingleTrack, false, true, false, true}, true, {CopyV1ToV2, Update}},
+      {FrontDocument{K::SingleTrack, true, true, true, false}, true, {CopyV2ToV1}},
+      {FrontDocument{K::SingleTrack, false, false, true, true}, false, {CopyV1ToV2, CopyV2ToV1, Update, PasteTagData}}};
   for (size_t row = 0; row < rows.size(); ++row)
     for (MenuItem item : allMenuItems())
       EXPECT_EQ(isMenuItemEnabled(item, std::get<0>(rows[row]), std::get<1>(rows[row])),

@@ -43,7 +43,9 @@ TEST(QuickLists, TheFirstEntryStartingWithAGrownTextCompletesIt) {
   }
 }
 
-TEST(QuickLists, ASaveAddsTheNonEmptyFieldsOfItsTagUnlessTheTagIsOffOrListsAreHidden) {
+// A save adds the non-empty fields of its tag unless the tag is off or the lists hidden; Open Recent's list
+// keeps the newest first, each path once, ten at most, until cleared.
+TEST(QuickLists, TheListsKeptInThePreferences) {
   test::TempDir dir;
   PreferencesController preferences(std::make_unique<MemoryPreferenceStore>(), dir.path());
   const auto text = [](std::string_view key) { return key.ends_with("album") ? "" : "text of " + std::string(key); };
@@ -65,11 +67,6 @@ TEST(QuickLists, ASaveAddsTheNonEmptyFieldsOfItsTagUnlessTheTagIsOffOrListsAreHi
   EXPECT_EQ(preferences.getRecentList("V2 artist"), (List{"text of V2 artist", "B", "A", "C"}));
   EXPECT_EQ(*lists.list("V1 year"), List{"text of V1 year"});
   EXPECT_FALSE(lists.updateRecentList("V2 artist", ""));
-}
-
-TEST(RecentDocuments, NewestFirstOnceEachAndTenAtMost) {
-  test::TempDir dir;
-  PreferencesController preferences(std::make_unique<MemoryPreferenceStore>(), dir.path());
   RecentDocuments recent(preferences, kRecentTracksKey), groups(preferences, kRecentGroupsKey);
   for (int i = 0; i < 12; ++i) recent.note("/music/" + std::to_string(i) + ".mp3");
   recent.note("/music/5.mp3");
