@@ -81,7 +81,7 @@ static size_t countOf(const Found& found, const std::string& prefix) {
   return std::count_if(found.begin(), found.end(), [&](const auto& entry) { return entry.first.starts_with(prefix); });
 }
 
-TEST(CsvExport, QuotingRowsAndExportValues) {
+TEST(CsvExport, QuotingRowsAndATableOfTwoTracksWithTheHeaderOnlyInANewFile) {
   for (const auto& [text, field] : Found{
            {"", ""}, {"plain text", "plain text"}, {"trailing ", "trailing "}, {" leading", "\" leading\""},
            {"\ttab", "\"\ttab\""}, {"say \"hi\"", "\"say \"\"hi\"\"\""}, {"it's", "\"it's\""}, {"a,b", "\"a,b\""},
@@ -100,9 +100,6 @@ TEST(CsvExport, QuotingRowsAndExportValues) {
   for (const auto& [data, text] : std::initializer_list<std::pair<Bytes, std::string>>{
            {{'a', 'b', 0, 'c'}, "ab"}, {Bytes(70, 'z'), std::string(kMaxUniqueIdBytes, 'z')}, {{0xE9}, "\xC3\xA9"}})
     EXPECT_EQ(uniqueIdData({"", data}), text);
-}
-
-TEST(CsvExport, TwoTracksMakeOneTableWithTheHeaderOnlyInANewFile) {
   test::TempDir dir;
   const std::string out = dir.file("tags.csv"), existing = dir.write("existing.csv", {'x', '\r', '\n'});
   ID3Tag first = exportTrack(dir.file("one.mp3")), second, none = first;
@@ -111,7 +108,7 @@ TEST(CsvExport, TwoTracksMakeOneTableWithTheHeaderOnlyInANewFile) {
   second.hasV2Tag = true;
   second.tagData.title = UnicodeText::latin1(" Spaced");
   none.hasV2Tag = false;
-  for (const ID3Tag* track : {&none, &first, &none, &second}) ASSERT_EQ(exportTagAsCsv(out, track, 2), 0);
+  for (const ID3Tag* each : {&none, &first, &none, &second}) ASSERT_EQ(exportTagAsCsv(out, each, 2), 0);
   ASSERT_EQ(exportTagAsCsv(existing, &first, 1), 0);
   EXPECT_EQ(contents(existing), "x\r\n" + csvRow(first, 1));
   EXPECT_EQ(contents(out), "\xEF\xBB\xBF" + csvHeader(2) + "\r\n" + csvRow(first, 2) + csvRow(second, 2));
@@ -135,18 +132,6 @@ TEST(CsvExport, TwoTracksMakeOneTableWithTheHeaderOnlyInANewFile) {
     EXPECT_EQ(byName[name], values) << name;
 }
 
-TEST(XmlExport, EscapingAndValueElements) {
-  for (const auto& [text, multiline, expected] : std::initializer_list<std::tuple<const char*, bool, const char*>>{
-           {"<b&", false, "&lt;b&amp;"}, {"'a' \"b\" >", false, "&apos;a&apos; &quot;b&quot; &gt;"},
-           {"caf\xC3\xA9", false, "caf\xC3\xA9"}, {"a\r\nb", false, "a\r\nb"},  // single-line values keep breaks
-           {"a\r\nb\n\nc", true, "a</br>b</br>c"}, {"a\n\rb\r\rc\nd\re", true, "a</br>b</br>c</br>d</br>e"},
-           {"a\n\n\nb", true, "a</br></br>b"}, {"\nx\n", true, "</br>x</br>"}})
-    EXPECT_EQ(xmlEscape(text, multiline), expected) << text;
-  EXPECT_EQ(xmlValueElement("Comment", "a\n<", kXmlString, true),
-            "\t\t<value name=\"Comment\" type=\"string\">a</br>&lt;</value>\n");
-  EXPECT_EQ(xmlValueElement("X", "y", 3) + xmlValueElement("X", "y", -1), "");
-}
-
 TEST(XmlExport, DocumentsReadBackWithEveryValueAndPicture) {
   test::TempDir dir;
   const std::string out = dir.file("tag.xml");
@@ -155,7 +140,8 @@ TEST(XmlExport, DocumentsReadBackWithEveryValueAndPicture) {
   Bytes image(301);
   for (size_t i = 0; i < image.size(); ++i) image[i] = static_cast<uint8_t>(i * 7);
   // One byte cannot be encoded into twice its size; two bytes can.
-  track.tagData.picdata = {PicData(image, "jpeg"), PicData({9}, "jpeg"), PicData({1, 2}, "gif"), PicData({1, 2, 3}, "png")};
+  track.tagData.picdata = {PicData(image, "jpeg"), PicData({9}, "jpeg"), PicData({1, 2}, "gif"),
+                           PicData({1, 2, 3}, "png")};
   test::LogCapture log;
   ASSERT_EQ(exportTagAsXml(&track, out, 2, true, v1XmlBlock(track.v1)), 0);
   EXPECT_TRUE(log.has(3, "Failed to create the XML image base 64")) << log.dump();
@@ -186,7 +172,16 @@ TEST(XmlExport, DocumentsReadBackWithEveryValueAndPicture) {
   EXPECT_NE(contents(out).find("<tag version=\"1.0\">"), std::string::npos);
 }
 
-TEST(XmlExport, UnsetNumbersAreZeroTheFileGoesInAsItIsAndWithoutV2TagOnlyThePrologue) {
+TEST(XmlExport, EscapingUnsetNumbersTheFileAsItIsAndWithoutV2TagOnlyThePrologue) {
+  for (const auto& [text, multiline, expected] : std::initializer_list<std::tuple<const char*, bool, const char*>>{
+           {"<b&", false, "&lt;b&amp;"}, {"'a' \"b\" >", false, "&apos;a&apos; &quot;b&quot; &gt;"},
+           {"caf\xC3\xA9", false, "caf\xC3\xA9"}, {"a\r\nb", false, "a\r\nb"},  // single-line values keep breaks
+           {"a\r\nb\n\nc", true, "a</br>b</br>c"}, {"a\n\rb\r\rc\nd\re", true, "a</br>b</br>c</br>d</br>e"},
+           {"a\n\n\nb", true, "a</br></br>b"}, {"\nx\n", true, "</br>x</br>"}})
+    EXPECT_EQ(xmlEscape(text, multiline), expected) << text;
+  EXPECT_EQ(xmlValueElement("Comment", "a\n<", kXmlString, true),
+            "\t\t<value name=\"Comment\" type=\"string\">a</br>&lt;</value>\n");
+  EXPECT_EQ(xmlValueElement("X", "y", 3) + xmlValueElement("X", "y", -1), "");
   test::TempDir dir;
   const std::string out = dir.write("tag.xml", Bytes(5000, 'x'));  // emptied first
   ID3Tag track;
