@@ -26,7 +26,8 @@ TEST(FieldCheck, WarningOfEachFieldForATypedText) {
            {V1Track, u"abc", result(u"0"), 0}, {V1Track, u"07", result(u"7"), 0}, {Isrc, xs(12), kNo, 0},
            {Isrc, xs(13), result(xs(12)), 0}, {InitialKey, u"Dbm", kNo, 0}, {InitialKey, u"Dbmo", result(u"Dbm"), 0},
            {InitialKey, u"XYZ", kNo, 0},  // letters are not checked
-           {ReleaseTime, u"1099", kIncorrect, 0}, {ReleaseTime, u"1100", kNo, 0}, {ReleaseTime, u"2007-13", result(u"2007"), 0},
+           {ReleaseTime, u"1099", kIncorrect, 0}, {ReleaseTime, u"1100", kNo, 0},
+           {ReleaseTime, u"2007-13", result(u"2007"), 0},
            {ReleaseTime, u"2007-02-30", kNo, 0}, {RecordTime, u"2007-5-3 9:7", result(u"2007-05-03 09:07"), 0},
            {RecordTime, u"2007-05-03T09:07", result(u"2007-05-03 09:07"), 0}, {RecordTime, u"2007-05-03 09:07:05", kNo, 0},
            {RecordTime, u"", kNo, 0}, {PodcastId, u"", std::u16string(kEmptyFieldTooltip), 1}, {PodcastId, u"", kNo, 0},

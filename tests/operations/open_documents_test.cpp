@@ -74,13 +74,14 @@ TEST(OpenDocuments, FolderTrackNamesDisplayNamesAndFailureAlerts) {
            {"a.mp3", true}, {"A.MP3", true}, {"b.aif", true}, {"b.Aif", true}, {".mp3", true}, {"c.aiff", false},
            {"d.tdf", false}, {"e.mp3.txt", false}, {"mp3", false}, {"x.mp2", false}, {"aif", false}})
     EXPECT_EQ(isFolderTrackName(name), taken) << name;
-  EXPECT_EQ(displayName("/a/b/c.mp3") + displayName("/a/folder/") + displayName("plain") + displayName("/"), "c.mp3folderplain/");
+  EXPECT_EQ(displayName("/a/b/c.mp3") + displayName("/a/folder/") + displayName("plain") + displayName("/"),
+            "c.mp3folderplain/");
   // Below six failures each is listed, from six on three and "(And others)".
   for (size_t count = 1; count <= 8; ++count) {
     std::vector<OpenFailure> failures;
     for (size_t i = 0; i < count; ++i) failures.push_back({"/music/f" + std::to_string(i) + ".mp3", i ? "" : "gone"});
     const Alert alert = openFailuresAlert(failures, count % 2 == 0);
-    const std::string title = count == 1 ? "the file" : count % 2 == 0 ? "some of the specified files" : "any of the specified files";
+    const std::string title = count == 1 ? "the file" : (count % 2 ? "any" : "some") + std::string(" of the specified files");
     EXPECT_EQ(std::tuple(alert.title, alert.buttons), std::tuple("Could not open " + title, Paths{"OK"}));
     EXPECT_EQ(std::count(alert.message.begin(), alert.message.end(), '\n') + 1, count < 6 ? count : 4u) << count;
     EXPECT_EQ(alert.message.ends_with("\n(And others)"), count >= 6) << count;
@@ -137,7 +138,8 @@ TEST_F(OpenDocumentsTest, FailuresAreToldOnceNothingIsWrittenAndTheNextPathStill
   EXPECT_TRUE(asked[0].starts_with("Could not open any of the specified files: broken0.mp3 (")) << asked[0];
   for (const std::string& bad : {dir_.file("missing.mp3"), other, broken[0]}) {
     EXPECT_FALSE(opener_.openFiles({bad})) << bad;
-    EXPECT_TRUE(asked.back().starts_with("Could not open the file: The file '" + displayName(bad) + "' could not be opened: "));
+    EXPECT_TRUE(asked.back().starts_with("Could not open the file: The file '" + displayName(bad) + "' could not be opened: "))
+        << asked.back();
   }
   LogCapture log;
   throwOnOpen = true;
@@ -176,8 +178,8 @@ TEST(MenuRules, EveryItemInEveryScenario) {
   using Items = std::set<MenuItem>;
   const Items none = {CopyTagData, CopyAllTagData, PasteTagData, Revert, ShowLyrics, ShowPicture, Update, AddLyrics,
                       ClearTagData, ApplyDefaultTagData, LoadTagData, SaveTagData, SaveAs, CopyV1ToV2, CopyV2ToV1, AddImage};
-  const Items inGroup = {Revert, ShowLyrics, ShowPicture, AddLyrics, LoadTagData, SaveTagData, SaveAs, CopyV1ToV2, CopyV2ToV1,
-                         AlwaysApplyDefaultTagData, AddImage, ExportAsCSV, ExportAsXML};
+  const Items inGroup = {Revert, ShowLyrics, ShowPicture, AddLyrics, LoadTagData, SaveTagData, SaveAs, CopyV1ToV2,
+                         CopyV2ToV1, AlwaysApplyDefaultTagData, AddImage, ExportAsCSV, ExportAsXML};
   Items cleanGroup = inGroup;
   cleanGroup.insert({Update, PasteTagData});
   using K = DocumentKind;

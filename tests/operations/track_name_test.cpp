@@ -59,7 +59,8 @@ TEST(TrackName, EveryFormatCodeExpands) {
   ID3Tag track = taggedTrack();
   const NamingTexts texts = *namingTexts(track, true);
   for (const auto& [format, expected] : std::initializer_list<std::pair<const char*, const char*>>{
-           {"%A - %N %T", "Artist - 3 A title"}, {"%L|%Y|%n of %M", "Album|2001|03 of 12"}, {"%B kbps %b", "128 kbps 128000"},
+           {"%A - %N %T", "Artist - 3 A title"}, {"%L|%Y|%n of %M", "Album|2001|03 of 12"},
+           {"%B kbps %b", "128 kbps 128000"},
            {"%S %s", "4.05 4:05"}, {"%F kHz, %f Hz", "44 kHz, 44100 Hz"}, {"100%%", "100%"},
            {"a%Qb%", "ab"}, {"%A/%L/%N %T", "Artist/Album/3 A title"}})  // unknown codes and a lone "%" go
     EXPECT_EQ(expandNameFormat(track, texts, format), expected) << format;
