@@ -49,7 +49,8 @@ TEST(TrackName, NamingTextsAreTrimmedAndCleanedAndTakenFromV1WhenV2IsOff) {
   EXPECT_FALSE(track.tagData.enabled);  // the V2 tag is left as it was
 }
 
-TEST(TrackName, EveryFormatCodeExpands) {
+// Every format code expands; the standard and custom namings make no empty or upward folders.
+TEST(TrackName, FormatCodesAndNamings) {
   for (const auto& [number, total, padded] : std::initializer_list<std::tuple<uint16_t, uint16_t, const char*>>{
            {3, 12, "03"}, {5, 120, "005"}, {15, 120, "015"}, {5, kUnsetNumber, "5"}, {10, 10, "10"}, {9, 10, "09"},
            {3, 9, "3"}, {kUnsetNumber, 12, ""}, {0, 12, ""}, {7, 1000, "0007"}})
@@ -59,28 +60,13 @@ TEST(TrackName, EveryFormatCodeExpands) {
   ID3Tag track = taggedTrack();
   const NamingTexts texts = *namingTexts(track, true);
   for (const auto& [format, expected] : std::initializer_list<std::pair<const char*, const char*>>{
-           {"%A - %N %T", "Artist - 3 A title"}, {"%L|%Y|%n of %M", "Album|2001|03 of 12"},
-           {"%B kbps %b", "128 kbps 128000"},
-           {"%S %s", "4.05 4:05"}, {"%F kHz, %f Hz", "44 kHz, 44100 Hz"}, {"100%%", "100%"},
+           {"%A - %N %T", "Artist - 3 A title"}, {"%L|%Y|%n of %M", "Album|2001|03 of 12"}, {"%S %s", "4.05 4:05"},
+           {"%B kbps %b", "128 kbps 128000"}, {"%F kHz, %f Hz", "44 kHz, 44100 Hz"}, {"100%%", "100%"},
            {"a%Qb%", "ab"}, {"%A/%L/%N %T", "Artist/Album/3 A title"}})  // unknown codes and a lone "%" go
     EXPECT_EQ(expandNameFormat(track, texts, format), expected) << format;
   // Bounded, and a cut never leaves half a character.
   EXPECT_EQ(expandNameFormat(track, {std::string(600, 'x'), "", ""}, "%T%T").size(), kMaxNameFormatBytes);
   EXPECT_EQ(expandNameFormat(track, {std::string(1022, 'x') + "\xC3\xA9", "", ""}, "%T").size(), 1022u);
-  track.tagData.track = track.tagData.tracks = kUnsetNumber;
-  track.tagData.year.clear();
-  track.tagData.recordtime = "1998-04-01";
-  track.audio = {};
-  track.audio.sampleRateIndex = 3;  // reserved: no rate
-  track.duration = 0;
-  EXPECT_EQ(expandNameFormat(track, texts, "[%N|%n|%M|%B|%b|%S|%F|%f]%Y"), "[|||||||]1998");
-  track.tagData.releasetime = "2003-01-01T10:00";
-  EXPECT_EQ(expandNameFormat(track, texts, "%Y"), "2003");
-}
-
-TEST(TrackName, StandardAndCustomNamingMakeNoEmptyOrUpwardFolders) {
-  ID3Tag track = taggedTrack();
-  const NamingTexts texts = *namingTexts(track, true);
   const TrackName standard = standardTrackName(track, texts, true, true);
   EXPECT_EQ(std::tie(standard.name, standard.subfolder, standard.trackNumber), std::tuple("A title", "Artist/Album", 3));
   EXPECT_EQ(standardTrackName(track, texts, false, false).subfolder, std::nullopt);
@@ -99,8 +85,16 @@ TEST(TrackName, StandardAndCustomNamingMakeNoEmptyOrUpwardFolders) {
     EXPECT_EQ(std::tuple(custom.name, custom.subfolder, custom.trackNumber), std::tuple(std::string(name), subfolder, 0))
         << format << " with " << named.artist << "," << named.album;
   }
-  track.tagData.track = kUnsetNumber;
+  track.tagData.track = track.tagData.tracks = kUnsetNumber;
+  track.tagData.year.clear();
+  track.tagData.recordtime = "1998-04-01";
+  track.audio = {};
+  track.audio.sampleRateIndex = 3;  // reserved: no rate
+  track.duration = 0;
+  EXPECT_EQ(expandNameFormat(track, texts, "[%N|%n|%M|%B|%b|%S|%F|%f]%Y"), "[|||||||]1998");
   EXPECT_EQ(standardTrackName(track, texts, true, false).trackNumber, 0);
+  track.tagData.releasetime = "2003-01-01T10:00";
+  EXPECT_EQ(expandNameFormat(track, texts, "%Y"), "2003");
 }
 
 TEST(FileNames, FieldsByTheStandardSplitOrByAFormatAndWhatTheModifiersSet) {
