@@ -1,116 +1,81 @@
-// The quick lists: adding entries, the bound, and which lists a save touches.
+// The lists of earlier entries: the quick lists and the completion from a
+// list, which lists a save touches, and Open Recent's list.
 
 #include "operations/quick_lists.h"
 
 #include <gtest/gtest.h>
 
+#include "operations/recent_documents.h"
+#include "operations/text_completion.h"
 #include "preferences/preference_keys.h"
 #include "preferences/preferences_controller.h"
 #include "preferences/store.h"
 #include "tests/support/temp_dir.h"
 
 namespace melos {
-namespace {
 
 using List = std::vector<std::string>;
 
-List numbered(int count) {
-  List list;
-  for (int i = 0; i < count; ++i) list.push_back("e" + std::to_string(i));
-  return list;
-}
-
-TEST(QuickListTest, AddingAnEntry) {
-  struct Case {
-    List list;
-    std::string text;
-    List expected;
-  } cases[] = {
-      {{"B", "A", "C"}, "A", {"A", "B", "C"}},
-      {{}, "A", {"A"}},
-      {{"B"}, "", {"B"}},
-      {{"a", "B"}, "A", {"A", "a", "B"}},  // case counts
-      {{"A", "B"}, "A", {"A", "B"}},
-  };
-  for (const Case& c : cases) EXPECT_EQ(addQuickListEntry(c.list, c.text), c.expected) << c.text;
-}
-
-TEST(QuickListTest, AtMost26Entries) {
-  const List full = numbered(26);
-  const List updated = addQuickListEntry(full, "new");
-  ASSERT_EQ(updated.size(), kMaxQuickListEntries);
-  EXPECT_EQ(updated.front(), "new");
-  EXPECT_EQ(updated.back(), "e24");  // the oldest fell off
-
+TEST(QuickLists, AnEntryGoesInFrontOnceAndFrom26OnTheOldestFallsOff) {
+  for (const auto& [list, text, expected] : std::initializer_list<std::tuple<List, const char*, List>>{
+           {{"B", "A", "C"}, "A", {"A", "B", "C"}}, {{}, "A", {"A"}}, {{"B"}, "", {"B"}},
+           {{"a", "B"}, "A", {"A", "a", "B"}}, {{"A", "B"}, "A", {"A", "B"}}})  // case counts
+    EXPECT_EQ(addQuickListEntry(list, text), expected) << text;
+  List full;
+  for (int i = 0; i < 26; ++i) full.push_back("e" + std::to_string(i));
   // An entry beyond the first 25 that is chosen again is not kept twice.
-  const List moved = addQuickListEntry(full, "e25");
-  EXPECT_EQ(moved.size(), kMaxQuickListEntries);
-  EXPECT_EQ(moved.front(), "e25");
-  EXPECT_EQ(moved.back(), "e24");
-
-  const List repeated = addQuickListEntry(full, "e3");
-  EXPECT_EQ(repeated.size(), 25u);
-  EXPECT_EQ(repeated[0], "e3");
-  EXPECT_EQ(repeated[1], "e0");
-}
-
-class QuickListsStoreTest : public testing::Test {
- protected:
-  QuickListsStoreTest()
-      : preferences_(std::make_unique<MemoryPreferenceStore>(), dir_.path()) {}
-
-  static std::string fieldText(std::string_view key) {
-    if (key == "V2 album" || key == "V1 album") return "";  // an empty field
-    return std::string("text of ") + std::string(key);
+  for (const auto& [text, size] : {std::pair{"new", 26u}, {"e25", 26u}, {"e3", 25u}}) {
+    const List updated = addQuickListEntry(full, text);
+    EXPECT_EQ(std::tuple(updated.size(), updated[0], updated[1], updated.back()), std::tuple(size, text, "e0", "e24"));
   }
-
-  test::TempDir dir_;
-  PreferencesController preferences_;
-};
-
-TEST_F(QuickListsStoreTest, V1SaveAddsItsFourFieldsInOrder) {
-  QuickLists lists(preferences_);
-  const auto stored = lists.updateV1QuickList(true, fieldText);
-  EXPECT_EQ(stored, (std::vector<std::string_view>{"V1 artist", "V1 year", "V1 comment"}));
-  EXPECT_EQ(preferences_.getRecentList("V1 artist"), List{"text of V1 artist"});
-  EXPECT_EQ(preferences_.getRecentList("V1 album"), std::nullopt);  // empty: unchanged
-  EXPECT_EQ(preferences_.getRecentList("V2 artist"), std::nullopt);
 }
 
-TEST_F(QuickListsStoreTest, V2SaveAddsEveryV2List) {
-  preferences_.setRecentList("V2 album", {"Kept"});
-  QuickLists lists(preferences_);
-  const auto stored = lists.updateV2QuickList(true, fieldText);
-  EXPECT_EQ(stored.size(), 24u);
-  EXPECT_EQ(stored.front(), "V2 artist");
-  EXPECT_EQ(stored.back(), "Podcast description");
-  EXPECT_EQ(preferences_.getRecentList("V2 album"), List{"Kept"});
-  EXPECT_EQ(preferences_.getRecentList("V1 artist"), std::nullopt);
-  EXPECT_EQ(*lists.list("V2 genre"), List{"text of V2 genre"});
+TEST(QuickLists, TheFirstEntryStartingWithAGrownTextCompletesIt) {
+  const std::vector<std::u16string> list{u"Rock", u"Rockabilly", u"rap", u"Reggae"};
+  for (const auto& [text, previous, deleting, expected] :
+       std::initializer_list<std::tuple<std::u16string, size_t, bool, std::optional<Completion>>>{
+           {u"Ro", 1, false, Completion{u"Rock", 2, 4}}, {u"Rocka", 4, false, Completion{u"Rockabilly", 5, 10}},
+           {u"Rock", 3, false, Completion{u"Rock", 4, 4}}, {u"ra", 1, false, Completion{u"rap", 2, 3}},  // case counts
+           {u"Ja", 1, false, std::nullopt}, {u"Ro", 1, true, std::nullopt}, {u"Ro", 2, false, std::nullopt},
+           {u"R", 3, false, std::nullopt}, {u"", 0, false, std::nullopt}, {u"Rockabillyx", 10, false, std::nullopt}}) {
+    const CompletionStep step = completeWithList(text, list, previous, deleting);
+    EXPECT_EQ(std::pair(step.completion, step.rememberedLength), std::pair(expected, text.size())) << previous;
+  }
 }
 
-TEST_F(QuickListsStoreTest, NothingWhenTheTagIsOffOrListsAreHidden) {
-  QuickLists lists(preferences_);
-  EXPECT_TRUE(lists.updateV1QuickList(false, fieldText).empty());
-  EXPECT_TRUE(lists.updateV2QuickList(false, fieldText).empty());
-  preferences_.setBoolPreferenceNamed(prefs::kShowQuickLists.key, false);
-  EXPECT_TRUE(lists.updateV1QuickList(true, fieldText).empty());
-  EXPECT_TRUE(lists.updateV2QuickList(true, fieldText).empty());
-  for (std::string_view key : prefs::kQuickListKeys) EXPECT_EQ(preferences_.getRecentList(key), std::nullopt);
-}
-
-TEST_F(QuickListsStoreTest, RepeatedSavesMoveEntriesToTheFront) {
-  preferences_.setRecentList("V2 artist", {"B", "A", "C"});
-  QuickLists lists(preferences_);
-  ASSERT_NE(lists.list("V2 artist"), nullptr);
-  EXPECT_EQ(lists.list("V2 BPM"), nullptr);  // no list: no button
-  preferences_.setStringPreferenceNamed("V2 ISRC", "not a list");
-  EXPECT_EQ(preferences_.getRecentList("V2 ISRC"), std::nullopt);
-  EXPECT_TRUE(lists.updateRecentList("V2 artist", "A"));
-  EXPECT_EQ(preferences_.getRecentList("V2 artist"), (List{"A", "B", "C"}));
+// A save adds the non-empty fields of its tag unless the tag is off or the lists hidden; Open Recent's list
+// keeps the newest first, each path once, ten at most, until cleared.
+TEST(QuickLists, TheListsKeptInThePreferences) {
+  test::TempDir dir;
+  PreferencesController preferences(std::make_unique<MemoryPreferenceStore>(), dir.path());
+  const auto text = [](std::string_view key) { return key.ends_with("album") ? "" : "text of " + std::string(key); };
+  preferences.setRecentList("V2 album", {"Kept"});
+  preferences.setRecentList("V2 artist", {"B", "A", "C"});
+  preferences.setStringPreferenceNamed("V2 ISRC", "not a list");
+  QuickLists lists(preferences);
+  EXPECT_EQ(lists.list("V2 ISRC"), nullptr);  // no list: no button
+  EXPECT_TRUE(lists.updateV1QuickList(false, text).empty() && lists.updateV2QuickList(false, text).empty());
+  preferences.setBoolPreferenceNamed(prefs::kShowQuickLists.key, false);
+  EXPECT_TRUE(lists.updateV1QuickList(true, text).empty() && lists.updateV2QuickList(true, text).empty());
+  EXPECT_EQ(preferences.getRecentList("V2 genre"), std::nullopt);
+  preferences.setBoolPreferenceNamed(prefs::kShowQuickLists.key, true);
+  EXPECT_EQ(lists.updateV1QuickList(true, text), (std::vector<std::string_view>{"V1 artist", "V1 year", "V1 comment"}));
+  EXPECT_EQ(preferences.getRecentList("V1 album"), std::nullopt);
+  const std::vector<std::string_view> v2 = lists.updateV2QuickList(true, text);
+  EXPECT_EQ(std::tuple(v2.size(), v2.front(), v2.back()), std::tuple(24u, "V2 artist", "Podcast description"));
+  EXPECT_EQ(preferences.getRecentList("V2 album"), List{"Kept"});
+  EXPECT_EQ(preferences.getRecentList("V2 artist"), (List{"text of V2 artist", "B", "A", "C"}));
+  EXPECT_EQ(*lists.list("V1 year"), List{"text of V1 year"});
   EXPECT_FALSE(lists.updateRecentList("V2 artist", ""));
-  EXPECT_EQ(*lists.list("V2 artist"), (List{"A", "B", "C"}));
+  RecentDocuments recent(preferences, kRecentTracksKey), groups(preferences, kRecentGroupsKey);
+  for (int i = 0; i < 12; ++i) recent.note("/music/" + std::to_string(i) + ".mp3");
+  recent.note("/music/5.mp3");
+  List expected;
+  for (int i : {5, 11, 10, 9, 8, 7, 6, 4, 3, 2}) expected.push_back("/music/" + std::to_string(i) + ".mp3");
+  EXPECT_EQ(recent.list(), expected);
+  groups.note("/music");
+  recent.clear();
+  EXPECT_EQ(std::pair(recent.list(), groups.list()), std::pair(List{}, List{"/music"}));
 }
 
-}  // namespace
 }  // namespace melos
