@@ -54,46 +54,9 @@ TEST(DefaultPictureFile, IsWrittenOrItsFailureIsTheAlertMessage) {
   EXPECT_TRUE(log.has(LogError, failure)) << log.dump();
 }
 
-// Every set shares file 0, which gives an image only when it is of an accepted
-// kind and size; a refused file is worth a line in the log, an empty one is unset.
-TEST_P(DefaultTagDataTest, DefaultPictureIsTheSharedFileWhenItIsAnAcceptedImage) {
-  const struct {
-    std::optional<Bytes> bytes;  // none: no file
-    const char* subtype;         // nullptr: no image
-    const char* warning;         // nullptr: nothing logged
-    off_t size = 0;              // when not 0, the file is grown to it
-  } rows[]{{std::nullopt, nullptr, nullptr},
-           {jpegBytes(), "jpeg", nullptr},
-           {pngBytes(), "png", nullptr},
-           {Bytes{'G', 'I', 'F', '8', '9', 'a'}, "gif", nullptr},
-           {Bytes{'M', 'M', 0x00, 0x2A}, "tiff", nullptr},  // big-endian TIFF only
-           {Bytes{'B', 'M', 0x10, 0x00}, "bmp", nullptr},
-           {Bytes{'I', 'I', 0x2A, 0x00}, nullptr, "is not an accepted image"},
-           {Bytes{'h', 'e', 'l', 'l', 'o'}, nullptr, "is not an accepted image"},
-           {Bytes{}, nullptr, nullptr},
-           {jpegBytes(), nullptr, "is too large", static_cast<off_t>(kMaxDefaultPictureBytes + 1)}};
-  EXPECT_EQ(open().getDefaultPicture(0), std::nullopt);
-  PreferencesController& prefs = open({{"Use default picture7", true}});
-  EXPECT_EQ(prefs.defaultPicturePath(7), dir_.file("default0.img"));
-  EXPECT_EQ(prefs.getDefaultPicture(6), std::nullopt);  // set 6 does not use it
-  dir_.write("default7.img", pngBytes());               // never read
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.subtype ? row.subtype : row.warning ? row.warning : "no image");
-    std::filesystem::remove(dir_.file("default0.img"));
-    if (row.bytes) dir_.write("default0.img", *row.bytes);
-    ASSERT_TRUE(row.size == 0 || truncate(dir_.file("default0.img").c_str(), row.size) == 0);
-    LogCapture log;
-    const std::optional<DefaultPicture> picture = prefs.getDefaultPicture(7);
-    ASSERT_TRUE(picture.has_value());
-    EXPECT_EQ(picture->image, row.subtype ? std::optional(PicData{*row.bytes, row.subtype}) : std::nullopt);
-    EXPECT_EQ(log.count(LogWarning), row.warning ? 1u : 0u) << log.dump();
-    EXPECT_TRUE(!row.warning || log.has(LogWarning, row.warning)) << log.dump();
-  }
-}
-
 // Set 2 applied to track(), compared whole with track() changed by `expect`,
 // so any field the row does not name must stay as it was.
-TEST_P(DefaultTagDataTest, ApplyingASetChangesExactlyWhatItSupplies) {
+TEST_F(DefaultTagDataTest, ApplyingASetChangesExactlyWhatItSupplies) {
   const Seed v2Only{{"Apply defaults to V1 tags", false}};
   Seed everyField = v2Only;
   for (auto [field, value] : {std::pair{"title", "New title"}, {"album", "Nouvel album é"}, {"artist", "Сергей"},
@@ -101,6 +64,7 @@ TEST_P(DefaultTagDataTest, ApplyingASetChangesExactlyWhatItSupplies) {
                               {"orig. artist", "Someone"}, {"copyright", "(c) 2024"}, {"URL", "http://new.example"},
                               {"encoder", "LAME 3"}, {"track", "12"}, {"tracks", "14"}, {"genre", "Trance"}})
     everyField = everyField + useDefault(field, 2, value);
+  everyField = everyField + useDefault("compilation", 2, false);
   const struct {
     const char* name;
     Seed seed;
@@ -111,16 +75,18 @@ TEST_P(DefaultTagDataTest, ApplyingASetChangesExactlyWhatItSupplies) {
          d.title = latin1("New title"); d.album = latin1("Nouvel album \xE9"); d.artist = UnicodeText::utf16(u"Сергей");
          d.comment = latin1("A comment"); d.year = "2024"; d.composer = latin1("Satie"); d.origArtist = latin1("Someone");
          d.copyright = latin1("(c) 2024"); d.url = "http://new.example"; d.encodedBy = "LAME 3"; d.track = 12;
-         d.tracks = 14; d.genre = latin1("Trance");
+         d.tracks = 14; d.genre = latin1("Trance"); d.compilation = false;
        }},
       // Other sets' keys say nothing of set 2; a value counts only under a use flag that is the boolean true.
       {"not this set", useDefault("title", 0, "Zero") + useDefault("track", 3, "4") +
                            Seed{{"Default artist2", "x"}, {"Use default title2", false}, {"Default title2", "x"},
-                                {"Use default album2", 1}, {"Default album2", "x"}}, [](T) {}},
-      {"enabled but empty", useDefault("title", 2, QVariant()) + useDefault("track", 2, QVariant()) + useDefault("URL", 2, ""),
+                                {"Use default album2", 1}, {"Default album2", "x"}, {"Use default compilation2", 1},
+                                {"Default compilation2", false}}, [](T) {}},
+      {"enabled but empty", useDefault("title", 2, QVariant()) + useDefault("track", 2, QVariant()) + useDefault("URL", 2, "") +
+                                useDefault("compilation", 2, QVariant()),
        [](T t) {
          t.v1.title.clear(); t.v1.track = kUnsetV1; t.tagData.title = UnicodeText();
-         t.tagData.track = kUnsetNumber; t.tagData.url.clear();
+         t.tagData.track = kUnsetNumber; t.tagData.url.clear(); t.tagData.compilation = false;
        }},
       // V1 texts are Latin-1 cut to their widths; the V1 genre is never set.
       {"V1 widths", useDefault("title", 2, "A title that is longer than thirty characters") +
@@ -135,8 +101,9 @@ TEST_P(DefaultTagDataTest, ApplyingASetChangesExactlyWhatItSupplies) {
       // Without Unicode, Latin-1 is kept up to U+00FF and anything beyond becomes "?".
       {"no Unicode", useDefault("artist", 2, "Сергей and Zoÿ Ā") + v2Only + Seed{{"Allow Unicode text", false}},
        [](T t) { t.tagData.artist = latin1("?????? and Zo\xFF ?"); }},
-      {"remove all data", useDefault("title", 2, "Only this") + Seed{{"Remove all data", true}}, [](T t) {
-         t.tagData = TagData{}; t.tagData.enabled = true; t.tagData.title = latin1("Only this");
+      {"remove all data", useDefault("title", 2, "Only this") + useDefault("compilation", 2, true) +
+                             Seed{{"Remove all data", true}}, [](T t) {
+         t.tagData = TagData{}; t.tagData.enabled = true; t.tagData.title = latin1("Only this"); t.tagData.compilation = true;
          t.v1.clear(); t.v1.enabled = true; t.v1.title = "Only this";
        }},
   };
@@ -151,7 +118,7 @@ TEST_P(DefaultTagDataTest, ApplyingASetChangesExactlyWhatItSupplies) {
   }
 }
 
-TEST_P(DefaultTagDataTest, NumbersAreTheIntegerValuesOfTheTexts) {
+TEST_F(DefaultTagDataTest, NumbersAreTheIntegerValuesOfTheTexts) {
   const std::tuple<const char*, uint8_t, uint16_t> rows[]{
       {"7", 7, 7},      {"300", 44, 300}, {"", kUnsetV1, kUnsetNumber},    {"abc", kUnsetV1, 0},
       {"-1", 255, kUnsetNumber}, {"70000", 112, kUnsetNumber}, {" 9 of 12", 9, 9}, {"65534", 254, 65534}};
@@ -163,53 +130,49 @@ TEST_P(DefaultTagDataTest, NumbersAreTheIntegerValuesOfTheTexts) {
   }
 }
 
-TEST_P(DefaultTagDataTest, CompilationIsSetOnlyWhenTheSetUsesIt) {
-  const std::tuple<Seed, bool, bool> rows[]{
-      {{{"Default compilation3", true}}, false, false}, {useDefault("compilation", 3, true), false, true},
-      {useDefault("compilation", 3, false), true, false}, {useDefault("compilation", 3, QVariant()), true, false},
-      {useDefault("compilation", 3, 1), true, false},  // a number 1 is no boolean
-      {useDefault("compilation", 2, true), false, false}};
-  for (const auto& [seed, before, after] : rows) {
-    ID3Tag t = track();
-    t.tagData.compilation = before;
-    setDefaultTagData(t, 3, open(seed));
-    EXPECT_EQ(t.tagData.compilation, after) << before;
-  }
-}
-
-// The picture goes in at the position shown, or replaces all with "Replace with
-// default image", which is read un-indexed whatever the set.
-TEST_P(DefaultTagDataTest, DefaultPictureGoesAtThePositionShownOrReplacesAll) {
-  const PicData jpeg{jpegBytes(), "jpeg"};
+// Every set shares picture file 0. It goes in at the position shown, or replaces
+// all with "Replace with default image", which is read un-indexed whatever the
+// set; a file that is no accepted image, or is too large, is worth a line in the
+// log, an empty one is unset.
+TEST_F(DefaultTagDataTest, DefaultPictureGoesAtThePositionShownOrReplacesAll) {
+  const PicData jpeg{jpegBytes(), "jpeg"}, png{pngBytes(), "png"};
   const PicDataArray old = track().tagData.picdata;
   const Seed use{{"Use default picture8", true}}, replace = use + Seed{{"Replace with default image", true}};
   const struct {
     const char* name;
     Seed seed;
+    std::optional<Bytes> file;
     size_t at;
     PicDataArray expected;
     bool shown;
-    bool file = true;
-  } rows[]{{"not used", {}, 0, old, false},
-           {"inserted", use, 1, {old[0], jpeg, old[1]}, true},
-           {"at the front", use, 0, {jpeg, old[0], old[1]}, true},
-           {"past the end", use, 99, {old[0], old[1], jpeg}, true},
-           {"replacing", replace, 1, {jpeg}, true},
-           {"indexed replace ignored", use + Seed{{"Replace with default image8", true}}, 2, {old[0], old[1], jpeg}, true},
-           {"not shown", use + Seed{{"Always show picture", false}}, 2, {old[0], old[1], jpeg}, false},
-           {"missing file replacing", replace, 0, {}, false, false},
-           {"missing file added", use, 0, old, true, false}};
+    const char* warning = nullptr;
+    off_t grownTo = 0;
+  } rows[]{{"not used", {}, jpeg.data, 0, old, false},
+           {"inserted", use, jpeg.data, 1, {old[0], jpeg, old[1]}, true},
+           {"at the front", use, jpeg.data, 0, {jpeg, old[0], old[1]}, true},
+           {"past the end", use, png.data, 99, {old[0], old[1], png}, true},
+           {"replacing", replace, jpeg.data, 1, {jpeg}, true},
+           {"indexed replace ignored", use + Seed{{"Replace with default image8", true}}, jpeg.data, 2, {old[0], old[1], jpeg}, true},
+           {"not shown", use + Seed{{"Always show picture", false}}, jpeg.data, 2, {old[0], old[1], jpeg}, false},
+           {"missing file replacing", replace, std::nullopt, 0, {}, false},
+           {"missing file", use, std::nullopt, 0, old, true},
+           {"empty file", use, Bytes{}, 0, old, true},
+           {"not an image", use, Bytes{'I', 'I', 0x2A, 0x00}, 0, old, true, "is not an accepted image"},
+           {"too large", use, jpeg.data, 0, old, true, "is too large", static_cast<off_t>(kMaxDefaultPictureBytes + 1)}};
+  const std::string file = dir_.file("default0.img");
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
-    std::filesystem::remove(dir_.file("default0.img"));
-    if (row.file) dir_.write("default0.img", jpeg.data);
+    std::filesystem::remove(file);
+    if (row.file) dir_.write("default0.img", *row.file);
+    ASSERT_TRUE(row.grownTo == 0 || truncate(file.c_str(), row.grownTo) == 0);
+    LogCapture log;
     ID3Tag t = track();
     EXPECT_EQ(setDefaultTagData(t, 8, open(row.seed), row.at).showPicture, row.shown);
     EXPECT_EQ(t.tagData.picdata, row.expected);
+    EXPECT_EQ(log.count(LogWarning), row.warning ? 1u : 0u) << log.dump();
+    EXPECT_TRUE(!row.warning || log.has(LogWarning, row.warning)) << log.dump();
   }
 }
-
-INSTANTIATE_TEST_SUITE_P(Stores, DefaultTagDataTest, ::testing::Values(StoreKind::Memory, StoreKind::File), storeKindName);
 
 }  // namespace
 }  // namespace melos::test

@@ -2,10 +2,14 @@
 
 #include <gtest/gtest.h>
 
-#include <QBuffer>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <QDir>
-#include <QStandardPaths>
+#include <chrono>
+#include <csignal>
 #include <fstream>
+#include <thread>
 
 #include "engine/log.h"
 #include "tests/preferences/store_fixture.h"
@@ -14,46 +18,36 @@
 namespace melos::test {
 namespace {
 
-using StoreKindTest = StoreTest;
-
-TEST_P(StoreKindTest, MissingKeyIsNotAStoredValue) {
-  open();
-  PreferenceStore& store = *recorder_->inner;
-  EXPECT_FALSE(store.value("Show splash").has_value());
-  store.setValue("Show splash", false);
-  store.setValue("Default path", QString());
-  EXPECT_EQ(store.value("Show splash"), QVariant(false));
-  EXPECT_EQ(store.value("Default path"), QVariant(QString()));
-  EXPECT_TRUE(store.sync());
-  EXPECT_EQ(store.keys(), (QStringList{"Default path", "Show splash"}));
-  store.remove("Show splash");
-  store.remove("");  // QSettings would take it for every key
-  EXPECT_EQ(store.keys(), QStringList{"Default path"});
-}
-
-INSTANTIATE_TEST_SUITE_P(Stores, StoreKindTest, ::testing::Values(StoreKind::Memory, StoreKind::File), storeKindName);
-
-TEST(SettingsFileStore, SavingMakesTheFoldersAndLeavesOnlyTheSettingsFile) {
+TEST(PreferenceStores, MissingKeyIsNotAStoredValue) {
   TempDir dir;
-  const QString path = QString::fromStdString(dir.file("config/Meloscribe.json"));
-  SettingsFileStore store(path);
-  for (int round = 0; round < 3; ++round) {
-    store.setValue("Defaults index", round);
-    ASSERT_TRUE(store.sync());
+  const QString path = QString::fromStdString(dir.file("config/Meloscribe.json"));  // the folder is made on save
+  std::unique_ptr<PreferenceStore> stores[]{std::make_unique<MemoryPreferenceStore>(),
+                                            std::make_unique<SettingsFileStore>(path)};
+  for (const auto& store : stores) {
+    EXPECT_FALSE(store->value("Show splash").has_value());
+    store->setValue("Show splash", false);
+    store->setValue("Default path", QString());
+    EXPECT_EQ(store->value("Show splash"), QVariant(false));
+    EXPECT_EQ(store->value("Default path"), QVariant(QString()));
+    EXPECT_TRUE(store->sync());
+    store->remove("Show splash");
+    store->remove("");  // QSettings would take it for every key
+    EXPECT_TRUE(store->sync());
+    EXPECT_EQ(store->keys(), QStringList{"Default path"});
   }
-  EXPECT_EQ(QDir(QString::fromStdString(dir.file("config"))).entryList(QDir::Files | QDir::Hidden),
-            QStringList{"Meloscribe.json"});
-  EXPECT_EQ(readSettingsFile(path)["Defaults index"], QVariant(2LL));
-  EXPECT_EQ(store.path(), path);
+  // No temporary or lock file is left beside the settings.
+  EXPECT_EQ(QDir(QFileInfo(path).path()).entryList(QDir::Files | QDir::Hidden), QStringList{"Meloscribe.json"});
+  EXPECT_EQ(readSettingsFile(path), (QVariantMap{{"Default path", ""}}));
+  EXPECT_EQ(static_cast<SettingsFileStore&>(*stores[1]).path(), path);
 }
 
 // A settings file that is no JSON object gives the defaults, and is kept under
 // the first free name, never replacing one kept before; the user is told once.
 TEST(SettingsFileStore, UnreadableFileIsKeptAsideAndNeverLost) {
-  const std::string broken = "{\"User genre list\": [\"Mine\"], \"Show splash\": fals";
-  const std::pair<std::vector<std::string>, std::string> rows[]{{{}, ".broken"},
-                                                                {{".broken", ".broken.1"}, ".broken.2"}};
-  for (const auto& [earlier, keptAs] : rows) {
+  const std::tuple<std::string, std::vector<std::string>, std::string> rows[]{
+      {"{\"User genre list\": [\"Mine\"], \"Show splash\": fals", {}, ".broken"},
+      {"[true, 1]", {".broken", ".broken.1"}, ".broken.2"}};
+  for (const auto& [broken, earlier, keptAs] : rows) {
     TempDir dir;
     const std::string file = dir.file("Meloscribe.json");
     std::ofstream(file) << broken;
@@ -69,10 +63,7 @@ TEST(SettingsFileStore, UnreadableFileIsKeptAsideAndNeverLost) {
     EXPECT_TRUE(log.has(LogError, "'" + file + "' was kept as '" + file + keptAs + "'")) << log.dump();
     EXPECT_EQ(log.count(LogError), 2u) << log.dump();
     EXPECT_EQ(readSettingsFile(QString::fromStdString(file)), (QVariantMap{{"Copy title", true}}));
-    const auto text = [](const std::string& path) {
-      const std::vector<uint8_t> bytes = readFile(path);
-      return std::string(bytes.begin(), bytes.end());
-    };
+    const auto text = [](const std::string& path) { const Bytes bytes = readFile(path); return std::string(bytes.begin(), bytes.end()); };
     EXPECT_EQ(text(file + keptAs), broken);
     for (const std::string& suffix : earlier) EXPECT_EQ(text(file + suffix), "earlier");
     EXPECT_EQ(SettingsFileStore::takeKeptBrokenFile().toStdString(), file + keptAs);
@@ -80,28 +71,111 @@ TEST(SettingsFileStore, UnreadableFileIsKeptAsideAndNeverLost) {
   }
 }
 
-TEST(JsonSettingsFormat, BrokenOrNonObjectTextIsRefusedWithACause) {
-  for (const char* text : {"{\"Show splash\": tru", "[true, 1]", "\"text\"", "{\"a\": 1} trailing"}) {
-    LogCapture log;
-    QBuffer buffer;
-    buffer.setData(text);
-    buffer.open(QIODevice::ReadOnly);
-    QSettings::SettingsMap map;
-    EXPECT_FALSE(readJsonSettings(buffer, map)) << text;
-    EXPECT_TRUE(map.isEmpty()) << text;
-    EXPECT_TRUE(log.has(LogError, "Failed to read the preferences file '(settings stream)'")) << log.dump();
-  }
-}
-
 TEST(SettingsFileStore, SharedInstanceUsesTheXdgConfigFolder) {
   const QString path = defaultSettingsPath();
-  // The tests run in Qt's test mode, never on the user's own folder.
-  EXPECT_EQ(path, QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
-                      "/Meloscribe/Meloscribe.json");
-  EXPECT_TRUE(path.contains("qttest")) << path.toStdString();
+  EXPECT_EQ(path, QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + "/Meloscribe/Meloscribe.json");
+  EXPECT_TRUE(path.contains("qttest")) << path.toStdString();  // never the user's own folder
   PreferencesController& shared = PreferencesController::sharedInstance();
   EXPECT_EQ(&shared, &PreferencesController::sharedInstance());
-  EXPECT_EQ(shared.defaultPicturePath(4), QFileInfo(path).absolutePath().toStdString() + "/default0.img");
+  EXPECT_EQ(shared.defaultPicturePath(4), QFileInfo(path).path().toStdString() + "/default0.img");
+}
+
+// Runs `work` in a second process on the same settings file.
+template <typename Work>
+pid_t spawn(Work work) {
+  const pid_t pid = fork();
+  if (pid == 0) _exit(work());
+  return pid;
+}
+
+// The exit code, or -1 when the process did not end by itself.
+int waitFor(pid_t pid) {
+  int status = 0;
+  return waitpid(pid, &status, 0) == pid && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+struct TwoProcesses : ::testing::Test {
+  TempDir dir;
+  QString path = QString::fromStdString(dir.file("Meloscribe.json"));
+};
+
+// This process still has the old file in view; it saves only its own changes,
+// and then reads the other's values with their types.
+TEST_F(TwoProcesses, SaveKeepsWhatTheOtherSavedMeanwhile) {
+  writeSettingsFile(path, {{"A", 1}, {"Show splash", true}});
+  SettingsFileStore store(path);
+  ASSERT_EQ(store.value("A"), QVariant(1LL));
+  ASSERT_EQ(waitFor(spawn([&] {
+              const Seed values{{"Show splash", false}, {"Copy title", true}, {"User genre list", QStringList{"Gqom", "R&B"}},
+                                {"Default path", "/srv/Musik/Björk"}, {"Tag 2 version", 4}};
+              SettingsFileStore other(path);
+              for (const auto& [key, value] : values) other.setValue(key, value);
+              return other.sync() ? 0 : 1;
+            })), 0);
+  store.remove("A");
+  store.setValue("D", 4);
+  ASSERT_TRUE(store.sync());
+  EXPECT_EQ(readSettingsFile(path).keys(),
+            (QStringList{"Copy title", "D", "Default path", "Show splash", "Tag 2 version", "User genre list"}));
+  PreferencesController prefs(std::make_unique<SettingsFileStore>(path), dir.path());
+  EXPECT_TRUE(prefs.isCopyTitleSet());
+  EXPECT_FALSE(prefs.showSplash());
+  EXPECT_EQ(prefs.getTag2SaveVersion(), 4);
+  EXPECT_EQ(prefs.getDefaultPath(), "/srv/Musik/Björk");
+  EXPECT_EQ(prefs.getUserGenreList(), (std::vector<std::string>{"Gqom", "R&B"}));
+}
+
+TEST_F(TwoProcesses, SavingAtTheSameTimeLosesNoKey) {
+  constexpr int kKeysEach = 100;  // long enough for the two runs to overlap
+  writeSettingsFile(path, {{"Seed", true}});
+  QVariantMap expected{{"Seed", true}};
+  std::vector<pid_t> writers;
+  for (const QString prefix : {"one", "two"}) {
+    for (int i = 0; i < kKeysEach; ++i) expected[prefix + QString::number(i)] = i;
+    writers.push_back(spawn([&] {
+      SettingsFileStore store(path);
+      for (int i = 0; i < kKeysEach; ++i) {
+        store.setValue(prefix + QString::number(i), i);
+        if (!store.sync()) return 1;
+      }
+      return 0;
+    }));
+  }
+  for (pid_t writer : writers) EXPECT_EQ(waitFor(writer), 0);
+  EXPECT_EQ(readSettingsFile(path), expected);
+}
+
+TEST_F(TwoProcesses, KilledWhileSavingLeavesAWholeFile) {
+  constexpr int kSize = 4 * 1024 * 1024;  // long enough to be killed mid-save
+  writeSettingsFile(path, {{"Keep", true}, {"Big", QString(kSize, QChar('z'))}});
+  for (int delayMs : {0, 7, 23, 51, 97}) {
+    int ready[2];
+    ASSERT_EQ(pipe(ready), 0);
+    const pid_t churn = spawn([&] {  // rewrites "Big" until killed
+      SettingsFileStore store(path);
+      for (int round = 0;; ++round) {
+        store.setValue("Big", QString(kSize, QChar('a' + round % 26)));
+        if (!store.sync() || (round == 0 && write(ready[1], "!", 1) != 1)) return 1;
+      }
+    });
+    char signal = 0;
+    EXPECT_EQ(read(ready[0], &signal, 1), 1);
+    std::this_thread::sleep_for(std::chrono::milliseconds(delayMs));
+    kill(churn, SIGKILL);
+    EXPECT_EQ(waitFor(churn), -1);
+    close(ready[0]);
+    close(ready[1]);
+    const QVariantMap saved = readSettingsFile(path);
+    EXPECT_EQ(saved["Keep"], QVariant(true)) << "a partial file after " << delayMs << " ms";
+    const QString big = saved["Big"].toString();
+    ASSERT_EQ(big.size(), kSize);
+    EXPECT_EQ(big.count(big.front()), kSize) << "a mixed value after " << delayMs << " ms";
+  }
+  // The killed process's lock is stale and does not hold up the next save.
+  SettingsFileStore store(path);
+  store.setValue("After", true);
+  EXPECT_TRUE(store.sync());
+  EXPECT_EQ(readSettingsFile(path)["After"], QVariant(true));
 }
 
 }  // namespace
