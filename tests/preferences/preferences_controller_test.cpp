@@ -1,22 +1,27 @@
 #include "preferences/preferences_controller.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <filesystem>
 #include <functional>
 #include <stdexcept>
 
 #include "engine/genres.h"
 #include "engine/log.h"
 #include "preferences/control_mappings.h"
+#include "preferences/default_tag_data.h"
 #include "preferences/preference_keys.h"
-#include "preferences/value_conversion.h"
 #include "tests/preferences/store_fixture.h"
+#include "tests/support/id3v2_builder.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/tag_fixtures.h"
 
 namespace melos::test {
 namespace {
 
 using P = PreferencesController;
+using PreferencesControllerTest = StoreTest;
 QVariant asVariant(bool value) { return value; }
 QVariant asVariant(int value) { return value; }
 QVariant asVariant(const std::string& value) { return QString::fromStdString(value); }
@@ -33,39 +38,33 @@ Getter G(const char* key, std::type_identity_t<R> byDefault, std::type_identity_
 }
 Getter B(const char* key, bool byDefault, bool (P::*get)() const) { return G(key, byDefault, !byDefault, get); }
 
-// The first 33 in the order a reset removes them.
 const std::vector<Getter> kGetters{
     B("Copy composer", false, &P::isCopyComposerSet), B("Copy original artist", false, &P::isCopyOriginalArtistSet),
     B("Copy title", false, &P::isCopyTitleSet), B("Copy track", false, &P::isCopyTrackSet),
-    B("Set group check boxes on paste", false, &P::isSetGroupChecksSet), B("Allow Unicode text", true, &P::allowUnicode),
+    B("Allow Unicode text", true, &P::allowUnicode), B("Set group check boxes on paste", false, &P::isSetGroupChecksSet),
     B("Always show picture", true, &P::isShowPictureSet), B("Sort by track", true, &P::isSortByTrackSet),
     B("Edit in multiple windows", true, &P::isMultipleWindowsSet), B("Add picture to end", true, &P::isAddPicToEndSet),
     B("Show quick lists", true, &P::showQuickLists), B("Show open file at start up", true, &P::showOpenFile),
     B("Load full tag data", false, &P::loadFullTagData), B("Show play controls", true, &P::isShowPlayControlsSet),
-    B("Save window position", true, &P::isSaveWindowPositionSet),
-    B("Open dropped files in group", false, &P::isOpenDroppedFileInGroupSet),
-    B("Show track", false, &P::isShowTrackSet), B("Ignore AIFF corruption", true, &P::isIgnoreAIFFCorruptionSet),
-    B("VBR mode", true, &P::isQuickVBRSet), B("Move original to trash", true, &P::isMoveToTrashSet),
-    B("Replace tag information", true, &P::isReplaceTagSet), B("Rename updated file", false, &P::isRenameUpdateSet),
-    B("Create folder structure", false, &P::isCreateFolderSet), B("Close window after update", true, &P::isCloseWindowSet),
-    B("Remove APE tag", false, &P::removeAPETag), B("Copy file times", false, &P::isKeepFileDatesSet),
+    B("Save window position", true, &P::isSaveWindowPositionSet), B("Show track", false, &P::isShowTrackSet),
+    B("Open dropped files in group", false, &P::isOpenDroppedFileInGroupSet), B("VBR mode", true, &P::isQuickVBRSet),
+    B("Ignore AIFF corruption", true, &P::isIgnoreAIFFCorruptionSet), B("Remove APE tag", false, &P::removeAPETag),
+    B("Move original to trash", true, &P::isMoveToTrashSet), B("Replace tag information", true, &P::isReplaceTagSet),
+    B("Rename updated file", false, &P::isRenameUpdateSet), B("Create folder structure", false, &P::isCreateFolderSet),
+    B("Close window after update", true, &P::isCloseWindowSet), B("Copy file times", false, &P::isKeepFileDatesSet),
     B("Trim whitespace", false, &P::isTrimWhitespaceSet), B("Add track number", true, &P::isAddTrackNumberSet),
     B("Date tracks", false, &P::isDateTracksSet), B("UTF8 track names", false, &P::isUTF8TrackNameSet),
-    G("Tag 2 version", 0, 4, &P::getTag2SaveVersion),
-    B("Replace tag data in group", false, &P::isReplaceTagDataInGroupSet), G("Set file icon", 1, 0, &P::isSetFileIconSet),
-    B("Replace with default image", false, &P::isReplaceWithDefaultPictureSet),
+    B("Replace tag data in group", false, &P::isReplaceTagDataInGroupSet), B("Show splash", true, &P::showSplash),
+    B("Replace with default image", false, &P::isReplaceWithDefaultPictureSet), B("Show user tab", false, &P::showUserTab),
     B("Apply defaults to V1 tags", true, &P::applyDefaultsToV1), B("Remove all data", false, &P::removeAllData),
     B("Show defaults button", false, &P::showDefaultsButton), B("Replace V2 genre list", false, &P::replaceV2GenreList),
-    G("File name format type", 0, 1, &P::getFromFileNameFormatType),
-    G("File name format", "", "%A - %N %T", &P::getFromCustomFileNameFormat),
-    G("To file name format type", 0, 1, &P::getToFileNameFormatType),
-    G("To file name format", "", "%N-%T", &P::getToCustomFileNameFormat), G("Editor style", 0, 2, &P::getWindowStyle),
-    B("Show user tab", false, &P::showUserTab), G("Default path", "", "/srv/music", &P::getDefaultPath),
     B("Always apply default tag data", false, &P::isAlwaysApplyDefTagDataSet),
-    G("Defaults index", 0, 7, &P::getDefaultTypeIndex),
-    G("Window settings", "", "{{10, 20}, {640, 480}}", &P::getWindowPosition), B("Show splash", true, &P::showSplash)};
-
-using PreferencesControllerTest = StoreTest;
+    G("Tag 2 version", 0, 4, &P::getTag2SaveVersion), G("Set file icon", 1, 0, &P::isSetFileIconSet),
+    G("File name format type", 0, 1, &P::getFromFileNameFormatType), G("Editor style", 0, 2, &P::getWindowStyle),
+    G("To file name format type", 0, 1, &P::getToFileNameFormatType), G("Defaults index", 0, 7, &P::getDefaultTypeIndex),
+    G("File name format", "", "%A - %N %T", &P::getFromCustomFileNameFormat),
+    G("To file name format", "", "%N-%T", &P::getToCustomFileNameFormat),
+    G("Default path", "", "/srv/music", &P::getDefaultPath), G("Window settings", "", "{{1, 2}}", &P::getWindowPosition)};
 
 TEST_F(PreferencesControllerTest, EachGetterReadsItsOwnKeyOrElseItsDefault) {
   PreferencesController& empty = open();
@@ -83,8 +82,9 @@ TEST_F(PreferencesControllerTest, EachGetterReadsItsOwnKeyOrElseItsDefault) {
 // boolean true, a number from the leading integer of a text, a text from a number.
 TEST_F(PreferencesControllerTest, StoredValueOfAnotherTypeHasAFixedReading) {
   const std::tuple<QVariant, bool, int, const char*> rows[]{
-      {true, true, 1, "1"}, {false, false, 0, "0"}, {1, false, 1, "1"}, {"true", false, 0, "true"},
-      {" 2 wide", false, 2, " 2 wide"}, {3.9, false, 3, "3.9"}, {-1.5, false, -1, "-1.5"},
+      {true, true, 1, "1"}, {false, false, 0, "0"}, {1, false, 1, "1"}, {"true", false, 0, "true"}, {"", false, 0, ""},
+      {" 2 wide", false, 2, " 2 wide"}, {"+3", false, 3, "+3"}, {"99999999999", false, INT_MAX, "99999999999"},
+      {"\t-99999999999", false, INT_MIN, "\t-99999999999"}, {3.9, false, 3, "3.9"}, {-1.5, false, -1, "-1.5"},
       {1e10 + 0.5, false, INT_MAX, "10000000000.5"}, {-3e9 - 0.5, false, INT_MIN, "-3000000000.5"},
       {QStringList{"1"}, false, 7, "fallback"}, {QVariant::fromValue(nullptr), false, 7, "fallback"}};
   for (const auto& [stored, asBool, asInt, asText] : rows) {
@@ -96,26 +96,17 @@ TEST_F(PreferencesControllerTest, StoredValueOfAnotherTypeHasAFixedReading) {
   EXPECT_EQ(open({{"Tag 2 version", 40000}}).getTag2SaveVersion(), -25536);  // a signed 16-bit number
 }
 
-TEST(ValueConversion, LeadingIntegersIndexedNamesAndControls) {
-  const std::pair<std::string_view, std::optional<int>> numbers[]{{"", std::nullopt}, {"x1", std::nullopt},
-      {"  -7x", -7}, {"+3", 3}, {"99999999999", INT_MAX}, {"-99999999999", INT_MIN}};
-  for (const auto& [text, value] : numbers) {
-    EXPECT_EQ(leadingInteger(text), value) << text;
-    EXPECT_EQ(intValueOfText(text), value.value_or(0)) << text;
-  }
-  for (auto [index, name] : {std::pair{0, "Default title"}, {-1, "Default title"}, {3, "Default title3"}})
-    EXPECT_EQ(P::getPreferenceName("Default title", index), name) << index;
-  // The version menu has no item for 2.2; the style buttons store Drawer as 0, and Large wins over Small.
+// The version menu has no item for 2.2; the style buttons store Drawer as 0, and Large wins over Small.
+TEST(ControlMappings, StoredValuesSelectTheirControlsAndBack) {
   for (auto [stored, item] : {std::pair{0, 0}, {3, 1}, {4, 2}, {1, -1}}) EXPECT_EQ(tag2VersionItemIndex(stored), item);
   for (auto [item, stored] : {std::pair{0, 0}, {1, 3}, {2, 4}}) EXPECT_EQ(tag2VersionToStore(item), stored);
-  for (auto [stored, style] : {std::pair<int, std::optional<EditorStyle>>{0, EditorStyle::Drawer}, {1, EditorStyle::Large},
-                               {2, EditorStyle::Small}, {3, std::nullopt}})
-    EXPECT_EQ(editorStyleFromStored(stored), style) << stored;
-  for (auto style : {EditorStyle::Small, EditorStyle::Large, EditorStyle::Drawer})
+  for (auto [style, label] : {std::pair{EditorStyle::Small, "Small"}, {EditorStyle::Large, "Large"},
+                              {EditorStyle::Drawer, "Drawer"}}) {
     EXPECT_EQ(editorStyleFromStored(editorStyleToStore(style == EditorStyle::Large, style == EditorStyle::Small)), style);
+    EXPECT_TRUE(editorStyleLabel(style).starts_with(label));
+  }
   EXPECT_EQ(editorStyleToStore(true, true), 1);
-  EXPECT_TRUE(editorStyleLabel(EditorStyle::Small).starts_with("Small") && editorStyleLabel(EditorStyle::Large).starts_with("Large")
-              && editorStyleLabel(EditorStyle::Drawer).starts_with("Drawer"));
+  EXPECT_EQ(editorStyleFromStored(3), std::nullopt);
 }
 
 TEST_F(PreferencesControllerTest, UserGenreListIsTheStoredListOrElseTheTwentyFiveNames) {
@@ -144,9 +135,8 @@ TEST_F(PreferencesControllerTest, GenreListIsStoredAsStatePairsAndCompletedFromT
   ASSERT_TRUE(prefs.synchronize());
   EXPECT_EQ(persisted()["Genre list"].toList()[17].toStringList(), (QStringList{"off", "Rock"}));
   // Elements that are no array are skipped, short ones completed, extra items ignored.
-  const QVariantList stored{QStringList{"off", "Blues (old)"}, "junk", QVariantList{"off"}, QVariantList{}, 5,
-                            QStringList{"on", "Dance", "x"}};
-  rows = open({{"Genre list", stored}}).getGenreList();
+  rows = open({{"Genre list", QVariantList{QStringList{"off", "Blues (old)"}, "junk", QVariantList{"off"}, QVariantList{}, 5,
+                                           QStringList{"on", "Dance", "x"}}}}).getGenreList();
   ASSERT_EQ(rows.size(), 78u);
   EXPECT_EQ(std::vector(rows.begin(), rows.begin() + 5),
             (std::vector<GenreListRow>{{0, "off", "Blues (old)"}, {2, "off", std::string(kGenres[2])},
@@ -180,24 +170,22 @@ TEST_F(PreferencesControllerTest, ClearingQuickListsRemovesTheFirstTwentyFive) {
 
 // Recent lists and the splash switch reach the file at once; other writes wait for the next save.
 TEST_F(PreferencesControllerTest, WritesWaitForTheSaveButListsAndSplashSaveAtOnce) {
-  PreferencesController& prefs = open({{"V2 genre", QStringList{"Rock"}}, {"V2 BPM", QStringList{"120"}}, {"Copy title", false}});
-  const QVariantMap before = persisted();
+  PreferencesController& prefs = open({{"V2 genre", QStringList{"Rock"}}, {"Copy title", false}});
   prefs.setWindowPosition("{{5, 6}, {700, 500}}");
   prefs.setBoolPreferenceNamed("Copy track", true);
   prefs.setIntPreferenceNamed("Tag 2 version", 4);
   prefs.setStringPreferenceNamed("Default path", "/srv/müsik");
   prefs.removePreferenceNamed("Copy title");
-  EXPECT_EQ(persisted(), before);
-  EXPECT_TRUE(prefs.showSplash());
+  EXPECT_EQ(persisted().keys(), (QStringList{"Copy title", "V2 genre"}));
   prefs.setShowSplash(2);  // only 1 is on
-  EXPECT_EQ(persisted(), (QVariantMap{{"V2 genre", QVariantList{"Rock"}}, {"V2 BPM", QVariantList{"120"}}, {"Copy track", true},
-                                      {"Window settings", "{{5, 6}, {700, 500}}"}, {"Tag 2 version", 4},
-                                      {"Default path", "/srv/müsik"}, {"Show splash", false}}));
+  EXPECT_EQ(persisted(), (QVariantMap{{"V2 genre", QVariantList{"Rock"}}, {"Copy track", true}, {"Tag 2 version", 4},
+                                      {"Window settings", "{{5, 6}, {700, 500}}"}, {"Default path", "/srv/müsik"},
+                                      {"Show splash", false}}));
   EXPECT_EQ(persisted()["Copy track"].typeId(), QMetaType::Bool);
   prefs.setShowSplash(1);
   prefs.clearRecentList("V2 genre");
-  EXPECT_EQ(persisted().keys(), (QStringList{"Copy track", "Default path", "Show splash", "Tag 2 version", "V2 BPM", "Window settings"}));
-  EXPECT_TRUE(prefs.showSplash());
+  EXPECT_FALSE(persisted().contains("V2 genre"));
+  EXPECT_TRUE(persisted()["Show splash"].toBool());
 }
 
 // A store that has gone away under the window: the handler logs and ends.
@@ -215,6 +203,154 @@ TEST(PreferencesControllerGuard, WindowOperationsLogAndEndOnAnException) {
   for (const char* tag : {"rp", "cql"})
     EXPECT_TRUE(log.has(LogError, std::string("[PreferencesController:") + tag + "] error:std::runtime_error - store is gone"))
         << log.dump();
+}
+
+UnicodeText latin1(const char* text) { return UnicodeText::latin1(text); }
+
+// The "use" flag and the value of one field of set `index`.
+Seed useDefault(const std::string& field, int index, const QVariant& value) {
+  const std::string suffix = P::getPreferenceName("", index);
+  Seed seed{{QString::fromStdString("Use default " + field + suffix), true}};
+  if (value.isValid()) seed.emplace_back(QString::fromStdString("Default " + field + suffix), value);
+  return seed;
+}
+
+Seed operator+(Seed a, const Seed& b) {
+  a.insert(a.end(), b.begin(), b.end());
+  return a;
+}
+
+// A track with something in every field that a set can touch.
+ID3Tag track() {
+  ID3Tag t;
+  t.tagData = fullTagData(false);
+  t.v1 = V1Tag{true, "Old title", "Old artist", "Old album", "1999", "Old comment", 5, 17};
+  return t;
+}
+
+TEST(DefaultPictureFile, IsWrittenOrItsFailureIsTheAlertMessage) {
+  LogCapture log;
+  TempDir dir;
+  const std::string blocked = dir.write("a file", {});
+  const std::string failure = "Failed to create the image file '" + blocked + "/default0.img' (20).";
+  for (auto [folder, message] : {std::pair{dir.file("made when missing"), std::optional<std::string>()}, {blocked, failure}}) {
+    PreferencesController prefs(std::make_unique<MemoryPreferenceStore>(), folder);
+    EXPECT_EQ(prefs.setDefaultPicture(jpegBytes()), message);
+    EXPECT_EQ(readFile(prefs.defaultPicturePath(3)), message ? Bytes{} : jpegBytes());
+  }
+  EXPECT_TRUE(log.has(LogError, failure)) << log.dump();
+}
+
+// Set 2 applied to track(), compared whole with track() changed by `expect`,
+// so any field the row does not name must stay as it was.
+TEST_F(PreferencesControllerTest, ApplyingADefaultSetChangesExactlyWhatItSupplies) {
+  using T = ID3Tag&;
+  const Seed v2Only{{"Apply defaults to V1 tags", false}};
+  Seed everyField = v2Only + useDefault("compilation", 2, false);
+  for (auto [field, value] : {std::pair{"title", "New title"}, {"album", "Nouvel album é"}, {"artist", "Сергей"},
+                              {"comment", "A comment"}, {"year", "20245"}, {"composer", "Satie"},
+                              {"orig. artist", "Someone"}, {"copyright", "(c) 2024"}, {"URL", "http://new.example"},
+                              {"encoder", "LAME 3"}, {"track", "12"}, {"tracks", "14"}, {"genre", "Trance"}})
+    everyField = everyField + useDefault(field, 2, value);
+  const std::tuple<const char*, Seed, std::function<void(T)>> rows[]{
+      {"every field", everyField, [](T t) {
+         TagData& d = t.tagData;
+         d.title = latin1("New title"); d.album = latin1("Nouvel album \xE9"); d.artist = UnicodeText::utf16(u"Сергей");
+         d.comment = latin1("A comment"); d.year = "2024"; d.composer = latin1("Satie"); d.origArtist = latin1("Someone");
+         d.copyright = latin1("(c) 2024"); d.url = "http://new.example"; d.encodedBy = "LAME 3"; d.track = 12;
+         d.tracks = 14; d.genre = latin1("Trance"); d.compilation = false;
+       }},
+      // Other sets' keys say nothing of set 2; a value counts only under a use flag that is the boolean true.
+      {"not this set", useDefault("title", 0, "Zero") + useDefault("track", 3, "4") +
+                           Seed{{"Default artist2", "x"}, {"Use default title2", false}, {"Default title2", "x"},
+                                {"Use default compilation2", 1}, {"Default compilation2", false}}, [](T) {}},
+      {"enabled but empty", useDefault("title", 2, {}) + useDefault("track", 2, {}) + useDefault("URL", 2, "") +
+                                useDefault("compilation", 2, {}), [](T t) {
+         t.v1.title.clear(); t.v1.track = kUnsetV1; t.tagData.title = UnicodeText();
+         t.tagData.track = kUnsetNumber; t.tagData.url.clear(); t.tagData.compilation = false;
+       }},
+      // V1 texts are Latin-1 cut to their widths; the V1 genre is never set.
+      {"V1 widths", useDefault("title", 2, "A title that is longer than thirty characters") +
+                        useDefault("artist", 2, "Björk ☃") + useDefault("comment", 2, "A comment of exactly thirty ch") +
+                        useDefault("year", 2, "20245") + useDefault("track", 2, "300") + useDefault("genre", 2, "Jazz"),
+       [](T t) {
+         t.v1.title = "A title that is longer than th"; t.v1.artist = "Bj\xF6rk ?"; t.v1.year = "2024"; t.v1.track = 44;
+         t.v1.comment = "A comment of exactly thirty c"; t.tagData.comment = latin1("A comment of exactly thirty ch");
+         t.tagData.title = latin1("A title that is longer than thirty characters"); t.tagData.year = "2024";
+         t.tagData.artist = UnicodeText::utf16(u"Björk ☃"); t.tagData.track = 300; t.tagData.genre = latin1("Jazz");
+       }},
+      // Without Unicode, Latin-1 is kept up to U+00FF and anything beyond becomes "?".
+      {"no Unicode", useDefault("artist", 2, "Сергей and Zoÿ Ā") + v2Only + Seed{{"Allow Unicode text", false}},
+       [](T t) { t.tagData.artist = latin1("?????? and Zo\xFF ?"); }},
+      {"remove all data", useDefault("title", 2, "Only this") + useDefault("compilation", 2, true) +
+                              Seed{{"Remove all data", true}}, [](T t) {
+         t.tagData = TagData{}; t.tagData.enabled = true; t.tagData.title = latin1("Only this"); t.tagData.compilation = true;
+         t.v1.clear(); t.v1.enabled = true; t.v1.title = "Only this";
+       }}};
+  for (const auto& [name, seed, expect] : rows) {
+    SCOPED_TRACE(name);
+    ID3Tag t = track(), expected = track();
+    expect(expected);
+    setDefaultTagData(t, 2, open(seed));
+    EXPECT_EQ(t.tagData, expected.tagData);
+    EXPECT_EQ(t.v1, expected.v1);
+    EXPECT_TRUE(t.v1Changed && t.v2Changed);
+  }
+}
+
+TEST_F(PreferencesControllerTest, DefaultNumbersAreTheIntegerValuesOfTheTexts) {
+  const std::tuple<const char*, uint8_t, uint16_t> rows[]{
+      {"7", 7, 7},      {"300", 44, 300}, {"", kUnsetV1, kUnsetNumber},    {"abc", kUnsetV1, 0},
+      {"-1", 255, kUnsetNumber}, {"70000", 112, kUnsetNumber}, {" 9 of 12", 9, 9}, {"65534", 254, 65534}};
+  for (const auto& [text, v1Track, v2Track] : rows) {
+    ID3Tag t = track();
+    setDefaultTagData(t, 1, open(useDefault("track", 1, text) + useDefault("tracks", 1, text)));
+    EXPECT_EQ(t.v1.track, v1Track) << '"' << text << '"';
+    EXPECT_EQ(std::pair(t.tagData.track, t.tagData.tracks), std::pair(v2Track, v2Track)) << '"' << text << '"';
+  }
+}
+
+// Every set shares picture file 0. It goes in at the position shown, or replaces
+// all with "Replace with default image", which is read un-indexed whatever the
+// set; a file that is no accepted image, or is too large, is worth a line in the
+// log, an empty one is unset.
+TEST_F(PreferencesControllerTest, DefaultPictureGoesAtThePositionShownOrReplacesAll) {
+  const PicData jpeg{jpegBytes(), "jpeg"}, png{pngBytes(), "png"};
+  const PicDataArray old = track().tagData.picdata;
+  const Seed use{{"Use default picture8", true}}, replace = use + Seed{{"Replace with default image", true}};
+  const struct {
+    const char* name;
+    Seed seed;
+    std::optional<Bytes> file;
+    size_t at;
+    PicDataArray expected;
+    bool shown;
+    const char* warning = nullptr;
+    off_t grownTo = 0;
+  } rows[]{{"not used", {}, jpeg.data, 0, old, false},
+           {"inserted", use, jpeg.data, 1, {old[0], jpeg, old[1]}, true},
+           {"past the end", use, png.data, 99, {old[0], old[1], png}, true},
+           {"replacing", replace, jpeg.data, 1, {jpeg}, true},
+           {"indexed replace ignored", use + Seed{{"Replace with default image8", true}}, jpeg.data, 0, {jpeg, old[0], old[1]}, true},
+           {"not shown", use + Seed{{"Always show picture", false}}, jpeg.data, 2, {old[0], old[1], jpeg}, false},
+           {"missing file replacing", replace, std::nullopt, 0, {}, false},
+           {"missing file", use, std::nullopt, 0, old, true},
+           {"empty file", use, Bytes{}, 0, old, true},
+           {"not an image", use, Bytes{'I', 'I', 0x2A, 0x00}, 0, old, true, "is not an accepted image"},
+           {"too large", use, jpeg.data, 0, old, true, "is too large", static_cast<off_t>(kMaxDefaultPictureBytes + 1)}};
+  const std::string file = dir_.file("default0.img");
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    std::filesystem::remove(file);
+    if (row.file) dir_.write("default0.img", *row.file);
+    ASSERT_TRUE(row.grownTo == 0 || truncate(file.c_str(), row.grownTo) == 0);
+    LogCapture log;
+    ID3Tag t = track();
+    EXPECT_EQ(setDefaultTagData(t, 8, open(row.seed), row.at).showPicture, row.shown);
+    EXPECT_EQ(t.tagData.picdata, row.expected);
+    EXPECT_EQ(log.count(LogWarning), row.warning ? 1u : 0u) << log.dump();
+    EXPECT_TRUE(!row.warning || log.has(LogWarning, row.warning)) << log.dump();
+  }
 }
 
 }  // namespace
