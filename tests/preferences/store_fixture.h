@@ -24,9 +24,9 @@ inline const bool kQtTestMode = [] {
 using Seed = std::vector<std::pair<QString, QVariant>>;
 
 inline void writeSettingsFile(const QString& path, const Seed& seed) {
-  const QSettings::SettingsMap map(std::map<QString, QVariant>(seed.begin(), seed.end()));
   QFile file(path);
-  ASSERT_TRUE(file.open(QIODevice::WriteOnly) && writeJsonSettings(file, map)) << path.toStdString();
+  ASSERT_TRUE(file.open(QIODevice::WriteOnly) &&
+              writeJsonSettings(file, QSettings::SettingsMap(std::map<QString, QVariant>(seed.begin(), seed.end()))));
 }
 
 inline QVariantMap readSettingsFile(const QString& path) {
@@ -36,24 +36,21 @@ inline QVariantMap readSettingsFile(const QString& path) {
   return map;
 }
 
-class StoreTest : public ::testing::Test {
- protected:
+struct StoreTest : ::testing::Test {
   // A fresh controller over a file holding exactly the seed; a new file each
   // time, so that no earlier store's view can leak into it.
   PreferencesController& open(const Seed& seed = {}) {
     path_ = QString::fromStdString(dir_.file("settings" + std::to_string(++opened_) + ".json"));
     if (!seed.empty()) writeSettingsFile(path_, seed);
-    prefs_ = std::make_unique<PreferencesController>(std::make_unique<SettingsFileStore>(path_), dir_.path());
-    return *prefs_;
+    current_ = std::make_unique<PreferencesController>(std::make_unique<SettingsFileStore>(path_), dir_.path());
+    return *current_;
   }
   QVariantMap persisted() const { return readSettingsFile(path_); }
 
   TempDir dir_;
-
- private:
   int opened_ = 0;
   QString path_;
-  std::unique_ptr<PreferencesController> prefs_;
+  std::unique_ptr<PreferencesController> current_;
 };
 
 }  // namespace melos::test
