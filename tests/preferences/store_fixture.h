@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <QFile>
-#include <QStandardPaths>
 
 #include "preferences/json_settings_format.h"
 #include "preferences/preferences_controller.h"
@@ -13,13 +12,6 @@
 #include "tests/support/temp_dir.h"
 
 namespace melos::test {
-
-// Every test runs with Qt's test paths, so that nothing can reach the user's
-// real settings even by way of the default settings location.
-inline const bool kQtTestMode = [] {
-  QStandardPaths::setTestModeEnabled(true);
-  return true;
-}();
 
 using Seed = std::vector<std::pair<QString, QVariant>>;
 
