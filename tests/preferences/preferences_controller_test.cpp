@@ -36,7 +36,7 @@ Getter B(const char* key, bool byDefault, bool (P::*get)() const) { return G(key
 const std::vector<Getter> kGetters{
     B("Copy composer", false, &P::isCopyComposerSet), B("Copy original artist", false, &P::isCopyOriginalArtistSet),
     B("Copy title", false, &P::isCopyTitleSet), B("Copy track", false, &P::isCopyTrackSet),
-    B("Allow Unicode text", true, &P::allowUnicode), B("Set group check boxes on paste", false, &P::isSetGroupChecksSet),
+    B("Set group check boxes on paste", false, &P::isSetGroupChecksSet), B("Show splash", true, &P::showSplash),
     B("Always show picture", true, &P::isShowPictureSet), B("Sort by track", true, &P::isSortByTrackSet),
     B("Edit in multiple windows", true, &P::isMultipleWindowsSet), B("Add picture to end", true, &P::isAddPicToEndSet),
     B("Show quick lists", true, &P::showQuickLists), B("Show open file at start up", true, &P::showOpenFile),
@@ -49,23 +49,24 @@ const std::vector<Getter> kGetters{
     B("Close window after update", true, &P::isCloseWindowSet), B("Copy file times", false, &P::isKeepFileDatesSet),
     B("Trim whitespace", false, &P::isTrimWhitespaceSet), B("Add track number", true, &P::isAddTrackNumberSet),
     B("Date tracks", false, &P::isDateTracksSet), B("UTF8 track names", false, &P::isUTF8TrackNameSet),
-    B("Replace tag data in group", false, &P::isReplaceTagDataInGroupSet), B("Show splash", true, &P::showSplash),
-    B("Replace with default image", false, &P::isReplaceWithDefaultPictureSet), B("Show user tab", false, &P::showUserTab),
-    B("Apply defaults to V1 tags", true, &P::applyDefaultsToV1), B("Remove all data", false, &P::removeAllData),
-    B("Show defaults button", false, &P::showDefaultsButton), B("Replace V2 genre list", false, &P::replaceV2GenreList),
+    B("Replace tag data in group", false, &P::isReplaceTagDataInGroupSet), B("Show user tab", false, &P::showUserTab),
+    B("Replace with default image", false, &P::isReplaceWithDefaultPictureSet),
+    B("Allow Unicode text", true, &P::allowUnicode), B("Apply defaults to V1 tags", true, &P::applyDefaultsToV1),
+    B("Remove all data", false, &P::removeAllData), B("Show defaults button", false, &P::showDefaultsButton),
+    B("Replace V2 genre list", false, &P::replaceV2GenreList),
     B("Always apply default tag data", false, &P::isAlwaysApplyDefTagDataSet),
-    G("Tag 2 version", 0, 4, &P::getTag2SaveVersion), G("Set file icon", 1, 0, &P::isSetFileIconSet),
-    G("File name format type", 0, 1, &P::getFromFileNameFormatType), G("Editor style", 0, 2, &P::getWindowStyle),
-    G("To file name format type", 0, 1, &P::getToFileNameFormatType), G("Defaults index", 0, 7, &P::getDefaultTypeIndex),
+    G("Defaults index", 0, 7, &P::getDefaultTypeIndex), G("Tag 2 version", 0, 4, &P::getTag2SaveVersion),
+    G("Set file icon", 1, 0, &P::isSetFileIconSet), G("File name format type", 0, 1, &P::getFromFileNameFormatType),
+    G("Editor style", 0, 2, &P::getWindowStyle), G("To file name format type", 0, 1, &P::getToFileNameFormatType),
+    G("Default path", "", "/srv", &P::getDefaultPath),
     G("File name format", "", "%A - %N %T", &P::getFromCustomFileNameFormat),
     G("To file name format", "", "%N-%T", &P::getToCustomFileNameFormat),
-    G("Default path", "", "/srv/music", &P::getDefaultPath), G("Window settings", "", "{{1, 2}}", &P::getWindowPosition)};
+    G("Window settings", "", "{{1, 2}}", &P::getWindowPosition)};
 
 TEST_F(PreferencesControllerTest, EachGetterReadsItsOwnKeyOrElseItsDefault) {
   PreferencesController& empty = open();
   for (const Getter& getter : kGetters) EXPECT_EQ(getter.read(empty), getter.byDefault) << getter.key;
-  ASSERT_TRUE(empty.synchronize());
-  EXPECT_TRUE(persisted().isEmpty());  // reading a default never writes it
+  EXPECT_TRUE(empty.synchronize() && persisted().isEmpty());  // reading a default never writes it
   for (const Getter& changed : kGetters) {
     PreferencesController& prefs = open({{changed.key, changed.other}});
     for (const Getter& getter : kGetters)
@@ -93,12 +94,13 @@ TEST_F(PreferencesControllerTest, StoredValueOfAnotherTypeHasAFixedReading) {
 
 // The version menu has no item for 2.2; the style buttons store Drawer as 0, and Large wins over Small.
 TEST(ControlMappings, StoredValuesSelectTheirControlsAndBack) {
-  for (auto [stored, item] : {std::pair{0, 0}, {3, 1}, {4, 2}, {1, -1}}) EXPECT_EQ(tag2VersionItemIndex(stored), item);
-  for (auto [item, stored] : {std::pair{0, 0}, {1, 3}, {2, 4}}) EXPECT_EQ(tag2VersionToStore(item), stored);
-  for (auto [style, label] : {std::pair{EditorStyle::Small, "Small"}, {EditorStyle::Large, "Large"}, {EditorStyle::Drawer, "Drawer"}})
+  for (auto [stored, item] : {std::pair{0, 0}, {3, 1}, {4, 2}})
+    EXPECT_TRUE(tag2VersionItemIndex(stored) == item && tag2VersionToStore(item) == stored) << stored;
+  using enum EditorStyle;
+  for (auto [style, label] : {std::pair{Small, "Small"}, {Large, "Large"}, {Drawer, "Drawer"}})
     EXPECT_TRUE(editorStyleLabel(style).starts_with(label) &&
-                editorStyleFromStored(editorStyleToStore(style == EditorStyle::Large, style == EditorStyle::Small)) == style);
-  EXPECT_TRUE(editorStyleToStore(true, true) == 1 && editorStyleFromStored(3) == std::nullopt);
+                editorStyleFromStored(editorStyleToStore(style == Large, style == Small)) == style);
+  EXPECT_TRUE(editorStyleToStore(true, true) == 1 && !editorStyleFromStored(3) && tag2VersionItemIndex(1) == -1);
 }
 
 // A value that is no array counts as missing; elements that are no array are
@@ -111,9 +113,7 @@ TEST_F(PreferencesControllerTest, GenreListsAreTheStoredArraysOrElseTheDefaults)
   EXPECT_EQ(open({{"User genre list", QVariantList{"Zydeco", 7, QVariantList{"x"}, "Ska"}}}).getUserGenreList(),
             (std::vector<std::string>{"Zydeco", "7", "", "Ska"}));
   std::vector<GenreListRow> rows = current_->getGenreList();
-  ASSERT_EQ(rows, defaults);
-  ASSERT_EQ(rows.size(), 80u);
-  EXPECT_EQ(rows[17], (GenreListRow{17, "on", "Rock"}));
+  ASSERT_TRUE(rows == defaults && rows.size() == 80 && rows[17] == (GenreListRow{17, "on", "Rock"}));
   rows[17].state = "off";
   current_->setGenreList(rows);
   current_->setUserGenreList({"Gqom", "Amapiano"});
@@ -122,12 +122,11 @@ TEST_F(PreferencesControllerTest, GenreListsAreTheStoredArraysOrElseTheDefaults)
   ASSERT_TRUE(current_->synchronize());
   EXPECT_EQ(persisted()["Genre list"].toList()[17].toStringList(), (QStringList{"off", "Rock"}));
   EXPECT_EQ(persisted()["User genre list"].toStringList(), (QStringList{"Gqom", "Amapiano"}));
-  rows = open({{"Genre list", QVariantList{QStringList{"off", "Blues (old)"}, "junk", QVariantList{"off"}, QVariantList{}, 5,
-                                           QStringList{"on", "Dance", "x"}}}}).getGenreList();
+  rows = open({{"Genre list", QVariantList{QStringList{"off", "Old"}, "junk", QVariantList{"off"}, QVariantList{}, 5,
+                                           QStringList{"on", "X", "y"}}}}).getGenreList();
   ASSERT_EQ(rows.size(), 78u);
-  EXPECT_EQ(std::vector(rows.begin(), rows.begin() + 5),
-            (std::vector<GenreListRow>{{0, "off", "Blues (old)"}, {2, "off", "Country"}, {3, "on", "Dance"}, {5, "on", "Dance"},
-                                       {6, "on", "Grunge"}}));
+  const std::vector<GenreListRow> first{{0, "off", "Old"}, {2, "off", "Country"}, {3, "on", "Dance"}, {5, "on", "X"}};
+  EXPECT_EQ(std::vector(rows.begin(), rows.begin() + 4), first);
   EXPECT_TRUE(!rows[0].enabled() && rows[2].enabled());
 }
 
@@ -173,15 +172,16 @@ TEST_F(PreferencesControllerTest, WritesWaitForTheSaveButListsAndSplashSaveAtOnc
 
 // A store that has gone away under the window: the handler logs and ends.
 TEST(PreferencesControllerGuard, WindowOperationsLogAndEndOnAnException) {
-  struct FailingStore : MemoryPreferenceStore { void remove(const QString&) override { throw std::runtime_error("gone"); } };
+  struct FailingStore : MemoryPreferenceStore {
+    void remove(const QString&) override { throw std::runtime_error("gone"); }
+  };
   LogCapture log;
   PreferencesController prefs(std::make_unique<FailingStore>(), "unused");
   prefs.setLoadPreferencesHandler([] { ADD_FAILURE() << "reloaded after a failed reset"; });
   EXPECT_NO_THROW(prefs.resetPreferences());
   EXPECT_NO_THROW(prefs.clearQuickLists());
   for (const char* tag : {"rp", "cql"})
-    EXPECT_TRUE(log.has(LogError, std::string("[PreferencesController:") + tag + "] error:std::runtime_error - gone"))
-        << log.dump();
+    EXPECT_TRUE(log.has(LogError, "[PreferencesController:" + std::string(tag) + "] error:std::runtime_error - gone"));
 }
 
 UnicodeText latin1(const char* text) { return UnicodeText::latin1(text); }
@@ -212,7 +212,7 @@ TEST(DefaultPictureFile, IsWrittenOrItsFailureIsTheAlertMessage) {
   TempDir dir;
   const std::string blocked = dir.write("a file", {});
   const std::string failure = "Failed to create the image file '" + blocked + "/default0.img' (20).";
-  for (auto [folder, message] : {std::pair{dir.file("made when missing"), std::optional<std::string>()}, {blocked, failure}}) {
+  for (auto [folder, message] : {std::pair{dir.file("new"), std::optional<std::string>()}, {blocked, failure}}) {
     PreferencesController prefs(std::make_unique<MemoryPreferenceStore>(), folder);
     EXPECT_EQ(prefs.setDefaultPicture(jpegBytes()), message);
     EXPECT_EQ(readFile(prefs.defaultPicturePath(3)), message ? Bytes{} : jpegBytes());
@@ -225,22 +225,21 @@ TEST(DefaultPictureFile, IsWrittenOrItsFailureIsTheAlertMessage) {
 TEST_F(PreferencesControllerTest, ApplyingADefaultSetChangesExactlyWhatItSupplies) {
   using T = ID3Tag&;
   Seed everyField = useDefault("compilation", 2, false);
-  for (auto [field, value] : {std::pair{"title", "A title that is longer than thirty characters"}, {"album", "Album é"},
+  for (auto [field, value] : {std::pair{"title", "A title longer than thirty characters"}, {"album", "Album é"},
                               {"artist", "Сергей"}, {"comment", "A comment of exactly thirty ch"}, {"year", "20245"},
-                              {"composer", "Satie"}, {"orig. artist", "Someone"}, {"copyright", "(c) 2024"},
-                              {"URL", "http://new.example"}, {"encoder", "LAME 3"}, {"track", "300"}, {"tracks", "14"},
-                              {"genre", "Trance"}})
+                              {"composer", "Satie"}, {"orig. artist", "Someone"}, {"copyright", "(c)"}, {"URL", "u"},
+                              {"encoder", "LAME 3"}, {"track", "300"}, {"tracks", "14"}, {"genre", "Trance"}})
     everyField = everyField + useDefault(field, 2, value);
   const std::tuple<const char*, Seed, std::function<void(T)>> rows[]{
       // V1 texts are Latin-1 cut to their widths; the V1 genre is never set.
       {"every field", everyField, [](T t) {
          TagData& d = t.tagData;
-         d.title = latin1("A title that is longer than thirty characters"); d.album = latin1("Album \xE9"); d.year = "2024";
+         d.title = latin1("A title longer than thirty characters"); d.album = latin1("Album \xE9"); d.year = "2024";
          d.artist = UnicodeText::utf16(u"Сергей"); d.comment = latin1("A comment of exactly thirty ch"); d.track = 300;
-         d.composer = latin1("Satie"); d.origArtist = latin1("Someone"); d.copyright = latin1("(c) 2024");
-         d.url = "http://new.example"; d.encodedBy = "LAME 3"; d.tracks = 14; d.genre = latin1("Trance"); d.compilation = false;
-         t.v1.title = "A title that is longer than th"; t.v1.album = "Album \xE9"; t.v1.artist = "??????"; t.v1.year = "2024";
-         t.v1.comment = "A comment of exactly thirty c"; t.v1.track = 44;
+         d.composer = latin1("Satie"); d.origArtist = latin1("Someone"); d.copyright = latin1("(c)"); d.url = "u";
+         d.encodedBy = "LAME 3"; d.tracks = 14; d.genre = latin1("Trance"); d.compilation = false;
+         t.v1.title = "A title longer than thirty cha"; t.v1.album = "Album \xE9"; t.v1.artist = "??????";
+         t.v1.year = "2024"; t.v1.comment = "A comment of exactly thirty c"; t.v1.track = 44;
        }},
       // Other sets' keys say nothing of set 2; a value counts only under a use flag that is the boolean true.
       {"not this set", useDefault("title", 0, "Zero") + useDefault("track", 3, "4") +
@@ -252,14 +251,15 @@ TEST_F(PreferencesControllerTest, ApplyingADefaultSetChangesExactlyWhatItSupplie
          t.tagData.track = kUnsetNumber; t.tagData.url.clear(); t.tagData.compilation = false;
        }},
       // Without Unicode, Latin-1 is kept up to U+00FF and anything beyond becomes "?".
-      {"no Unicode", useDefault("artist", 2, "Сергей and Zoÿ Ā") + Seed{{"Allow Unicode text", false}, {"Apply defaults to V1 tags", false}},
+      {"no Unicode", useDefault("artist", 2, "Сергей and Zoÿ Ā") +
+                         Seed{{"Allow Unicode text", false}, {"Apply defaults to V1 tags", false}},
        [](T t) { t.tagData.artist = latin1("?????? and Zo\xFF ?"); }},
       // Numbers are the integer values of the texts; the V1 track is their low byte.
       {"numbers out of range", useDefault("track", 2, "-1") + useDefault("tracks", 2, "70000"),
        [](T t) { t.v1.track = 255; t.tagData.track = t.tagData.tracks = kUnsetNumber; }},
       {"remove all data", useDefault("title", 2, "Only this") + useDefault("compilation", 2, true) +
                               Seed{{"Remove all data", true}}, [](T t) {
-         t.tagData = TagData{}; t.tagData.enabled = true; t.tagData.title = latin1("Only this"); t.tagData.compilation = true;
+         t.tagData = TagData{}; t.tagData.enabled = t.tagData.compilation = true; t.tagData.title = latin1("Only this");
          t.v1.clear(); t.v1.enabled = true; t.v1.title = "Only this";
        }}};
   for (const auto& [name, seed, expect] : rows) {
@@ -267,9 +267,7 @@ TEST_F(PreferencesControllerTest, ApplyingADefaultSetChangesExactlyWhatItSupplie
     ID3Tag t = track(), expected = track();
     expect(expected);
     setDefaultTagData(t, 2, open(seed));
-    EXPECT_EQ(t.tagData, expected.tagData);
-    EXPECT_EQ(t.v1, expected.v1);
-    EXPECT_TRUE(t.v1Changed && t.v2Changed);
+    EXPECT_TRUE(t.tagData == expected.tagData && t.v1 == expected.v1 && t.v1Changed && t.v2Changed);
   }
 }
 
@@ -288,13 +286,13 @@ TEST_F(PreferencesControllerTest, DefaultPictureGoesAtThePositionShownOrReplaces
            {"inserted", use, jpeg.data, 1, {old[0], jpeg, old[1]}, true},
            {"past the end", use, png.data, 99, {old[0], old[1], png}, true},
            {"replacing", replace, jpeg.data, 1, {jpeg}, true},
-           {"indexed replace ignored", use + Seed{{"Replace with default image8", true}}, jpeg.data, 0, {jpeg, old[0], old[1]}, true},
+           {"indexed", use + Seed{{"Replace with default image8", true}}, png.data, 0, {png, old[0], old[1]}, true},
            {"not shown", use + Seed{{"Always show picture", false}}, jpeg.data, 2, {old[0], old[1], jpeg}, false},
            {"missing file replacing", replace, std::nullopt, 0, {}, false},
            {"missing file", use, std::nullopt, 0, old, true},
            {"empty file", use, Bytes{}, 0, old, true},
            {"not an image", use, Bytes{'I', 'I', 0x2A, 0x00}, 0, old, true, "is not an accepted image"},
-           {"too large", use, jpeg.data, 0, old, true, "is too large", static_cast<off_t>(kMaxDefaultPictureBytes + 1)}};
+           {"too large", use, jpeg.data, 0, old, true, "is too large", off_t(kMaxDefaultPictureBytes + 1)}};
   const std::string file = dir_.file("default0.img");
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
@@ -305,8 +303,7 @@ TEST_F(PreferencesControllerTest, DefaultPictureGoesAtThePositionShownOrReplaces
     ID3Tag t = track();
     EXPECT_EQ(setDefaultTagData(t, 8, open(row.seed), row.at).showPicture, row.shown);
     EXPECT_EQ(t.tagData.picdata, row.expected);
-    EXPECT_EQ(log.count(LogWarning), row.warning ? 1u : 0u) << log.dump();
-    EXPECT_TRUE(!row.warning || log.has(LogWarning, row.warning)) << log.dump();
+    EXPECT_EQ(log.count(LogWarning), row.warning && log.has(LogWarning, row.warning) ? 1u : 0u) << log.dump();
   }
 }
 

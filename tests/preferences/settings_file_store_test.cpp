@@ -135,7 +135,8 @@ TEST_F(TwoProcesses, KilledWhileSavingLeavesAWholeFile) {
     EXPECT_EQ(waitFor(churn), -1);
     const QVariantMap saved = readSettingsFile(path);
     EXPECT_EQ(saved["Keep"], QVariant(true)) << "a partial file after " << delayMs << " ms";
-    EXPECT_EQ(saved["Big"].toString().count(saved["Big"].toString().left(1)), kSize) << "a mixed value after " << delayMs;
+    const QString big = saved["Big"].toString();
+    EXPECT_EQ(big.count(big.left(1)), kSize) << "a mixed value after " << delayMs << " ms";
   }
   // The killed process's lock is stale and does not hold up the next save.
   SettingsFileStore store(path);
