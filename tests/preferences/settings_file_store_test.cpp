@@ -1,18 +1,15 @@
 #include "preferences/settings_file_store.h"
 
-#include <gtest/gtest.h>
-
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <QDir>
 #include <QStandardPaths>
 #include <csignal>
+#include <functional>
 
-#include "engine/log.h"
 #include "tests/preferences/store_fixture.h"
 #include "tests/support/byte_text.h"
-#include "tests/support/log_capture.h"
 
 namespace melos::test {
 namespace {
@@ -76,8 +73,7 @@ TEST(SettingsFileStore, SharedInstanceUsesTheXdgConfigFolder) {
 }
 
 // Runs `work` in a second process on the same settings file.
-template <typename Work>
-pid_t spawn(Work work) {
+pid_t spawn(const std::function<int()>& work) {
   const pid_t pid = fork();
   if (pid == 0) _exit(work());
   return pid;

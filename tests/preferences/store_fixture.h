@@ -6,9 +6,11 @@
 
 #include <QFile>
 
+#include "engine/log.h"
 #include "preferences/json_settings_format.h"
 #include "preferences/preferences_controller.h"
 #include "preferences/settings_file_store.h"
+#include "tests/support/log_capture.h"
 #include "tests/support/temp_dir.h"
 
 namespace melos::test {
