@@ -61,13 +61,11 @@ const std::vector<Getter> kGetters{
     G("Window settings", "", "{{1, 2}}", &P::getWindowPosition)};
 
 TEST_F(PreferencesControllerTest, EachGetterReadsItsOwnKeyOrElseItsDefault) {
-  PreferencesController& empty = open();
-  for (const Getter& getter : kGetters) EXPECT_EQ(getter.read(empty), getter.byDefault) << getter.key;
-  EXPECT_TRUE(empty.synchronize() && persisted().isEmpty());  // reading a default never writes it
   for (const Getter& changed : kGetters) {
     PreferencesController& prefs = open({{changed.key, changed.other}});
     for (const Getter& getter : kGetters)
       EXPECT_EQ(getter.read(prefs), &getter == &changed ? getter.other : getter.byDefault) << changed.key;
+    EXPECT_TRUE(prefs.synchronize() && persisted().size() == 1);  // reading a default never writes it
   }
 }
 
@@ -151,16 +149,15 @@ TEST_F(PreferencesControllerTest, ResetAndClearingTheQuickListsKeepWhatTheyMust)
 // Recent lists and the splash switch reach the file at once; other writes wait for the next save.
 TEST_F(PreferencesControllerTest, WritesWaitForTheSaveButListsAndSplashSaveAtOnce) {
   PreferencesController& prefs = open({{"V2 genre", QStringList{"Rock"}}, {"Copy title", false}});
-  prefs.setWindowPosition("{{5, 6}, {700, 500}}");
+  prefs.setWindowPosition("{{5}}");
   prefs.setBoolPreferenceNamed("Copy track", true);
   prefs.setIntPreferenceNamed("Tag 2 version", 4);
-  prefs.setStringPreferenceNamed("Default path", "/srv/müsik");
+  prefs.setStringPreferenceNamed("Default path", "/mü");
   prefs.removePreferenceNamed("Copy title");
   EXPECT_EQ(persisted().keys(), (QStringList{"Copy title", "V2 genre"}));  // nothing saved yet
   prefs.setShowSplash(2);  // only 1 is on
   EXPECT_EQ(persisted(), (QVariantMap{{"V2 genre", QVariantList{"Rock"}}, {"Copy track", true}, {"Tag 2 version", 4},
-                                      {"Window settings", "{{5, 6}, {700, 500}}"}, {"Default path", "/srv/müsik"},
-                                      {"Show splash", false}}));
+                                      {"Window settings", "{{5}}"}, {"Default path", "/mü"}, {"Show splash", false}}));
   EXPECT_EQ(persisted()["Copy track"].typeId(), QMetaType::Bool);
   prefs.setShowSplash(1);
   prefs.clearRecentList("V2 genre");
@@ -254,11 +251,10 @@ TEST_F(PreferencesControllerTest, ApplyingADefaultSetChangesExactlyWhatItSupplie
          t.v1.clear(); t.v1.enabled = true; t.v1.title = "Only this";
        }}};
   for (const auto& [name, seed, expect] : rows) {
-    SCOPED_TRACE(name);
     ID3Tag t = track(), expected = track();
     expect(expected);
     setDefaultTagData(t, 2, open(seed));
-    EXPECT_TRUE(t.tagData == expected.tagData && t.v1 == expected.v1 && t.v1Changed && t.v2Changed);
+    EXPECT_TRUE(t.tagData == expected.tagData && t.v1 == expected.v1 && t.v1Changed && t.v2Changed) << name;
   }
 }
 
