@@ -31,47 +31,42 @@ Getter G(const char* key, std::type_identity_t<R> byDefault, std::type_identity_
 Getter B(const char* key, bool byDefault, bool (P::*get)() const) { return G(key, byDefault, !byDefault, get); }
 
 const std::vector<Getter> kGetters{
-    B("Copy composer", false, &P::isCopyComposerSet), B("Copy original artist", false, &P::isCopyOriginalArtistSet),
+    B("Always apply default tag data", false, &P::isAlwaysApplyDefTagDataSet), B("VBR mode", true, &P::isQuickVBRSet),
+    B("Apply defaults to V1 tags", true, &P::applyDefaultsToV1), B("Rename updated file", false, &P::isRenameUpdateSet),
+    B("Close window after update", true, &P::isCloseWindowSet), B("Move original to trash", true, &P::isMoveToTrashSet),
+    B("Copy original artist", false, &P::isCopyOriginalArtistSet), B("Always show picture", true, &P::isShowPictureSet),
     B("Copy title", false, &P::isCopyTitleSet), B("Copy track", false, &P::isCopyTrackSet),
-    B("Set group check boxes on paste", false, &P::isSetGroupChecksSet), B("Show splash", true, &P::showSplash),
-    B("Always show picture", true, &P::isShowPictureSet), B("Sort by track", true, &P::isSortByTrackSet),
-    B("Edit in multiple windows", true, &P::isMultipleWindowsSet), B("Add picture to end", true, &P::isAddPicToEndSet),
-    B("Show quick lists", true, &P::showQuickLists), B("Show open file at start up", true, &P::showOpenFile),
-    B("Load full tag data", false, &P::loadFullTagData), B("Show play controls", true, &P::isShowPlayControlsSet),
-    B("Save window position", true, &P::isSaveWindowPositionSet), B("Show track", false, &P::isShowTrackSet),
-    B("Open dropped files in group", false, &P::isOpenDroppedFileInGroupSet), B("VBR mode", true, &P::isQuickVBRSet),
-    B("Ignore AIFF corruption", true, &P::isIgnoreAIFFCorruptionSet), B("Remove APE tag", false, &P::removeAPETag),
-    B("Move original to trash", true, &P::isMoveToTrashSet), B("Replace tag information", true, &P::isReplaceTagSet),
-    B("Rename updated file", false, &P::isRenameUpdateSet), B("Create folder structure", false, &P::isCreateFolderSet),
-    B("Close window after update", true, &P::isCloseWindowSet), B("Copy file times", false, &P::isKeepFileDatesSet),
-    B("Trim whitespace", false, &P::isTrimWhitespaceSet), B("Add track number", true, &P::isAddTrackNumberSet),
-    B("Date tracks", false, &P::isDateTracksSet), B("UTF8 track names", false, &P::isUTF8TrackNameSet),
-    B("Replace tag data in group", false, &P::isReplaceTagDataInGroupSet), B("Show user tab", false, &P::showUserTab),
-    B("Replace with default image", false, &P::isReplaceWithDefaultPictureSet),
-    B("Allow Unicode text", true, &P::allowUnicode), B("Apply defaults to V1 tags", true, &P::applyDefaultsToV1),
-    B("Remove all data", false, &P::removeAllData), B("Show defaults button", false, &P::showDefaultsButton),
-    B("Replace V2 genre list", false, &P::replaceV2GenreList),
-    B("Always apply default tag data", false, &P::isAlwaysApplyDefTagDataSet),
-    G("Defaults index", 0, 7, &P::getDefaultTypeIndex), G("Tag 2 version", 0, 4, &P::getTag2SaveVersion),
-    G("Set file icon", 1, 0, &P::isSetFileIconSet), G("File name format type", 0, 1, &P::getFromFileNameFormatType),
-    G("Editor style", 0, 2, &P::getWindowStyle), G("To file name format type", 0, 1, &P::getToFileNameFormatType),
-    G("Default path", "", "/srv", &P::getDefaultPath),
+    B("Create folder structure", false, &P::isCreateFolderSet), B("Show open file at start up", true, &P::showOpenFile),
+    B("Edit in multiple windows", true, &P::isMultipleWindowsSet), B("Trim whitespace", false, &P::isTrimWhitespaceSet),
+    B("Ignore AIFF corruption", true, &P::isIgnoreAIFFCorruptionSet), B("Copy composer", false, &P::isCopyComposerSet),
+    B("Load full tag data", false, &P::loadFullTagData), B("Copy file times", false, &P::isKeepFileDatesSet),
+    B("Open dropped files in group", false, &P::isOpenDroppedFileInGroupSet),
+    B("Remove all data", false, &P::removeAllData), B("Date tracks", false, &P::isDateTracksSet),
+    B("Replace V2 genre list", false, &P::replaceV2GenreList), B("Show play controls", true, &P::isShowPlayControlsSet),
+    B("Replace tag data in group", false, &P::isReplaceTagDataInGroupSet), B("Remove APE tag", false, &P::removeAPETag),
+    B("Replace with default image", false, &P::isReplaceWithDefaultPictureSet), B("Show splash", true, &P::showSplash),
+    B("Save window position", true, &P::isSaveWindowPositionSet), B("Add track number", true, &P::isAddTrackNumberSet),
+    B("Set group check boxes on paste", false, &P::isSetGroupChecksSet), B("Sort by track", true, &P::isSortByTrackSet),
+    B("Show defaults button", false, &P::showDefaultsButton), B("Replace tag information", true, &P::isReplaceTagSet),
+    B("Show quick lists", true, &P::showQuickLists), B("Allow Unicode text", true, &P::allowUnicode),
+    B("Show track", false, &P::isShowTrackSet), B("Show user tab", false, &P::showUserTab),
+    B("UTF8 track names", false, &P::isUTF8TrackNameSet), B("Add picture to end", true, &P::isAddPicToEndSet),
     G("File name format", "", "%A - %N %T", &P::getFromCustomFileNameFormat),
-    G("To file name format", "", "%N-%T", &P::getToCustomFileNameFormat),
-    G("Window settings", "", "{{1, 2}}", &P::getWindowPosition)};
+    G("To file name format", "", "%N-%T", &P::getToCustomFileNameFormat), G("Editor style", 0, 2, &P::getWindowStyle),
+    G("To file name format type", 0, 1, &P::getToFileNameFormatType), G("Default path", "", "/srv", &P::getDefaultPath),
+    G("File name format type", 0, 1, &P::getFromFileNameFormatType), G("Defaults index", 0, 7, &P::getDefaultTypeIndex),
+    G("Window settings", "", "{{1, 2}}", &P::getWindowPosition), G("Tag 2 version", 0, 4, &P::getTag2SaveVersion),
+    G("Set file icon", 1, 0, &P::isSetFileIconSet)};
 
-TEST_F(PreferencesControllerTest, EachGetterReadsItsOwnKeyOrElseItsDefault) {
+TEST_F(PreferencesControllerTest, EachGetterReadsItsOwnKeyOrElseItsDefaultAndOtherTypesAsFixed) {
   for (const Getter& changed : kGetters) {
     PreferencesController& prefs = open({{changed.key, changed.other}});
     for (const Getter& getter : kGetters)
       EXPECT_EQ(getter.read(prefs), &getter == &changed ? getter.other : getter.byDefault) << changed.key;
     EXPECT_TRUE(prefs.synchronize() && persisted().size() == 1);  // reading a default never writes it
   }
-}
-
-// A stored value read as another type than its own: a boolean only from the
-// boolean true, a number from the leading integer of a text, a text from a number.
-TEST_F(PreferencesControllerTest, StoredValueOfAnotherTypeHasAFixedReading) {
+  // A stored value read as another type than its own: a boolean only from the
+  // boolean true, a number from the leading integer of a text, a text from a number.
   const std::tuple<QVariant, bool, int, const char*> rows[]{
       {true, true, 1, "1"}, {false, false, 0, "0"}, {1, false, 1, "1"}, {"true", false, 0, "true"}, {"", false, 0, ""},
       {" 2 wide", false, 2, " 2 wide"}, {"+3", false, 3, "+3"}, {"99999999999", false, INT_MAX, "99999999999"},
@@ -89,8 +84,8 @@ TEST_F(PreferencesControllerTest, StoredValueOfAnotherTypeHasAFixedReading) {
 
 // The version menu has no item for 2.2; the style buttons store Drawer as 0, and Large wins over Small.
 TEST(ControlMappings, StoredValuesSelectTheirControlsAndBack) {
-  for (auto [stored, item] : {std::pair{0, 0}, {3, 1}, {4, 2}})
-    EXPECT_TRUE(tag2VersionItemIndex(stored) == item && tag2VersionToStore(item) == stored) << stored;
+  for (auto [stored, item] : {std::pair{0, 0}, {3, 1}, {4, 2}}) EXPECT_TRUE(tag2VersionItemIndex(stored) == item);
+  for (auto [item, stored] : {std::pair{0, 0}, {1, 3}, {2, 4}}) EXPECT_TRUE(tag2VersionToStore(item) == stored);
   using enum EditorStyle;
   for (auto [style, label] : {std::pair{Small, "Small"}, {Large, "Large"}, {Drawer, "Drawer"}})
     EXPECT_TRUE(editorStyleLabel(style).starts_with(label) &&
@@ -128,12 +123,12 @@ TEST_F(PreferencesControllerTest, GenreListsAreTheStoredArraysOrElseTheDefaults)
 // A reset removes the preferences and every default set, but not the window's
 // own keys nor the quick lists; the window then reloads from the saved file.
 // Clearing the quick lists keeps the artist URL and podcast lists.
-TEST_F(PreferencesControllerTest, ResetAndClearingTheQuickListsKeepWhatTheyMust) {
+TEST_F(PreferencesControllerTest, ResetAndClearingTheQuickListsKeepWhatTheyMustOrLogAndEnd) {
   Seed seed{{"Genre list", QVariantList{}}, {"User genre list", QStringList{"x"}}, {"Use default orig. artist", true},
             {"Default title9", "x"}, {"Use default picture9", true}, {"Replace with default image3", true},
             {"Default title10", "beyond the ten sets"}, {"Unknown key", 1}};
-  for (const Getter& getter : kGetters) seed.emplace_back(getter.key, getter.other);
-  for (std::string_view key : prefs::kQuickListKeys) seed.emplace_back(QString::fromUtf8(key), QStringList{"recent"});
+  for (const Getter& getter : kGetters) seed.insert(getter.key, getter.other);
+  for (std::string_view key : prefs::kQuickListKeys) seed.insert(QString::fromUtf8(key), QStringList{"recent"});
   PreferencesController& prefs = open(seed);
   qsizetype atLoad = 0;
   prefs.setLoadPreferencesHandler([&] { atLoad = persisted().size(); });
@@ -144,6 +139,17 @@ TEST_F(PreferencesControllerTest, ResetAndClearingTheQuickListsKeepWhatTheyMust)
                          "Window settings"};
   EXPECT_EQ(persisted().keys(), kept);
   EXPECT_EQ(atLoad, kept.size() + 25);
+  // A store that has gone away under the window: each logs and ends.
+  struct FailingStore : MemoryPreferenceStore {
+    void remove(const QString&) override { throw std::runtime_error("gone"); }
+  };
+  LogCapture log;
+  PreferencesController failing(std::make_unique<FailingStore>(), "unused");
+  failing.setLoadPreferencesHandler([] { ADD_FAILURE() << "reloaded after a failed reset"; });
+  failing.resetPreferences();
+  failing.clearQuickLists();
+  for (const char* tag : {"rp", "cql"})
+    EXPECT_TRUE(log.has(LogError, "[PreferencesController:" + std::string(tag) + "] error:std::runtime_error - gone"));
 }
 
 // Recent lists and the splash switch reach the file at once; other writes wait for the next save.
@@ -164,31 +170,17 @@ TEST_F(PreferencesControllerTest, WritesWaitForTheSaveButListsAndSplashSaveAtOnc
   EXPECT_TRUE(!persisted().contains("V2 genre") && persisted()["Show splash"].toBool());
 }
 
-// A store that has gone away under the window: the handler logs and ends.
-TEST(PreferencesControllerGuard, WindowOperationsLogAndEndOnAnException) {
-  struct FailingStore : MemoryPreferenceStore {
-    void remove(const QString&) override { throw std::runtime_error("gone"); }
-  };
-  LogCapture log;
-  PreferencesController prefs(std::make_unique<FailingStore>(), "unused");
-  prefs.setLoadPreferencesHandler([] { ADD_FAILURE() << "reloaded after a failed reset"; });
-  EXPECT_NO_THROW(prefs.resetPreferences());
-  EXPECT_NO_THROW(prefs.clearQuickLists());
-  for (const char* tag : {"rp", "cql"})
-    EXPECT_TRUE(log.has(LogError, "[PreferencesController:" + std::string(tag) + "] error:std::runtime_error - gone"));
-}
-
 UnicodeText latin1(const char* text) { return UnicodeText::latin1(text); }
 
 // The "use" flag and the value of one field of set `index`.
 Seed useDefault(const std::string& field, int index, const QVariant& value) {
   const std::string suffix = P::getPreferenceName("", index);
   Seed seed{{QString::fromStdString("Use default " + field + suffix), true}};
-  if (value.isValid()) seed.emplace_back(QString::fromStdString("Default " + field + suffix), value);
+  if (value.isValid()) seed.insert(QString::fromStdString("Default " + field + suffix), value);
   return seed;
 }
 
-Seed operator+(Seed a, const Seed& b) { a.insert(a.end(), b.begin(), b.end()); return a; }
+Seed operator+(Seed a, const Seed& b) { a.insert(b); return a; }
 
 // A track with something in every field that a set can touch.
 ID3Tag track() {
@@ -269,8 +261,7 @@ TEST_F(PreferencesControllerTest, DefaultPictureGoesAtThePositionShownOrReplaces
   const struct {
     const char* name; Seed seed; std::optional<Bytes> file; size_t at; PicDataArray expected; bool shown;
     const char* warning = nullptr; off_t grownTo = 0;
-  } rows[]{{"not used", {}, jpeg.data, 0, old, false},
-           {"inserted", use, jpeg.data, 1, {old[0], jpeg, old[1]}, true},
+  } rows[]{{"inserted", use, jpeg.data, 1, {old[0], jpeg, old[1]}, true},
            {"past the end", use, png.data, 99, {old[0], old[1], png}, true},
            {"replacing", replace, jpeg.data, 1, {jpeg}, true},
            {"indexed", use + Seed{{"Replace with default image8", true}}, png.data, 0, {png, old[0], old[1]}, true},
@@ -280,11 +271,11 @@ TEST_F(PreferencesControllerTest, DefaultPictureGoesAtThePositionShownOrReplaces
            {"empty file", use, Bytes{}, 0, old, true},
            {"not an image", use, Bytes{'I', 'I', 0x2A, 0x00}, 0, old, true, "is not an accepted image"},
            {"too large", use, jpeg.data, 0, old, true, "is too large", off_t(kMaxDefaultPictureBytes + 1)}};
-  const std::string file = dir_.file("default0.img");
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
-    std::filesystem::remove(file);
     PreferencesController& prefs = open(row.seed);
+    const std::string file = prefs.defaultPicturePath(8);
+    std::filesystem::remove(file);
     ASSERT_TRUE(!row.file || !prefs.setDefaultPicture(*row.file));  // the one file every set shares
     ASSERT_TRUE(row.grownTo == 0 || truncate(file.c_str(), row.grownTo) == 0);
     LogCapture log;

@@ -24,11 +24,10 @@ TEST(PreferenceStores, MissingKeyIsNotAStoredValue) {
     store->setValue("Show splash", false);
     store->setValue("Default path", QString());
     EXPECT_TRUE(store->sync());
-    EXPECT_EQ(store->value("Default path"), QVariant(QString()));  // stored, though empty
     store->remove("Show splash");
     store->remove("");  // QSettings would take it for every key
     EXPECT_TRUE(store->sync());
-    EXPECT_EQ(store->keys(), QStringList{"Default path"});
+    EXPECT_EQ(store->keys(), QStringList{"Default path"});  // stored, though empty
   }
   // No temporary or lock file is left beside the settings.
   EXPECT_EQ(QDir(QFileInfo(path).path()).entryList(QDir::Files | QDir::Hidden), QStringList{"Meloscribe.json"});
@@ -40,8 +39,7 @@ TEST(PreferenceStores, MissingKeyIsNotAStoredValue) {
 // the first free name, never replacing one kept before; the user is told once.
 TEST(SettingsFileStore, UnreadableFileIsKeptAsideAndNeverLost) {
   const std::tuple<std::string, std::vector<std::string>, std::string> rows[]{
-      {"{\"User genre list\": [\"Mine\"], \"Show splash\": fals", {}, ".broken"},
-      {"[true, 1]", {".broken", ".broken.1"}, ".broken.2"}};
+      {"{\"Genres\": [\"Mine\"], \"Splash\": fals", {}, ".broken"}, {"[1]", {".broken", ".broken.1"}, ".broken.2"}};
   for (const auto& [broken, earlier, keptAs] : rows) {
     TempDir dir;
     const std::string file = dir.write("Meloscribe.json", ascii(broken));
@@ -135,7 +133,6 @@ TEST_F(TwoProcesses, KilledWhileSavingLeavesAWholeFile) {
   SettingsFileStore store(path);
   store.setValue("After", true);
   EXPECT_TRUE(store.sync());
-  EXPECT_EQ(readSettingsFile(path)["After"], QVariant(true));
 }
 
 }  // namespace

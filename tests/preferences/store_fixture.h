@@ -15,12 +15,11 @@
 
 namespace melos::test {
 
-using Seed = std::vector<std::pair<QString, QVariant>>;
+using Seed = QVariantMap;
 
 inline void writeSettingsFile(const QString& path, const Seed& seed) {
   QFile file(path);
-  ASSERT_TRUE(file.open(QIODevice::WriteOnly) &&
-              writeJsonSettings(file, QSettings::SettingsMap(std::map<QString, QVariant>(seed.begin(), seed.end()))));
+  ASSERT_TRUE(file.open(QIODevice::WriteOnly) && writeJsonSettings(file, seed)) << path.toStdString();
 }
 
 inline QVariantMap readSettingsFile(const QString& path) {
@@ -35,7 +34,7 @@ struct StoreTest : ::testing::Test {
   // time, so that no earlier store's view can leak into it.
   PreferencesController& open(const Seed& seed = {}) {
     path_ = QString::fromStdString(dir_.file("settings" + std::to_string(++opened_) + ".json"));
-    if (!seed.empty()) writeSettingsFile(path_, seed);
+    if (!seed.isEmpty()) writeSettingsFile(path_, seed);
     current_ = std::make_unique<PreferencesController>(std::make_unique<SettingsFileStore>(path_), dir_.path());
     return *current_;
   }
