@@ -1,460 +1,289 @@
 #include "preferences/preferences_controller.h"
 
-#include <gtest/gtest.h>
+#include <unistd.h>
 
-#include <QStringList>
-#include <algorithm>
+#include <filesystem>
 #include <functional>
-#include <set>
 #include <stdexcept>
 
-#include "engine/genres.h"
-#include "engine/log.h"
+#include "preferences/control_mappings.h"
+#include "preferences/default_tag_data.h"
 #include "preferences/preference_keys.h"
-#include "preferences/value_conversion.h"
 #include "tests/preferences/store_fixture.h"
-#include "tests/support/log_capture.h"
+#include "tests/support/id3v2_builder.h"
+#include "tests/support/tag_fixtures.h"
 
 namespace melos::test {
 namespace {
 
-QVariant asVariant(bool value) { return QVariant(value); }
-QVariant asVariant(int value) { return QVariant(value); }
-QVariant asVariant(int16_t value) { return QVariant(static_cast<int>(value)); }
-QVariant asVariant(const std::string& value) { return QVariant(QString::fromStdString(value)); }
-
-// One named getter: its key, its default, and a value of the key's own type
-// that differs from the default.
-struct GetterRow {
-  const char* key;
-  QVariant defaultValue;
-  QVariant other;
-  std::function<QVariant(const PreferencesController&)> read;
-};
-
-template <typename Result, typename Value>
-GetterRow row(const char* key, Value defaultValue, Value other,
-              Result (PreferencesController::*getter)() const) {
-  return {key, asVariant(static_cast<Result>(defaultValue)), asVariant(static_cast<Result>(other)),
-          [getter](const PreferencesController& prefs) { return asVariant((prefs.*getter)()); }};
-}
-
-const std::vector<GetterRow>& getterTable() {
-  using P = PreferencesController;
-  using S = std::string;
-  static const std::vector<GetterRow> rows{
-      row("Copy composer", false, true, &P::isCopyComposerSet),
-      row("Copy original artist", false, true, &P::isCopyOriginalArtistSet),
-      row("Copy title", false, true, &P::isCopyTitleSet),
-      row("Copy track", false, true, &P::isCopyTrackSet),
-      row("Set group check boxes on paste", false, true, &P::isSetGroupChecksSet),
-      row("Allow Unicode text", true, false, &P::allowUnicode),
-      row("Always show picture", true, false, &P::isShowPictureSet),
-      row("Sort by track", true, false, &P::isSortByTrackSet),
-      row("Edit in multiple windows", true, false, &P::isMultipleWindowsSet),
-      row("Add picture to end", true, false, &P::isAddPicToEndSet),
-      row("Show quick lists", true, false, &P::showQuickLists),
-      row("Show open file at start up", true, false, &P::showOpenFile),
-      row("Load full tag data", false, true, &P::loadFullTagData),
-      row("Show play controls", true, false, &P::isShowPlayControlsSet),
-      row("Save window position", true, false, &P::isSaveWindowPositionSet),
-      row("Open dropped files in group", false, true, &P::isOpenDroppedFileInGroupSet),
-      row("Show track", false, true, &P::isShowTrackSet),
-      row("Ignore AIFF corruption", true, false, &P::isIgnoreAIFFCorruptionSet),
-      row("VBR mode", true, false, &P::isQuickVBRSet),
-      row("Move original to trash", true, false, &P::isMoveToTrashSet),
-      row("Replace tag information", true, false, &P::isReplaceTagSet),
-      row("Rename updated file", false, true, &P::isRenameUpdateSet),
-      row("Create folder structure", false, true, &P::isCreateFolderSet),
-      row("Close window after update", true, false, &P::isCloseWindowSet),
-      row("Remove APE tag", false, true, &P::removeAPETag),
-      row("Copy file times", false, true, &P::isKeepFileDatesSet),
-      row("Trim whitespace", false, true, &P::isTrimWhitespaceSet),
-      row("Add track number", true, false, &P::isAddTrackNumberSet),
-      row("Date tracks", false, true, &P::isDateTracksSet),
-      row("UTF8 track names", false, true, &P::isUTF8TrackNameSet),
-      row("Tag 2 version", 0, 4, &P::getTag2SaveVersion),
-      row("Replace tag data in group", false, true, &P::isReplaceTagDataInGroupSet),
-      row("Set file icon", 1, 0, &P::isSetFileIconSet),
-      row("Replace with default image", false, true, &P::isReplaceWithDefaultPictureSet),
-      row("Apply defaults to V1 tags", true, false, &P::applyDefaultsToV1),
-      row("Remove all data", false, true, &P::removeAllData),
-      row("Show defaults button", false, true, &P::showDefaultsButton),
-      row("Replace V2 genre list", false, true, &P::replaceV2GenreList),
-      row("File name format type", 0, 1, &P::getFromFileNameFormatType),
-      row("File name format", S(), S("%A - %N %T"), &P::getFromCustomFileNameFormat),
-      row("To file name format type", 0, 1, &P::getToFileNameFormatType),
-      row("To file name format", S(), S("%N-%T"), &P::getToCustomFileNameFormat),
-      row("Editor style", 0, 2, &P::getWindowStyle),
-      row("Show user tab", false, true, &P::showUserTab),
-      row("Default path", S(), S("/srv/music"), &P::getDefaultPath),
-      row("Always apply default tag data", false, true, &P::isAlwaysApplyDefTagDataSet),
-      row("Defaults index", 0, 7, &P::getDefaultTypeIndex),
-      row("Window settings", S(), S("{{10, 20}, {640, 480}}"), &P::getWindowPosition),
-      row("Show splash", true, false, &P::showSplash),
-  };
-  return rows;
-}
-
+using P = PreferencesController;
 using PreferencesControllerTest = StoreTest;
+QVariant asVariant(bool value) { return value; }
+QVariant asVariant(int value) { return value; }
+QVariant asVariant(const std::string& value) { return QString::fromStdString(value); }
 
-TEST_P(PreferencesControllerTest, EachGetterReadsItsOwnKeyOrElseItsDefault) {
-  PreferencesController& empty = open();
-  for (const GetterRow& getter : getterTable())
-    EXPECT_EQ(getter.read(empty), getter.defaultValue) << getter.key;
-  // Defaults are never written into the store by reading them.
-  EXPECT_TRUE(recorder().keys().isEmpty());
-  EXPECT_TRUE(recorder().events.empty());
-  for (const GetterRow& changed : getterTable()) {
+// A named getter: its key, its default, and another value of the key's type.
+struct Getter { const char* key; QVariant byDefault, other; std::function<QVariant(const P&)> read; };
+template <typename R>
+Getter G(const char* key, std::type_identity_t<R> byDefault, std::type_identity_t<R> other, R (P::*get)() const) {
+  return {key, asVariant(byDefault), asVariant(other), [get](const P& prefs) { return asVariant((prefs.*get)()); }};
+}
+Getter B(const char* key, bool byDefault, bool (P::*get)() const) { return G(key, byDefault, !byDefault, get); }
+
+const std::vector<Getter> kGetters{
+    B("Always apply default tag data", false, &P::isAlwaysApplyDefTagDataSet), B("VBR mode", true, &P::isQuickVBRSet),
+    B("Apply defaults to V1 tags", true, &P::applyDefaultsToV1), B("Rename updated file", false, &P::isRenameUpdateSet),
+    B("Close window after update", true, &P::isCloseWindowSet), B("Move original to trash", true, &P::isMoveToTrashSet),
+    B("Copy original artist", false, &P::isCopyOriginalArtistSet), B("Always show picture", true, &P::isShowPictureSet),
+    B("Copy title", false, &P::isCopyTitleSet), B("Copy track", false, &P::isCopyTrackSet),
+    B("Create folder structure", false, &P::isCreateFolderSet), B("Show open file at start up", true, &P::showOpenFile),
+    B("Edit in multiple windows", true, &P::isMultipleWindowsSet), B("Trim whitespace", false, &P::isTrimWhitespaceSet),
+    B("Ignore AIFF corruption", true, &P::isIgnoreAIFFCorruptionSet), B("Copy composer", false, &P::isCopyComposerSet),
+    B("Load full tag data", false, &P::loadFullTagData), B("Copy file times", false, &P::isKeepFileDatesSet),
+    B("Open dropped files in group", false, &P::isOpenDroppedFileInGroupSet),
+    B("Remove all data", false, &P::removeAllData), B("Date tracks", false, &P::isDateTracksSet),
+    B("Replace V2 genre list", false, &P::replaceV2GenreList), B("Show play controls", true, &P::isShowPlayControlsSet),
+    B("Replace tag data in group", false, &P::isReplaceTagDataInGroupSet), B("Remove APE tag", false, &P::removeAPETag),
+    B("Replace with default image", false, &P::isReplaceWithDefaultPictureSet), B("Show splash", true, &P::showSplash),
+    B("Save window position", true, &P::isSaveWindowPositionSet), B("Add track number", true, &P::isAddTrackNumberSet),
+    B("Set group check boxes on paste", false, &P::isSetGroupChecksSet), B("Sort by track", true, &P::isSortByTrackSet),
+    B("Show defaults button", false, &P::showDefaultsButton), B("Replace tag information", true, &P::isReplaceTagSet),
+    B("Show quick lists", true, &P::showQuickLists), B("Allow Unicode text", true, &P::allowUnicode),
+    B("Show track", false, &P::isShowTrackSet), B("Show user tab", false, &P::showUserTab),
+    B("UTF8 track names", false, &P::isUTF8TrackNameSet), B("Add picture to end", true, &P::isAddPicToEndSet),
+    G("File name format", "", "%A - %N %T", &P::getFromCustomFileNameFormat),
+    G("To file name format", "", "%N-%T", &P::getToCustomFileNameFormat), G("Editor style", 0, 2, &P::getWindowStyle),
+    G("To file name format type", 0, 1, &P::getToFileNameFormatType), G("Default path", "", "/srv", &P::getDefaultPath),
+    G("File name format type", 0, 1, &P::getFromFileNameFormatType), G("Defaults index", 0, 7, &P::getDefaultTypeIndex),
+    G("Window settings", "", "{{1, 2}}", &P::getWindowPosition), G("Tag 2 version", 0, 4, &P::getTag2SaveVersion),
+    G("Set file icon", 1, 0, &P::isSetFileIconSet)};
+
+TEST_F(PreferencesControllerTest, EachGetterReadsItsOwnKeyOrElseItsDefaultAndOtherTypesAsFixed) {
+  for (const Getter& changed : kGetters) {
     PreferencesController& prefs = open({{changed.key, changed.other}});
-    for (const GetterRow& getter : getterTable()) {
-      const QVariant& expected = &getter == &changed ? getter.other : getter.defaultValue;
-      EXPECT_EQ(getter.read(prefs), expected) << getter.key << " with " << changed.key << " set";
-    }
+    for (const Getter& getter : kGetters)
+      EXPECT_EQ(getter.read(prefs), &getter == &changed ? getter.other : getter.byDefault) << changed.key;
+    EXPECT_TRUE(prefs.synchronize() && persisted().size() == 1);  // reading a default never writes it
   }
-}
-
-TEST_P(PreferencesControllerTest, GettersReadTheStoreAtEachCall) {
-  PreferencesController& prefs = open();
-  EXPECT_TRUE(prefs.isMoveToTrashSet());
-  recorder().setValue("Move original to trash", false);
-  EXPECT_FALSE(prefs.isMoveToTrashSet());
-  recorder().remove("Move original to trash");
-  EXPECT_TRUE(prefs.isMoveToTrashSet());
-}
-
-// A stored value of another type than its key's, read through the key's getter.
-struct MismatchRow {
-  const char* key;
-  QVariant stored;
-  QVariant expected;
-};
-
-TEST_P(PreferencesControllerTest, StoredValueOfAnotherTypeHasAFixedReading) {
-  const MismatchRow rows[]{
-      {"Allow Unicode text", 1, false},  // a number 1 is no boolean
-      {"Copy title", 1, false},
-      {"Show splash", "true", false},
-      {"Sort by track", 1.5, false},
-      {"Show quick lists", QStringList{"1"}, false},
-      {"Show splash", QVariant::fromValue(nullptr), false},
-      {"Move original to trash", false, false},
-      {"Editor style", true, 1},
-      {"Set file icon", false, 0},
-      {"Tag 2 version", "4", 4},
-      {"Editor style", " 2 wide", 2},
-      {"Defaults index", "abc", 0},
-      {"Defaults index", 3.9, 3},  // cut toward zero
-      {"File name format type", -1.5, -1},
-      {"Set file icon", QStringList{"0"}, 1},
-      {"Set file icon", QVariant::fromValue(nullptr), 1},
-      {"Tag 2 version", 40000, -25536},  // a signed 16-bit number
-      {"Default path", 42, "42"},
-      {"Window settings", true, "1"},
-      {"File name format", 2.5, "2.5"},
-  };
-  for (const MismatchRow& mismatch : rows) {
-    SCOPED_TRACE(std::string(mismatch.key) + " holding " + mismatch.stored.toString().toStdString());
-    const auto getter = std::find_if(getterTable().begin(), getterTable().end(),
-                                     [&](const GetterRow& row) { return row.key == QString(mismatch.key); });
-    ASSERT_NE(getter, getterTable().end());
-    EXPECT_EQ(getter->read(open({{mismatch.key, mismatch.stored}})), mismatch.expected);
+  // A stored value read as another type than its own: a boolean only from the
+  // boolean true, a number from the leading integer of a text, a text from a number.
+  const std::tuple<QVariant, bool, int, const char*> rows[]{
+      {true, true, 1, "1"}, {false, false, 0, "0"}, {1, false, 1, "1"}, {"true", false, 0, "true"}, {"", false, 0, ""},
+      {" 2 wide", false, 2, " 2 wide"}, {"+3", false, 3, "+3"}, {"99999999999", false, INT_MAX, "99999999999"},
+      {"\t-99999999999", false, INT_MIN, "\t-99999999999"}, {3.9, false, 3, "3.9"}, {-1.5, false, -1, "-1.5"},
+      {1e10 + 0.5, false, INT_MAX, "10000000000.5"}, {-3e9 - 0.5, false, INT_MIN, "-3000000000.5"},
+      {QStringList{"1"}, false, 7, "fallback"}, {QVariant::fromValue(nullptr), false, 7, "fallback"}};
+  for (const auto& [stored, asBool, asInt, asText] : rows) {
+    PreferencesController& prefs = open({{"Key", stored}});
+    EXPECT_EQ(prefs.getBoolPreferenceNamed("Key", true), asBool) << asText;
+    EXPECT_EQ(prefs.getIntPreferenceNamed("Key", 7), asInt) << asText;
+    EXPECT_EQ(prefs.getStringPreferenceNamed("Key", "fallback"), asText);
   }
-  // Where the default is true, a text still reads false; a list under a text key reads the default.
-  EXPECT_FALSE(open({{"Copy composer", "YES"}}).getBoolPreferenceNamed("Copy composer", true));
-  EXPECT_EQ(open({{"To file name format", QStringList{"x"}}})
-                .getStringPreferenceNamed("To file name format", "fallback"),
-            "fallback");
+  EXPECT_EQ(open({{"Tag 2 version", 40000}}).getTag2SaveVersion(), -25536);  // a signed 16-bit number
 }
 
-TEST_P(PreferencesControllerTest, UserGenreListIsTheStoredListOrElseTheTwentyFiveNames) {
-  const std::vector<std::string> defaults = open().getUserGenreList();
-  ASSERT_EQ(defaults.size(), 25u);
-  // The misspelt name is the one users' files already hold.
-  EXPECT_EQ(defaults[4], "Classial");
-  EXPECT_EQ(defaults.back(), "World");
-
-  // A text is not a list: the defaults stand in, and nothing is written back.
-  PreferencesController& text = open({{"User genre list", "Rock"}});
-  EXPECT_EQ(text.getUserGenreList(), defaults);
-  EXPECT_EQ(recorder().value("User genre list"), QVariant("Rock"));
-  EXPECT_TRUE(recorder().events.empty());
-
-  PreferencesController& mixed =
-      open({{"User genre list", QVariantList{"Zydeco", 7, QVariantList{"x"}, "Ska"}}});
-  EXPECT_EQ(mixed.getUserGenreList(), (std::vector<std::string>{"Zydeco", "7", "", "Ska"}));
-  EXPECT_EQ(open({{"User genre list", QVariantList{}}}).getUserGenreList(),
-            std::vector<std::string>{});
-
-  PreferencesController& saved = open();
-  saved.setUserGenreList({"Gqom", "Amapiano"});
-  ASSERT_TRUE(saved.synchronize());
-  EXPECT_EQ(saved.getUserGenreList(), (std::vector<std::string>{"Gqom", "Amapiano"}));
-  EXPECT_EQ(persisted()["User genre list"].toStringList(), (QStringList{"Gqom", "Amapiano"}));
+// The version menu has no item for 2.2; the style buttons store Drawer as 0, and Large wins over Small.
+TEST(ControlMappings, StoredValuesSelectTheirControlsAndBack) {
+  for (auto [stored, item] : {std::pair{0, 0}, {3, 1}, {4, 2}}) EXPECT_TRUE(tag2VersionItemIndex(stored) == item);
+  for (auto [item, stored] : {std::pair{0, 0}, {1, 3}, {2, 4}}) EXPECT_TRUE(tag2VersionToStore(item) == stored);
+  using enum EditorStyle;
+  for (auto [style, label] : {std::pair{Small, "Small"}, {Large, "Large"}, {Drawer, "Drawer"}})
+    EXPECT_TRUE(editorStyleLabel(style).starts_with(label) &&
+                editorStyleFromStored(editorStyleToStore(style == Large, style == Small)) == style);
+  EXPECT_TRUE(editorStyleToStore(true, true) == 1 && !editorStyleFromStored(3) && tag2VersionItemIndex(1) == -1);
 }
 
-TEST_P(PreferencesControllerTest, EmptyStoreGivesEightyStandardGenresAllOn) {
-  const std::vector<GenreListRow> rows = open().getGenreList();
-  ASSERT_EQ(rows.size(), 80u);
-  for (int genre = 0; genre < 80; ++genre) {
-    EXPECT_EQ(rows[genre].genre, genre);
-    EXPECT_EQ(rows[genre].state, "on");
-    EXPECT_TRUE(rows[genre].enabled());
-    EXPECT_EQ(rows[genre].name, kGenres[genre]);
-  }
-  EXPECT_EQ(rows[0].name, "Blues");
-  EXPECT_EQ(rows[79].name, "Hard Rock");
-}
-
-TEST_P(PreferencesControllerTest, MalformedGenreListElementsAreSkippedOrCompleted) {
-  const QVariantList stored{
-      QStringList{"off", "Blues (old)"},  // 0: taken as it stands
-      "junk",                             // 1: not an array, no row
-      QVariantList{"off"},                // 2: the name comes from the table
-      QVariantList{},                     // 3: state and name come from a fresh row
-      5,                                  // 4: not an array, no row
-      QStringList{"on", "Dance", "x"},    // 5: extra items are ignored
-  };
-  const std::vector<GenreListRow> rows = open({{"Genre list", stored}}).getGenreList();
-  ASSERT_EQ(rows.size(), 78u);
-  EXPECT_EQ(rows[0], (GenreListRow{0, "off", "Blues (old)"}));
-  EXPECT_FALSE(rows[0].enabled());
-  EXPECT_EQ(rows[1], (GenreListRow{2, "off", std::string(kGenres[2])}));
-  EXPECT_EQ(rows[2], (GenreListRow{3, "on", std::string(kGenres[3])}));
-  EXPECT_EQ(rows[3], (GenreListRow{5, "on", "Dance"}));
-  // Past the stored array every genre is on with its table name.
-  EXPECT_EQ(rows[4], (GenreListRow{6, "on", std::string(kGenres[6])}));
-  EXPECT_EQ(rows.back(), (GenreListRow{79, "on", std::string(kGenres[79])}));
-
-  // A stored value that is not an array at all counts as missing.
-  const std::vector<GenreListRow> fromText = open({{"Genre list", "off"}}).getGenreList();
-  ASSERT_EQ(fromText.size(), 80u);
-  EXPECT_TRUE(fromText[17].enabled());
-}
-
-TEST_P(PreferencesControllerTest, GenreListIsStoredAsStatePairs) {
-  PreferencesController& prefs = open();
-  std::vector<GenreListRow> rows = prefs.getGenreList();
+// A value that is no array counts as missing; elements that are no array are
+// skipped, short ones completed from the table, extra items ignored.
+TEST_F(PreferencesControllerTest, GenreListsAreTheStoredArraysOrElseTheDefaults) {
+  const std::vector<std::string> names = open({{"Genre list", "off"}}).getUserGenreList();
+  EXPECT_TRUE(names.size() == 25 && names[4] == "Classial");  // the misspelt name users' files already hold
+  const std::vector<GenreListRow> defaults = current_->getGenreList();
+  EXPECT_EQ(open({{"User genre list", "Rock"}}).getUserGenreList(), names);
+  EXPECT_EQ(open({{"User genre list", QVariantList{"Zydeco", 7, QVariantList{"x"}, "Ska"}}}).getUserGenreList(),
+            (std::vector<std::string>{"Zydeco", "7", "", "Ska"}));
+  std::vector<GenreListRow> rows = current_->getGenreList();
+  ASSERT_TRUE(rows == defaults && rows.size() == 80 && rows[17] == (GenreListRow{17, "on", "Rock"}));
   rows[17].state = "off";
-  prefs.setGenreList(rows);
-  ASSERT_TRUE(prefs.synchronize());
-
-  EXPECT_EQ(prefs.getGenreList(), rows);
-  const QVariantList stored = persisted()["Genre list"].toList();
-  ASSERT_EQ(stored.size(), 80);
-  EXPECT_EQ(stored[17].toStringList(), (QStringList{"off", "Rock"}));
-  EXPECT_EQ(stored[0].toStringList(), (QStringList{"on", "Blues"}));
+  current_->setGenreList(rows);
+  current_->setUserGenreList({"Gqom", "Amapiano"});
+  EXPECT_EQ(current_->getGenreList(), rows);
+  EXPECT_EQ(current_->getUserGenreList(), (std::vector<std::string>{"Gqom", "Amapiano"}));
+  ASSERT_TRUE(current_->synchronize());
+  EXPECT_EQ(persisted()["Genre list"].toList()[17].toStringList(), (QStringList{"off", "Rock"}));
+  EXPECT_EQ(persisted()["User genre list"].toStringList(), (QStringList{"Gqom", "Amapiano"}));
+  rows = open({{"Genre list", QVariantList{QStringList{"off", "Old"}, "junk", QVariantList{"off"}, QVariantList{}, 5,
+                                           QStringList{"on", "X", "y"}}}}).getGenreList();
+  ASSERT_EQ(rows.size(), 78u);
+  const std::vector<GenreListRow> first{{0, "off", "Old"}, {2, "off", "Country"}, {3, "on", "Dance"}, {5, "on", "X"}};
+  EXPECT_EQ(std::vector(rows.begin(), rows.begin() + 4), first);
+  EXPECT_TRUE(!rows[0].enabled() && rows[2].enabled());
 }
 
-struct IndexedNameRow {
-  const char* base;
-  int index;
-  const char* expected;
-};
-
-TEST(LeadingInteger, ReadsAsAScanForAnIntegerDoes) {
-  const struct {
-    std::string_view text;
-    std::optional<int> value;
-  } rows[] = {{"", std::nullopt},   {"x1", std::nullopt},        {"  -7x", -7},
-              {"+3", 3},            {"99999999999", INT_MAX},    {"-99999999999", INT_MIN}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.text);
-    EXPECT_EQ(leadingInteger(row.text), row.value);
-    EXPECT_EQ(intValueOfText(row.text), row.value.value_or(0));
-  }
-}
-
-TEST(PreferenceName, IndexedKeysAppendTheIndexFromOneOn) {
-  const IndexedNameRow rows[]{
-      {"Default title", 0, "Default title"},
-      {"Default title", 3, "Default title3"},
-      {"Default title", 9, "Default title9"},
-      {"Default title", 10, "Default title10"},
-      {"Default title", -1, "Default title"},
-      {"Use default orig. artist", 1, "Use default orig. artist1"},
-      {"Replace with default image", 0, "Replace with default image"},
-  };
-  for (const IndexedNameRow& name : rows)
-    EXPECT_EQ(PreferencesController::getPreferenceName(name.base, name.index), name.expected)
-        << name.base << " " << name.index;
-}
-
-// The keys a reset removes, built independently of the library's list: the
-// first 33 named getters, the ten default sets, then the window's own keys.
-std::vector<std::string> expectedResetOrder() {
-  std::vector<std::string> keys;
-  for (size_t i = 0; i < 33; ++i) keys.emplace_back(getterTable()[i].key);
-  const char* fields[]{"title",    "album",        "artist",  "comment", "compilation",
-                       "composer", "copyright",    "encoder", "genre",   "track",
-                       "tracks",   "orig. artist", "URL",     "year"};
-  for (int index = 0; index < 10; ++index) {
-    const std::string suffix = index == 0 ? "" : std::to_string(index);
-    for (const char* field : fields) {
-      keys.push_back(std::string("Use default ") + field + suffix);
-      keys.push_back(std::string("Default ") + field + suffix);
-    }
-    keys.push_back("Use default picture" + suffix);
-    keys.push_back("Replace with default image" + suffix);
-  }
-  for (const char* key : {"Apply defaults to V1 tags", "Remove all data", "Show defaults button",
-                          "Genre list", "User genre list", "Replace V2 genre list",
-                          "File name format type", "File name format", "To file name format type",
-                          "To file name format", "Editor style", "Show user tab", "Default path"})
-    keys.emplace_back(key);
-  return keys;
-}
-
-TEST_P(PreferencesControllerTest, ResetRemovesExactlyItsKeysInOrderAndKeepsTheRest) {
-  Seed seed;
-  for (const std::string& key : expectedResetOrder())
-    seed.emplace_back(QString::fromStdString(key), QVariant(true));
-  const Seed kept{
-      {"Window settings", "{{1, 2}, {300, 400}}"}, {"Defaults index", 4},
-      {"Always apply default tag data", true},     {"Show splash", false},
-      {"Default title10", "beyond the ten sets"},  {"Unknown key", "left alone"},
-  };
-  seed.insert(seed.end(), kept.begin(), kept.end());
-  std::set<QString> keptKeys;
-  for (const auto& entry : kept) keptKeys.insert(entry.first);
-  for (std::string_view list : prefs::kQuickListKeys) {
-    seed.emplace_back(QString::fromUtf8(list.data(), static_cast<qsizetype>(list.size())),
-                      QStringList{"recent"});
-    keptKeys.insert(seed.back().first);
-  }
-
+// A reset removes the preferences and every default set, but not the window's
+// own keys nor the quick lists; the window then reloads from the saved file.
+// Clearing the quick lists keeps the artist URL and podcast lists.
+TEST_F(PreferencesControllerTest, ResetAndClearingTheQuickListsKeepWhatTheyMustOrLogAndEnd) {
+  Seed seed{{"Genre list", QVariantList{}}, {"User genre list", QStringList{"x"}}, {"Use default orig. artist", true},
+            {"Default title9", "x"}, {"Use default picture9", true}, {"Replace with default image3", true},
+            {"Default title10", "beyond the ten sets"}, {"Unknown key", 1}};
+  for (const Getter& getter : kGetters) seed.insert(getter.key, getter.other);
+  for (std::string_view key : prefs::kQuickListKeys) seed.insert(QString::fromUtf8(key), QStringList{"recent"});
   PreferencesController& prefs = open(seed);
-  std::vector<std::string> eventsAtLoad;
-  int loads = 0;
-  prefs.setLoadPreferencesHandler([&] {
-    ++loads;
-    eventsAtLoad = recorder().events;
-    EXPECT_TRUE(prefs.allowUnicode());  // the window would load the defaults
-  });
+  qsizetype atLoad = 0;
+  prefs.setLoadPreferencesHandler([&] { atLoad = persisted().size(); });
   prefs.resetPreferences();
-
-  std::vector<std::string> expected;
-  for (const std::string& key : expectedResetOrder()) expected.push_back("remove:" + key);
-  expected.push_back("sync");
-  EXPECT_EQ(recorder().events, expected);
-  EXPECT_EQ(loads, 1);
-  EXPECT_EQ(eventsAtLoad, expected);
-
-  std::set<QString> remaining;
-  for (const auto& [key, value] : persisted()) remaining.insert(key);
-  EXPECT_EQ(remaining, keptKeys);
-
-  EXPECT_EQ(prefs.getWindowPosition(), "{{1, 2}, {300, 400}}");
-  EXPECT_EQ(prefs.getDefaultTypeIndex(), 4);
-  EXPECT_TRUE(prefs.isAlwaysApplyDefTagDataSet());
-  EXPECT_FALSE(prefs.showSplash());
-  EXPECT_FALSE(prefs.isReplaceWithDefaultPictureSet());
-  EXPECT_TRUE(prefs.applyDefaultsToV1());
-  EXPECT_EQ(prefs.isSetFileIconSet(), 1);
-}
-
-TEST_P(PreferencesControllerTest, ClearingQuickListsRemovesTheFirstTwentyFive) {
-  Seed seed{{"Show quick lists", false}};
-  std::vector<std::string> expected;
-  for (std::string_view list : prefs::kQuickListKeys) {
-    seed.emplace_back(QString::fromUtf8(list.data(), static_cast<qsizetype>(list.size())),
-                      QStringList{"recent"});
-    if (expected.size() < 50) {
-      expected.push_back("remove:" + std::string(list));
-      expected.push_back("sync");  // each list is gone from the file at once
-    }
-  }
-  open(seed).clearQuickLists();
-  EXPECT_EQ(recorder().events, expected);
-  std::set<QString> remaining;
-  for (const auto& [key, value] : persisted()) remaining.insert(key);
-  EXPECT_EQ(remaining, (std::set<QString>{"Artist URL", "Podcast identifier", "Podcast feed",
-                                          "Podcast description", "Show quick lists"}));
-}
-
-// Which writes reach the file at once and which wait for the next save.
-TEST_P(PreferencesControllerTest, WritesStoreTheirTypeAndSyncOnlyWhenTheyMust) {
-  using P = PreferencesController&;
-  const struct {
-    const char* name;
-    std::function<void(P)> write;
-    std::vector<std::string> events;
-    const char* key;
-    QVariant stored;  // invalid: removed
-  } rows[]{
-      {"splash 1", [](P p) { p.setShowSplash(1); }, {"set:Show splash", "sync"}, "Show splash", true},
-      {"splash 0", [](P p) { p.setShowSplash(0); }, {"set:Show splash", "sync"}, "Show splash", false},
-      {"splash 2", [](P p) { p.setShowSplash(2); }, {"set:Show splash", "sync"}, "Show splash", false},
-      {"recent list", [](P p) { p.clearRecentList("V2 genre"); }, {"remove:V2 genre", "sync"},
-       "V2 genre", QVariant()},
-      {"window", [](P p) { p.setWindowPosition("{{5, 6}, {700, 500}}"); },
-       {"set:Window settings"}, "Window settings", "{{5, 6}, {700, 500}}"},
-      {"bool", [](P p) { p.setBoolPreferenceNamed("Copy title", true); }, {"set:Copy title"},
-       "Copy title", true},
-      {"int", [](P p) { p.setIntPreferenceNamed("Tag 2 version", 4); }, {"set:Tag 2 version"},
-       "Tag 2 version", 4},
-      {"string", [](P p) { p.setStringPreferenceNamed("Default path", "/srv/müsik"); },
-       {"set:Default path"}, "Default path", QString::fromUtf8("/srv/müsik")},
-      {"remove", [](P p) { p.removePreferenceNamed("Copy title"); }, {"remove:Copy title"},
-       "Copy title", QVariant()},
+  prefs.clearQuickLists();
+  const QStringList kept{"Always apply default tag data", "Artist URL", "Default title10", "Defaults index",
+                         "Podcast description", "Podcast feed", "Podcast identifier", "Show splash", "Unknown key",
+                         "Window settings"};
+  EXPECT_EQ(persisted().keys(), kept);
+  EXPECT_EQ(atLoad, kept.size() + 25);
+  // A store that has gone away under the window: each logs and ends.
+  struct FailingStore : MemoryPreferenceStore {
+    void remove(const QString&) override { throw std::runtime_error("gone"); }
   };
+  LogCapture log;
+  PreferencesController failing(std::make_unique<FailingStore>(), "unused");
+  failing.setLoadPreferencesHandler([] { ADD_FAILURE() << "reloaded after a failed reset"; });
+  failing.resetPreferences();
+  failing.clearQuickLists();
+  for (const char* tag : {"rp", "cql"})
+    EXPECT_TRUE(log.has(LogError, "[PreferencesController:" + std::string(tag) + "] error:std::runtime_error - gone"));
+}
+
+// Recent lists and the splash switch reach the file at once; other writes wait for the next save.
+TEST_F(PreferencesControllerTest, WritesWaitForTheSaveButListsAndSplashSaveAtOnce) {
+  PreferencesController& prefs = open({{"V2 genre", QStringList{"Rock"}}, {"Copy title", false}});
+  prefs.setWindowPosition("{{5}}");
+  prefs.setBoolPreferenceNamed("Copy track", true);
+  prefs.setIntPreferenceNamed("Tag 2 version", 4);
+  prefs.setStringPreferenceNamed("Default path", "/mü");
+  prefs.removePreferenceNamed("Copy title");
+  EXPECT_EQ(persisted().keys(), (QStringList{"Copy title", "V2 genre"}));  // nothing saved yet
+  prefs.setShowSplash(2);  // only 1 is on
+  EXPECT_EQ(persisted(), (QVariantMap{{"V2 genre", QVariantList{"Rock"}}, {"Copy track", true}, {"Tag 2 version", 4},
+                                      {"Window settings", "{{5}}"}, {"Default path", "/mü"}, {"Show splash", false}}));
+  EXPECT_EQ(persisted()["Copy track"].typeId(), QMetaType::Bool);
+  prefs.setShowSplash(1);
+  prefs.clearRecentList("V2 genre");
+  EXPECT_TRUE(!persisted().contains("V2 genre") && persisted()["Show splash"].toBool());
+}
+
+UnicodeText latin1(const char* text) { return UnicodeText::latin1(text); }
+
+// The "use" flag and the value of one field of set `index`.
+Seed useDefault(const std::string& field, int index, const QVariant& value) {
+  const std::string suffix = P::getPreferenceName("", index);
+  Seed seed{{QString::fromStdString("Use default " + field + suffix), true}};
+  if (value.isValid()) seed.insert(QString::fromStdString("Default " + field + suffix), value);
+  return seed;
+}
+
+Seed operator+(Seed a, const Seed& b) { a.insert(b); return a; }
+
+// A track with something in every field that a set can touch.
+ID3Tag track() {
+  ID3Tag t;
+  t.tagData = fullTagData(false);
+  t.v1 = V1Tag{true, "Old title", "Old artist", "Old album", "1999", "Old comment", 5, 17};
+  return t;
+}
+
+TEST(DefaultPictureFile, FailingToWriteItIsTheAlertMessage) {
+  LogCapture log;
+  TempDir dir;
+  const std::string blocked = dir.write("a file", {});
+  const std::string failure = "Failed to create the image file '" + blocked + "/default0.img' (20).";
+  PreferencesController prefs(std::make_unique<MemoryPreferenceStore>(), blocked);
+  EXPECT_EQ(prefs.setDefaultPicture(jpegBytes()), failure);
+  EXPECT_TRUE(log.has(LogError, failure)) << log.dump();
+}
+
+// Set 2 applied to track(), compared whole with track() changed by `expect`,
+// so any field the row does not name must stay as it was.
+TEST_F(PreferencesControllerTest, ApplyingADefaultSetChangesExactlyWhatItSupplies) {
+  using T = ID3Tag&;
+  Seed everyField = useDefault("compilation", 2, false);
+  for (auto [field, value] : {std::pair{"title", "A title longer than thirty characters"}, {"album", "Album é"},
+                              {"artist", "Сергей"}, {"comment", "A comment of exactly thirty ch"}, {"year", "20245"},
+                              {"composer", "Satie"}, {"orig. artist", "Someone"}, {"copyright", "(c)"}, {"URL", "u"},
+                              {"encoder", "LAME 3"}, {"track", "300"}, {"tracks", "14"}, {"genre", "Trance"}})
+    everyField = everyField + useDefault(field, 2, value);
+  const std::tuple<const char*, Seed, std::function<void(T)>> rows[]{
+      // V1 texts are Latin-1 cut to their widths; the V1 genre is never set.
+      {"every field", everyField, [](T t) {
+         TagData& d = t.tagData;
+         d.title = latin1("A title longer than thirty characters"); d.album = latin1("Album \xE9"); d.year = "2024";
+         d.artist = UnicodeText::utf16(u"Сергей"); d.comment = latin1("A comment of exactly thirty ch"); d.track = 300;
+         d.composer = latin1("Satie"); d.origArtist = latin1("Someone"); d.copyright = latin1("(c)"); d.url = "u";
+         d.encodedBy = "LAME 3"; d.tracks = 14; d.genre = latin1("Trance"); d.compilation = false;
+         t.v1.title = "A title longer than thirty cha"; t.v1.album = "Album \xE9"; t.v1.artist = "??????";
+         t.v1.year = "2024"; t.v1.comment = "A comment of exactly thirty c"; t.v1.track = 44;
+       }},
+      // Other sets' keys say nothing of set 2; a value counts only under a use flag that is the boolean true.
+      {"not this set", useDefault("title", 0, "Zero") + useDefault("track", 3, "4") +
+                           Seed{{"Default artist2", "x"}, {"Use default title2", false}, {"Default title2", "x"},
+                                {"Use default compilation2", 1}, {"Default compilation2", false}}, [](T) {}},
+      {"enabled but empty", useDefault("title", 2, {}) + useDefault("track", 2, {}) + useDefault("URL", 2, "") +
+                                useDefault("compilation", 2, {}), [](T t) {
+         t.v1.title.clear(); t.v1.track = kUnsetV1; t.tagData.title = UnicodeText();
+         t.tagData.track = kUnsetNumber; t.tagData.url.clear(); t.tagData.compilation = false;
+       }},
+      // Without Unicode, Latin-1 is kept up to U+00FF and anything beyond becomes "?".
+      {"no Unicode", useDefault("artist", 2, "Сергей and Zoÿ Ā") +
+                         Seed{{"Allow Unicode text", false}, {"Apply defaults to V1 tags", false}},
+       [](T t) { t.tagData.artist = latin1("?????? and Zo\xFF ?"); }},
+      // Numbers are the integer values of the texts; the V1 track is their low byte.
+      {"numbers out of range", useDefault("track", 2, "-1") + useDefault("tracks", 2, "70000"),
+       [](T t) { t.v1.track = 255; t.tagData.track = t.tagData.tracks = kUnsetNumber; }},
+      {"remove all data", useDefault("title", 2, "Only this") + useDefault("compilation", 2, true) +
+                              Seed{{"Remove all data", true}}, [](T t) {
+         t.tagData = TagData{}; t.tagData.enabled = t.tagData.compilation = true; t.tagData.title = latin1("Only this");
+         t.v1.clear(); t.v1.enabled = true; t.v1.title = "Only this";
+       }}};
+  for (const auto& [name, seed, expect] : rows) {
+    ID3Tag t = track(), expected = track();
+    expect(expected);
+    setDefaultTagData(t, 2, open(seed));
+    EXPECT_TRUE(t.tagData == expected.tagData && t.v1 == expected.v1 && t.v1Changed && t.v2Changed) << name;
+  }
+}
+
+// Every set shares picture file 0. It goes in at the position shown, or replaces
+// all with "Replace with default image", which is read un-indexed whatever the
+// set; a file that is no accepted image, or is too large, is worth a line in the
+// log, an empty one is unset.
+TEST_F(PreferencesControllerTest, DefaultPictureGoesAtThePositionShownOrReplacesAll) {
+  const PicData jpeg{jpegBytes(), "jpeg"}, png{pngBytes(), "png"};
+  const PicDataArray old = track().tagData.picdata;
+  const Seed use{{"Use default picture8", true}}, replace = use + Seed{{"Replace with default image", true}};
+  const struct {
+    const char* name; Seed seed; std::optional<Bytes> file; size_t at; PicDataArray expected; bool shown;
+    const char* warning = nullptr; off_t grownTo = 0;
+  } rows[]{{"inserted", use, jpeg.data, 1, {old[0], jpeg, old[1]}, true},
+           {"past the end", use, png.data, 99, {old[0], old[1], png}, true},
+           {"replacing", replace, jpeg.data, 1, {jpeg}, true},
+           {"indexed", use + Seed{{"Replace with default image8", true}}, png.data, 0, {png, old[0], old[1]}, true},
+           {"not shown", use + Seed{{"Always show picture", false}}, jpeg.data, 2, {old[0], old[1], jpeg}, false},
+           {"missing file replacing", replace, std::nullopt, 0, {}, false},
+           {"missing file", use, std::nullopt, 0, old, true},
+           {"empty file", use, Bytes{}, 0, old, true},
+           {"not an image", use, Bytes{'I', 'I', 0x2A, 0x00}, 0, old, true, "is not an accepted image"},
+           {"too large", use, jpeg.data, 0, old, true, "is too large", off_t(kMaxDefaultPictureBytes + 1)}};
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
-    PreferencesController& prefs = open(
-        {{"V2 genre", QStringList{"Rock"}}, {"V2 BPM", QStringList{"120"}}, {"Copy title", false}});
-    row.write(prefs);
-    EXPECT_EQ(recorder().events, row.events);
-    // Without a sync of its own, the file still holds what it held before.
-    if (GetParam() == StoreKind::File && row.events.back() != "sync") {
-      EXPECT_EQ(persisted().count(row.key), QString(row.key) == "Copy title" ? 1u : 0u);
-      ASSERT_TRUE(prefs.synchronize());
-    }
-    const auto saved = persisted();
-    EXPECT_EQ(saved.count("V2 BPM"), 1u);
-    if (!row.stored.isValid()) {
-      EXPECT_EQ(saved.count(row.key), 0u);
-      continue;
-    }
-    ASSERT_EQ(saved.count(row.key), 1u);
-    EXPECT_EQ(saved.at(row.key).toString(), row.stored.toString());
-    EXPECT_EQ(saved.at(row.key).typeId() == QMetaType::Bool,
-              row.stored.typeId() == QMetaType::Bool);
-    EXPECT_EQ(row.stored.typeId() == QMetaType::Int, saved.at(row.key).typeId() == QMetaType::Int ||
-                                                          saved.at(row.key).typeId() == QMetaType::LongLong);
+    PreferencesController& prefs = open(row.seed);
+    const std::string file = prefs.defaultPicturePath(8);
+    std::filesystem::remove(file);
+    ASSERT_TRUE(!row.file || !prefs.setDefaultPicture(*row.file));  // the one file every set shares
+    ASSERT_TRUE(row.grownTo == 0 || truncate(file.c_str(), row.grownTo) == 0);
+    LogCapture log;
+    ID3Tag t = track();
+    EXPECT_EQ(setDefaultTagData(t, 8, prefs, row.at).showPicture, row.shown);
+    EXPECT_EQ(t.tagData.picdata, row.expected);
+    EXPECT_EQ(log.count(LogWarning), row.warning && log.has(LogWarning, row.warning) ? 1u : 0u) << log.dump();
   }
-  PreferencesController& prefs = open();
-  prefs.setStringPreferenceNamed("Default path", "/srv/müsik");
-  prefs.setShowSplash(1);
-  EXPECT_EQ(prefs.getDefaultPath(), "/srv/müsik");
-  EXPECT_TRUE(prefs.showSplash());
-}
-
-INSTANTIATE_TEST_SUITE_P(Stores, PreferencesControllerTest,
-                         ::testing::Values(StoreKind::Memory, StoreKind::File), storeKindName);
-
-// A store that has gone away under the window: every change throws.
-class FailingStore : public MemoryPreferenceStore {
- public:
-  void remove(const QString&) override { throw std::runtime_error("store is gone"); }
-};
-
-TEST(PreferencesControllerGuard, WindowOperationsLogAndEndOnAnException) {
-  LogCapture log;
-  PreferencesController prefs(std::make_unique<FailingStore>(), "unused");
-  bool loaded = false;
-  prefs.setLoadPreferencesHandler([&] { loaded = true; });
-
-  EXPECT_NO_THROW(prefs.resetPreferences());
-  EXPECT_FALSE(loaded);
-  EXPECT_TRUE(
-      log.has(LogError, "[PreferencesController:rp] error:std::runtime_error - store is gone"))
-      << log.dump();
-
-  EXPECT_NO_THROW(prefs.clearQuickLists());
-  EXPECT_TRUE(log.has(LogError,
-                      "[PreferencesController:cql] error:std::runtime_error - "
-                      "store is gone"))
-      << log.dump();
 }
 
 }  // namespace

@@ -1,70 +1,49 @@
 #pragma once
-// Runs a test against both stores: the in-memory one, and a real settings file
-// in a temporary folder that the store reads from disk when it opens.
+// Preferences over a real settings file in a temporary folder, read from disk
+// when the store opens, as a new process would find it.
 
 #include <gtest/gtest.h>
 
-#include <QString>
-#include <QVariant>
-#include <map>
-#include <memory>
-#include <ostream>
-#include <string>
-#include <utility>
-#include <vector>
+#include <QFile>
 
+#include "engine/log.h"
+#include "preferences/json_settings_format.h"
 #include "preferences/preferences_controller.h"
-#include "preferences/store.h"
+#include "preferences/settings_file_store.h"
+#include "tests/support/log_capture.h"
 #include "tests/support/temp_dir.h"
 
 namespace melos::test {
 
-enum class StoreKind { Memory, File };
+using Seed = QVariantMap;
 
-std::string storeKindName(const ::testing::TestParamInfo<StoreKind>& info);
-void PrintTo(StoreKind kind, std::ostream* out);
+inline void writeSettingsFile(const QString& path, const Seed& seed) {
+  QFile file(path);
+  ASSERT_TRUE(file.open(QIODevice::WriteOnly) && writeJsonSettings(file, seed)) << path.toStdString();
+}
 
-using Seed = std::vector<std::pair<QString, QVariant>>;
+inline QVariantMap readSettingsFile(const QString& path) {
+  QSettings::SettingsMap map;
+  QFile file(path);
+  EXPECT_TRUE(!file.open(QIODevice::ReadOnly) || readJsonSettings(file, map)) << path.toStdString();
+  return map;
+}
 
-// Passes everything on to the store it owns and notes, in order, each change
-// and synchronisation ("set:KEY", "remove:KEY", "sync").
-class RecordingStore : public PreferenceStore {
- public:
-  explicit RecordingStore(std::unique_ptr<PreferenceStore> inner) : inner_(std::move(inner)) {}
+struct StoreTest : ::testing::Test {
+  // A fresh controller over a file holding exactly the seed; a new file each
+  // time, so that no earlier store's view can leak into it.
+  PreferencesController& open(const Seed& seed = {}) {
+    path_ = QString::fromStdString(dir_.file("settings" + std::to_string(++opened_) + ".json"));
+    if (!seed.isEmpty()) writeSettingsFile(path_, seed);
+    current_ = std::make_unique<PreferencesController>(std::make_unique<SettingsFileStore>(path_), dir_.path());
+    return *current_;
+  }
+  QVariantMap persisted() const { return readSettingsFile(path_); }
 
-  std::optional<QVariant> value(const QString& key) const override { return inner_->value(key); }
-  void setValue(const QString& key, const QVariant& value) override;
-  void remove(const QString& key) override;
-  QStringList keys() const override { return inner_->keys(); }
-  bool sync() override;
-
-  std::vector<std::string> events;
-
- private:
-  std::unique_ptr<PreferenceStore> inner_;
-};
-
-void writeSettingsFile(const QString& path, const Seed& seed);
-std::map<QString, QVariant> readSettingsFile(const QString& path);
-
-class StoreTest : public ::testing::TestWithParam<StoreKind> {
- protected:
-  // A fresh controller over a store holding exactly the seed. Each call uses a
-  // new settings file, so no earlier store's view can leak into it.
-  PreferencesController& open(const Seed& seed = {});
-  RecordingStore& recorder() { return *recorder_; }
-  // What the store would give a new process: the settings file on disk, or the
-  // in-memory store's contents.
-  std::map<QString, QVariant> persisted() const;
-  const TempDir& dir() const { return dir_; }
-  const QString& settingsPath() const { return path_; }
-
- private:
   TempDir dir_;
   int opened_ = 0;
   QString path_;
-  RecordingStore* recorder_ = nullptr;
-  std::unique_ptr<PreferencesController> controller_;
+  std::unique_ptr<PreferencesController> current_;
 };
 
 }  // namespace melos::test
