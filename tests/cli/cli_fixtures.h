@@ -24,22 +24,16 @@ Bytes richV1Tag();
 
 struct CommandResult {
   cli::ExitCode code;
-  std::string out;
-  std::string err;
+  std::string out, err;
 };
 
 // Runs the whole command line; the program name is added in front.
 CommandResult runMelos(const QStringList& arguments);
 
-QStringList qpaths(std::initializer_list<std::string> paths);
-
 // The track as a new quick open reads it from disk.
 ID3Tag reopen(const std::string& path);
 
-inline std::string fileText(const std::string& path) {
-  const Bytes bytes = readFile(path);
-  return {bytes.begin(), bytes.end()};
-}
+inline std::string fileText(const std::string& path) { const Bytes b = readFile(path); return {b.begin(), b.end()}; }
 
 inline bool contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 
