@@ -109,6 +109,8 @@ TEST_F(TagClipboardTest, LoadsAndSavesTagDataFiles) {
 
 TEST_F(TagClipboardTest, StartFolderExpandsTheHomeSign) {
   EXPECT_EQ(tagDataStartFolder(preferences_), "");
+  preferences_.setStringPreferenceNamed("Default path", "/srv/music");
+  EXPECT_EQ(tagDataStartFolder(preferences_), "/srv/music");
   preferences_.setStringPreferenceNamed("Default path", "~/Music");
   EXPECT_EQ(tagDataStartFolder(preferences_), std::string(std::getenv("HOME")) + "/Music");
 }
