@@ -121,7 +121,7 @@ TEST(GroupUpdate, OnlyTheTickedFieldsChangeOnEveryTrack) {
       // The audio and the V1 tag behind the new tag are the original bytes.
       EXPECT_EQ(test::afterTag(test::readFile(g.paths[i])), test::afterTag(g.originals[i]));
     }
-    EXPECT_EQ(std::tuple(g.writer.v1Saves.load(), g.observer.progress.load(), g.writer.reopens.load()), std::tuple(0, 7, 6));
+    EXPECT_EQ(std::pair(g.observer.progress.load(), g.writer.reopens.load()), std::pair(7, 6));
     EXPECT_EQ(g.model.tracks()[5]->tagData.album, latin("X"));  // the group holds what is now on disk
     EXPECT_FALSE(g.model.tracks()[5]->v2Changed || g.cancelled || g.observer.finishedError);
   }

@@ -5,8 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <functional>
 #include <map>
 #include <mutex>
 
@@ -37,8 +35,7 @@ struct Asked {
 class ScriptedQuestions : public Questions {
  public:
   void answer(const std::string& title, std::vector<std::string> answers) { script_[title] = std::move(answers); }
-  std::string ask(const std::string& title, const std::string& message,
-                  const std::vector<std::string>& buttons) override {
+  std::string ask(const std::string& title, const std::string& message, const std::vector<std::string>& buttons) override {
     std::lock_guard lock(mutex_);
     asked_.push_back({title, message, buttons});
     const auto found = script_.find(title);
@@ -69,14 +66,8 @@ class RecordingObserver : public UpdateObserver {
   void updateStarted(size_t count, const std::string&) override { maximum = count; }
   void progressAdvanced() override { ++progress; }
   void statusChanged(const std::string&) override {}
-  void trackUpdated(size_t index, const TrackOutcome& outcome) override {
-    if (onTrackUpdated) onTrackUpdated(index, outcome);
-  }
-  void updateFinished(bool error, bool close) override {
-    finishedError = error;
-    closeWindow = close;
-    finished = true;
-  }
+  void trackUpdated(size_t index, const TrackOutcome& outcome) override { if (onTrackUpdated) onTrackUpdated(index, outcome); }
+  void updateFinished(bool error, bool close) override { finishedError = error, closeWindow = close, finished = true; }
   size_t maximum = 0;
   std::atomic<int> progress{0};
   std::atomic<bool> finished{false};
@@ -89,7 +80,6 @@ class RecordingObserver : public UpdateObserver {
 class ForcingWriter : public TrackWriter {
  public:
   int saveV1(ID3Tag& track, bool removeApe, bool keepDates, bool trim) override {
-    ++v1Saves;
     if (failV1Before) return *failV1Before;
     const int result = TrackWriter::saveV1(track, removeApe, keepDates, trim);
     return forceV1.value_or(result);
@@ -99,23 +89,14 @@ class ForcingWriter : public TrackWriter {
     if (failV2Before && (failV2Of.empty() || track.path() == failV2Of)) return *failV2Before;
     return TrackWriter::saveV2(track, moveToTrash, version, keepDates, trim);
   }
-  bool rename(ID3Tag& track, const SaveSettings& settings) override {
-    ++renames;
-    return !failRename && TrackWriter::rename(track, settings);
-  }
-  bool makeWritable(const std::string& path) override {
-    ++unlocks;
-    return !failUnlock && TrackWriter::makeWritable(path);
-  }
-  unsigned reopen(ID3Tag& track, int scanMode) override {
-    ++reopens;
-    return TrackWriter::reopen(track, scanMode);
-  }
+  bool rename(ID3Tag& track, const SaveSettings& settings) override { return ++renames, !failRename && TrackWriter::rename(track, settings); }
+  bool makeWritable(const std::string& path) override { return ++unlocks, !failUnlock && TrackWriter::makeWritable(path); }
+  unsigned reopen(ID3Tag& track, int scanMode) override { return ++reopens, TrackWriter::reopen(track, scanMode); }
 
   std::optional<int> forceV1, failV1Before, failV2Before;
   std::string failV2Of;  // when set, failV2Before is for this track alone
   bool failRename = false, failUnlock = false;
-  std::atomic<int> v1Saves{0}, v2Saves{0}, renames{0}, unlocks{0}, reopens{0};
+  std::atomic<int> v2Saves{0}, renames{0}, unlocks{0}, reopens{0};
 };
 
 // Track files in a folder of their own with the bytes first written, and
@@ -152,7 +133,6 @@ inline std::unique_ptr<ID3Tag> openTrack(const std::string& path) {
   EXPECT_NE(OpenTrack(*track, path, kScanQuick, nullptr, true), 0u) << path;
   return track;
 }
-
 inline ID3Tag reopened(const std::string& path) {
   ID3Tag track;
   OpenTrack(track, path, kScanQuick, nullptr, false);
@@ -167,10 +147,8 @@ inline Bytes numberedTrack(int n) {
                        .text("TIT2", Enc::Latin1, "Song " + k)
                        .text("TPE1", Enc::Utf16LE, "Artist \xE4\xB8\xAD " + k)
                        .text("TALB", Enc::Latin1, "Old Album " + k)
-                       .text("TYER", Enc::Latin1, "199" + k)
                        .text("TRCK", Enc::Latin1, k + "/12")
                        .text("TCON", Enc::Latin1, "(17)")
-                       .text("TCOM", Enc::Latin1, "Composer " + k)
                        .text("TSRC", Enc::Latin1, "GBAAA000000" + k)
                        .frame(commentFrame(Enc::Latin1, "eng", "", "Comment " + k))
                        .frame(userTextFrame(Enc::Latin1, "NOTE", "kept " + k))
