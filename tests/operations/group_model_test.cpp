@@ -62,11 +62,12 @@ TEST(GroupModelTest, EachV2BoxCopiesItsFieldAndNothingElse) {
   const std::vector<V2Case> cases = {
       text(G::V2Title, &V::title, &D::title, "New"),
       {G::V2Artist, [](V& v) { v.artist = u"\u4e2d"; }, [](D& d) { d.artist = UnicodeText::utf16(u"\u4e2d"); }},
-      text(G::V2Album, &V::album, &D::album, "X"),
+      // 199 is kept as Latin-1, 233 is above what Latin-1 storage keeps.
+      {G::V2Album, [](V& v) { v.album = u"\u00c7a"; }, [](D& d) { d.album = UnicodeText::latin1("\xC7" "a"); }},
       {G::V2Year, [](V& v) { v.year = u"2024-05"; }, [](D& d) { d.year = "2024"; }},
       text(G::V2Genre, &V::genre, &D::genre, "Jazz"),
       {G::V2Comment, [](V& v) { v.comment = u""; }, [](D& d) { d.comment = {}; }},
-      text(G::V2Composer, &V::composer, &D::composer, "C"),
+      {G::V2Composer, [](V& v) { v.composer = u"Caf\u00e9"; }, [](D& d) { d.composer = UnicodeText::utf16(u"Caf\u00e9"); }},
       text(G::V2OrigArtist, &V::origArtist, &D::origArtist, "O"),
       text(G::V2Copyright, &V::copyright, &D::copyright, "(c)"),
       {G::V2Url, [](V& v) { v.url = u"http://u/\u4e2d"; }, [](D& d) { d.url = "http://u/?"; }},
@@ -109,31 +110,12 @@ TEST(GroupModelTest, EachV2BoxCopiesItsFieldAndNothingElse) {
   }
 }
 
-TEST(GroupModelTest, TextIsUnicodeOnlyWhenLatin1StorageCannotKeepIt) {
-  GroupModel model;
-  model.setChangeBox(G::V2Title, true);
-  auto track = trackWith({});
-  const std::pair<std::u16string, UnicodeText> rows[] = {
-      {u"\u00c7a", UnicodeText::latin1("\xC7" "a")},  // 199: kept as Latin-1
-      {u"Caf\u00e9", UnicodeText::utf16(u"Caf\u00e9")},  // 233: above what Latin-1 storage keeps
-  };
-  for (const auto& [typed, stored] : rows) {
-    model.values.title = typed;
-    model.updateV2TagData(*track, true);
-    EXPECT_EQ(track->tagData.title, stored);
-  }
-  EXPECT_TRUE(track->tagData.enabled);
-}
-
 TEST(GroupModelTest, V1FieldsAreCutToTheirWidths) {
   GroupModel model;
   for (size_t i = 0; i < 6; ++i) model.setChangeBox(static_cast<G>(i), true);
-  model.values.v1Title = std::u16string(31, u't');
-  model.values.v1Artist = u"\u00c4rtist";
-  model.values.v1Album = std::u16string(30, u'a');
-  model.values.v1Year = u"19995";
-  model.values.v1Comment = std::u16string(30, u'c');
-  model.values.v1Genre = u"Hard Rock";
+  GroupValues& v = model.values;
+  v.v1Title = std::u16string(31, u't'), v.v1Artist = u"\u00c4rtist", v.v1Album = std::u16string(30, u'a');
+  v.v1Year = u"19995", v.v1Comment = std::u16string(30, u'c'), v.v1Genre = u"Hard Rock";
   auto track = trackWith({});
   model.updateV1TagData(*track);
   // No track box: the number is kept.
@@ -185,8 +167,7 @@ TEST(GroupModelTest, ChangedMarksEveryTrackAndTheDirtyMarkFollowsTheFirst) {
   GroupModel model;
   for (const auto& [size, seconds] : {std::pair{1000u, 61u}, std::pair{24u, 1u}}) {
     auto track = trackWith({});
-    track->fileSize = size;
-    track->duration = seconds;
+    track->fileSize = size, track->duration = seconds;
     model.addTrack(std::move(track));
   }
   EXPECT_EQ(std::pair(model.totalSize(), model.totalLength()), std::pair(uint64_t{1024}, uint64_t{62}));
@@ -198,8 +179,7 @@ TEST(GroupModelTest, ChangedMarksEveryTrackAndTheDirtyMarkFollowsTheFirst) {
   model.changedV1(false, false);
   EXPECT_TRUE(model.isDirty());  // V2 still changed
   model.changedV2(false, false);
-  EXPECT_FALSE(model.isDirty());
-  EXPECT_TRUE(model.enableV2);  // turning flags off leaves the boxes
+  EXPECT_TRUE(!model.isDirty() && model.enableV2);  // turning flags off leaves the boxes
 }
 
 // Asked only when a track has images and the replace box is off, and once.
@@ -212,21 +192,18 @@ TEST(GroupModelTest, RemovingThePictureAsksOnceAboutTheTracksImages) {
     test::ScriptedQuestions questions;
     questions.answer("Remove existing images", {answer});
     model.removePicture(questions);
-    EXPECT_FALSE(model.values.picture.has_value());
-    EXPECT_TRUE(model.changeBox(G::V2Picture) && model.enableV2 && model.tracks()[0]->v2Changed);
+    EXPECT_TRUE(!model.values.picture && model.changeBox(G::V2Picture) && model.enableV2 && model.tracks()[0]->v2Changed);
     EXPECT_EQ(model.replacePictures, answer == "Yes");
     EXPECT_FALSE(model.imagesExist());
     model.removePicture(questions);
     EXPECT_EQ(questions.asked().size(), 1u);
   }
   test::ScriptedQuestions questions;
-  GroupModel none;
+  GroupModel none, replacing;
   none.addTrack(trackWith({}));
-  none.removePicture(questions);
-  GroupModel replacing;
   replacing.addTrack(trackWith(test::fullTagData(false)));
   replacing.replacePictures = true;
-  replacing.removePicture(questions);
+  none.removePicture(questions), replacing.removePicture(questions);
   EXPECT_TRUE(questions.asked().empty());
 }
 
@@ -256,19 +233,14 @@ TEST(GroupModel, FillingTheWindowFromATagAndCopyingItBack) {
 }
 
 TEST(GroupModel, ADefaultDataSetFillsOnlyTheFieldsItSupplies) {
-  auto store = std::make_unique<MemoryPreferenceStore>();
-  auto key = [](const char* base) { return QString::fromStdString(PreferencesController::getPreferenceName(base, 1)); };
-  store->setValue(key("Use default album"), true);
-  store->setValue(key("Default album"), QStringLiteral("Default album"));
   test::TempDir config;
-  const PreferencesController prefs(std::move(store), config.path());
+  PreferencesController prefs(std::make_unique<MemoryPreferenceStore>(), config.path());
+  test::alwaysApplyDefaultAlbum(prefs, "Default album");  // set 2
   GroupModel model;
   // Values the window holds as typed, which no tag field would keep as they are.
-  model.values.v1Title = std::u16string(35, u't');
-  model.values.year = u"2007-05";
-  model.values.album = u"Replaced";
+  model.values.v1Title = std::u16string(35, u't'), model.values.year = u"2007-05", model.values.album = u"Replaced";
   const GroupValues typed = model.values;
-  model.setDefaultTagData(1, prefs);
+  model.setDefaultTagData(2, prefs);
   EXPECT_EQ(std::pair(model.values.v1Title, model.values.year), std::pair(typed.v1Title, typed.year));
   EXPECT_EQ(model.values.album, u"Default album");
   model.setDefaultTagData(0, prefs);  // set 0 supplies nothing
