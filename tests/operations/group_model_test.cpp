@@ -41,11 +41,7 @@ TEST(GroupModelTest, UpdateNeedsTheEnableBoxAndOneChangeBoxOfThatVersion) {
   EXPECT_FALSE(model.updateV1());
 }
 
-struct V2Case {
-  GroupField field;
-  std::function<void(GroupValues&)> setValue;
-  std::function<void(TagData&)> expect;
-};
+struct V2Case { GroupField field; std::function<void(GroupValues&)> setValue; std::function<void(TagData&)> expect; };
 
 // A box whose ASCII value is stored as typed: as Latin-1 text or as a string.
 V2Case text(G field, std::u16string V::*value, UnicodeText D::*data, const char* typed) {
@@ -219,7 +215,8 @@ TEST(GroupModel, FillingTheWindowFromATagAndCopyingItBack) {
   const TagData& a = source.tagData;
   const TagData& b = copy->tagData;
   for (UnicodeText D::*t : {&D::title, &D::artist, &D::genre, &D::composer}) EXPECT_EQ((b.*t).toU16(), (a.*t).toU16());
-  EXPECT_EQ(std::tuple(b.year, b.isrc, b.tracks, b.sets, b.compilation), std::tuple(a.year, a.isrc, a.tracks, a.sets, a.compilation));
+  EXPECT_EQ(std::tuple(b.year, b.isrc, b.tracks, b.sets, b.compilation),
+            std::tuple(a.year, a.isrc, a.tracks, a.sets, a.compilation));
   EXPECT_EQ(b.picdata, PicDataArray{a.picdata[0]});
   EXPECT_EQ(std::pair(copy->v1.title, copy->v1.genre), std::pair(std::string("V1 title"), uint8_t{17}));
   model.clearTagData();

@@ -34,7 +34,9 @@ struct GroupRun : test::TrackFiles {
   void addTracks(int count) {
     for (int n = 0; n < count; ++n) addFile("track" + std::to_string(n) + ".mp3", test::numberedTrack(n));
   }
-  void addFile(const std::string& name, const Bytes& bytes) { model.addTrack(test::openTrack(TrackFiles::addFile(name, bytes))); }
+  void addFile(const std::string& name, const Bytes& bytes) {
+    model.addTrack(test::openTrack(TrackFiles::addFile(name, bytes)));
+  }
   std::unique_ptr<GroupUpdate> makeUpdate(int jobs = 1, int pauseMs = 0, SaveSettingsSource source = {}) {
     GroupUpdateOptions o;
     o.pauseBetweenTracks = std::chrono::milliseconds(pauseMs);
@@ -93,7 +95,8 @@ TEST_F(GroupUpdateTest, UnchangedAndReadOnlyTracksArePassedOver) {
   settings.closeWindow = false;
   run();
   EXPECT_EQ(untouchedAll(), (Flags{false, true, false}));
-  EXPECT_EQ(std::pair(outcomes[1].status, reopened(paths[0]).tagData.isrc), std::pair(S::ReadOnly, std::string("GBAAA0000000")));
+  EXPECT_EQ(outcomes[1].status, S::ReadOnly);
+  EXPECT_EQ(reopened(paths[0]).tagData.isrc, "GBAAA0000000");
   EXPECT_FALSE(model.isDirty() || model.changeBox(GroupField::V2Album) || model.isrcIncrement || observer.closeWindow);
 }
 
@@ -196,7 +199,9 @@ TEST(GroupUpdate, AskingToCloseWhileTheRunGoesOnAndAfter) {
     g.questions.answer("Do you want to cancel?", {stop ? "Yes" : "No"});
     std::unique_ptr<GroupUpdate> update = g.makeUpdate();
     CloseAnswer answer = CloseAnswer::Cancel;
-    g.observer.onTrackUpdated = [&](size_t index, const TrackOutcome&) { if (index == 0) answer = update->askToUpdate(); };
+    g.observer.onTrackUpdated = [&](size_t index, const TrackOutcome&) {
+      if (index == 0) answer = update->askToUpdate();
+    };
     ASSERT_TRUE(update->updateTracks());
     update->wait();
     EXPECT_EQ(answer, stop ? CloseAnswer::StopRun : CloseAnswer::KeepRunning);
@@ -224,7 +229,8 @@ TEST(GroupUpdate, SavesThatWouldLoseAField) {
     g.addTracks(1);
     g.settings.tag2SaveVersion = row.version;
     g.setAlbum(u"E");
-    if (row.answer) g.questions.answer("Updating this track will result in the loss of the tag field 'Record time'", {row.answer});
+    if (row.answer)
+      g.questions.answer("Updating this track will result in the loss of the tag field 'Record time'", {row.answer});
     g.run();
     EXPECT_EQ(g.statuses(), (std::vector<S>{row.status, S::Saved}));
     EXPECT_EQ(g.untouched(0), row.status == S::LossDeclined);
@@ -249,7 +255,8 @@ TEST(GroupUpdate, FailedSaves) {
     SCOPED_TRACE(row.message);
     GroupRun g;
     if (row.aiff)
-      g.addFile("a.aif", test::AiffBuilder().chunk(test::commChunk(2, 16, 16, 44100)).chunk(test::ssndChunk(Bytes(64, 1))).build());
+      g.addFile("a.aif",
+                test::AiffBuilder().chunk(test::commChunk(2, 16, 16, 44100)).chunk(test::ssndChunk(Bytes(64, 1))).build());
     g.addTracks(2);
     if (row.v1Fails) g.tick(GroupField::V1Album, &GroupValues::v1Album, u"G");
     (row.v1Fails ? g.writer.failV1Before : g.writer.failV2Before) = 5;
@@ -277,7 +284,8 @@ TEST(GroupUpdate, RenameAfterTheSave) {
     EXPECT_EQ(std::pair(g.outcomes[0].renameFailed, g.statuses()), std::pair(fails, std::vector<S>(2, S::Saved)));
     if (fails) continue;
     EXPECT_EQ(g.outcomes[0].newPath, g.dir.file("Song 0.mp3"));  // no number to put in front
-    EXPECT_EQ(std::pair(g.model.tracks()[1]->path(), g.model.tracks()[1]->tagData.album), std::pair(g.dir.file("01-Song 1.mp3"), latin("H")));
+    EXPECT_EQ(g.model.tracks()[1]->path(), g.dir.file("01-Song 1.mp3"));
+    EXPECT_EQ(g.model.tracks()[1]->tagData.album, latin("H"));
   }
 }
 
@@ -323,7 +331,8 @@ TEST(GroupUpdate, WhatTheSettingsAddToEachTrack) {
   g.setAlbum(u"R");
   g.run();
   const ID3Tag replaced = reopened(g.paths[0]);
-  EXPECT_EQ(std::tuple(replaced.tagData.track, replaced.v1.track, replaced.tagData.album), std::tuple(kUnsetNumber, kUnsetV1, latin("R")));
+  EXPECT_EQ(std::tuple(replaced.tagData.track, replaced.v1.track, replaced.tagData.album),
+            std::tuple(kUnsetNumber, kUnsetV1, latin("R")));
   EXPECT_EQ(replaced.tagData.isrc, "GBAAA0000000");  // not per-track data here
   g.model.changedV1(true, false);
   g.model.changedV2(true, false);

@@ -16,6 +16,7 @@ namespace {
 
 using test::TempDir;
 namespace fs = std::filesystem;
+using Strings = std::vector<std::string>;
 
 Bytes bytesOf(std::string_view text) { return Bytes(text.begin(), text.end()); }
 std::string contents(const std::string& path) {
@@ -50,11 +51,12 @@ TEST(RenameTrackTest, FoldersAndMovesNeverReplaceAFile) {
 // Where renameByTags puts a track: a file already there is never replaced,
 // and a track already so named, even but for case, stays.
 TEST(RenameTrackTest, RenameByTags) {
+  // taken: files there before, which must keep their bytes.
   const struct {
     const char* file;
     bool number, folder;
     const char* format;
-    std::vector<std::string> taken;  // files there before, which must keep their bytes
+    Strings taken;
     const char* expected;
     bool v1Only = false;
   } rows[] = {
@@ -71,7 +73,7 @@ TEST(RenameTrackTest, RenameByTags) {
   for (const auto& row : rows) {
     SCOPED_TRACE(row.expected);
     TempDir dir;
-    std::vector<std::string> taken = row.taken;
+    Strings taken = row.taken;
     if (taken.size() == 1)
       for (int n = 1; n <= kMaxUniqueSuffix; ++n) taken.push_back("A title-" + std::to_string(n) + ".mp3");
     for (const std::string& name : taken) dir.write(name, bytesOf("taken"));

@@ -97,7 +97,8 @@ TEST_F(SingleTrackTest, UpdateSavesBothTagsInItsOrderOfSteps) {
 // written over only when the user says so.
 TEST_F(SingleTrackTest, AFileChangedOnDiskIsWrittenOverOnlyWhenAsked) {
   const struct { const char* answer; O outcome; const char* onDisk; const char* shown; } rows[] = {
-      {"Cancel", O::Declined, "Theirs", "Mine"}, {"Reload", O::Declined, "Theirs", "Theirs"}, {"Overwrite", O::Saved, "Mine", "Mine"}};
+      {"Cancel", O::Declined, "Theirs", "Mine"}, {"Reload", O::Declined, "Theirs", "Theirs"},
+      {"Overwrite", O::Saved, "Mine", "Mine"}};
   view.editV2 = [](ID3Tag& track) { track.tagData.title = latin("Mine"); };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.answer);
@@ -149,7 +150,14 @@ TEST_F(SingleTrackTest, QuestionsBeforeTheSave) {
 // Every alert and question of a failed step: a failed V1 verification asks
 // whether to go on, a failed V2 verification, the last step, is only shown.
 TEST_F(SingleTrackTest, FailureAlerts) {
-  const struct { int failV2; bool noV1, badGenre, failRename; const char* answer; O outcome; std::string title, message; int v2Saves; } rows[] = {
+  const struct {
+    int failV2;
+    bool noV1, badGenre, failRename;
+    const char* answer;
+    O outcome;
+    std::string title, message;
+    int v2Saves;
+  } rows[] = {
       {2, false, false, false, nullptr, O::Failed, "Failed to update the version 2 tag",
        "Note: The version 1 tag has been updated but the original version 2 has not been changed.", 1},
       {4, true, false, false, nullptr, O::Failed, "Failed to update the tags", "Note: The original has not been changed.", 1},
@@ -199,7 +207,8 @@ TEST_F(SingleTrackTest, AfterTheSaveTheNameAndTheIcon) {
   settings.renameUpdate = true;
   EXPECT_EQ(editor().updateTag(), O::Saved);
   const std::string renamed = dir.file("01-Song 1.mp3");
-  EXPECT_EQ(std::tuple(tracks.current().path(), view.fileNames, view.shown.back()), std::tuple(renamed, Strings{renamed}, renamed));
+  EXPECT_EQ(std::tuple(tracks.current().path(), view.fileNames, view.shown.back()),
+            std::tuple(renamed, Strings{renamed}, renamed));
   settings.renameUpdate = false;
   settings.createFolder = settings.setFileIcon = true;  // the track has a picture
   for (const auto& [result, line] : {std::pair{IconResult::ImageFailed, "Failed to create the image for the icon for track "},

@@ -28,7 +28,10 @@ struct GroupEditor : TagEditor {
   explicit GroupEditor(DocumentKind k = DocumentKind::Group) : kind_(k) {}
   DocumentKind kind() const override { return kind_; }
   std::unique_ptr<ID3Tag> tagForCopy() const override { return copyOfTrack(values); }
-  void setTagData(const ID3Tag& tag, bool all) override { receivedAll = all, CopyTagData(values, tag, false, false, false, false, false); }
+  void setTagData(const ID3Tag& tag, bool all) override {
+    receivedAll = all;
+    CopyTagData(values, tag, false, false, false, false, false);
+  }
   void clearTagData() override { values.tagData.clear(); }
   ID3Tag values;
   bool receivedAll = true;

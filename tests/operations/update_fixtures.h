@@ -66,7 +66,9 @@ class RecordingObserver : public UpdateObserver {
   void updateStarted(size_t count, const std::string&) override { maximum = count; }
   void progressAdvanced() override { ++progress; }
   void statusChanged(const std::string&) override {}
-  void trackUpdated(size_t index, const TrackOutcome& outcome) override { if (onTrackUpdated) onTrackUpdated(index, outcome); }
+  void trackUpdated(size_t index, const TrackOutcome& outcome) override {
+    if (onTrackUpdated) onTrackUpdated(index, outcome);
+  }
   void updateFinished(bool error, bool close) override { finishedError = error, closeWindow = close, finished = true; }
   size_t maximum = 0;
   std::atomic<int> progress{0};
@@ -89,8 +91,12 @@ class ForcingWriter : public TrackWriter {
     if (failV2Before && (failV2Of.empty() || track.path() == failV2Of)) return *failV2Before;
     return TrackWriter::saveV2(track, moveToTrash, version, keepDates, trim);
   }
-  bool rename(ID3Tag& track, const SaveSettings& settings) override { return ++renames, !failRename && TrackWriter::rename(track, settings); }
-  bool makeWritable(const std::string& path) override { return ++unlocks, !failUnlock && TrackWriter::makeWritable(path); }
+  bool rename(ID3Tag& track, const SaveSettings& settings) override {
+    return ++renames, !failRename && TrackWriter::rename(track, settings);
+  }
+  bool makeWritable(const std::string& path) override {
+    return ++unlocks, !failUnlock && TrackWriter::makeWritable(path);
+  }
   unsigned reopen(ID3Tag& track, int scanMode) override { return ++reopens, TrackWriter::reopen(track, scanMode); }
 
   std::optional<int> forceV1, failV1Before, failV2Before;
