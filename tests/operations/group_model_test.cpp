@@ -5,8 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
-#include <functional>
 #include <tuple>
 
 #include "engine/text.h"
@@ -17,7 +15,6 @@ namespace melos {
 namespace {
 
 using G = GroupField;
-using V = GroupValues;
 using D = TagData;
 
 std::unique_ptr<ID3Tag> trackWith(const TagData& data) {
@@ -41,85 +38,19 @@ TEST(GroupModelTest, UpdateNeedsTheEnableBoxAndOneChangeBoxOfThatVersion) {
   EXPECT_FALSE(model.updateV1());
 }
 
-struct V2Case { GroupField field; std::function<void(GroupValues&)> setValue; std::function<void(TagData&)> expect; };
-
-// A box whose ASCII value is stored as typed: as Latin-1 text or as a string.
-V2Case text(G field, std::u16string V::*value, UnicodeText D::*data, const char* typed) {
-  return {field, [=](V& v) { v.*value = std::u16string(typed, typed + strlen(typed)); },
-          [=](D& d) { d.*data = UnicodeText::latin1(typed); }};
-}
-V2Case plain(G field, std::u16string V::*value, std::string D::*data, const char* typed) {
-  return {field, [=](V& v) { v.*value = std::u16string(typed, typed + strlen(typed)); }, [=](D& d) { d.*data = typed; }};
-}
-
-// One row per V2 change box: the value typed, and what the track's tag data
-// becomes. Everything else of the track must stay as it was.
-TEST(GroupModelTest, EachV2BoxCopiesItsFieldAndNothingElse) {
-  const std::vector<V2Case> cases = {
-      text(G::V2Title, &V::title, &D::title, "New"),
-      {G::V2Artist, [](V& v) { v.artist = u"\u4e2d"; }, [](D& d) { d.artist = UnicodeText::utf16(u"\u4e2d"); }},
-      // 199 is kept as Latin-1, 233 is above what Latin-1 storage keeps.
-      {G::V2Album, [](V& v) { v.album = u"\u00c7a"; }, [](D& d) { d.album = UnicodeText::latin1("\xC7" "a"); }},
-      {G::V2Year, [](V& v) { v.year = u"2024-05"; }, [](D& d) { d.year = "2024"; }},
-      text(G::V2Genre, &V::genre, &D::genre, "Jazz"),
-      {G::V2Comment, [](V& v) { v.comment = u""; }, [](D& d) { d.comment = {}; }},
-      {G::V2Composer, [](V& v) { v.composer = u"Caf\u00e9"; }, [](D& d) { d.composer = UnicodeText::utf16(u"Caf\u00e9"); }},
-      text(G::V2OrigArtist, &V::origArtist, &D::origArtist, "O"),
-      text(G::V2Copyright, &V::copyright, &D::copyright, "(c)"),
-      {G::V2Url, [](V& v) { v.url = u"http://u/\u4e2d"; }, [](D& d) { d.url = "http://u/?"; }},
-      plain(G::V2EncodedBy, &V::encodedBy, &D::encodedBy, "E"),
-      {G::V2Tracks, [](V& v) { v.tracks = u"20"; }, [](D& d) { d.tracks = 20; }},
-      {G::V2SetAndSets, [](V& v) { v.set = u"2", v.sets = u""; }, [](D& d) { d.set = 2, d.sets = kUnsetNumber; }},
-      text(G::V2Conductor, &V::conductor, &D::conductor, "K"),
-      text(G::V2Lyricist, &V::lyricist, &D::lyricist, "L"),
-      text(G::V2Publisher, &V::publisher, &D::publisher, "P"),
-      text(G::V2Orchestra, &V::orchestra, &D::orchestra, "B"),
-      text(G::V2Content, &V::content, &D::content, "G"),
-      text(G::V2Subtitle, &V::subtitle, &D::subtitle, "S"),
-      {G::V2Compilation, [](V& v) { v.compilation = false; }, [](D& d) { d.compilation = false; }},
-      plain(G::ArtistUrl, &V::artisturl, &D::artisturl, "http://a"),
-      plain(G::Isrc, &V::isrc, &D::isrc, "CCXXX1500729"),
-      plain(G::ReleaseTime, &V::releasetime, &D::releasetime, "2020"),
-      plain(G::RecordTime, &V::recordtime, &D::recordtime, "2019-01-02"),
-      plain(G::Bpm, &V::bpm, &D::bpm, "98"),
-      plain(G::InitialKey, &V::initialkey, &D::initialkey, "Am"),
-      {G::PodcastEnable, [](V& v) { v.podcast = false; }, [](D& d) { d.podcast = false; }},
-      text(G::PodcastId, &V::podcastid, &D::podcastid, "pid"),
-      plain(G::PodcastFeed, &V::podcastfeed, &D::podcastfeed, "http://f"),
-      text(G::PodcastDescription, &V::podcastdesc, &D::podcastdesc, "D"),
-  };
-  // Every V2 box but the picture box has its row; the six V1 boxes come first.
-  EXPECT_EQ(cases.size(), kGroupFieldCount - 6 - 1);
-  for (const V2Case& c : cases) {
-    SCOPED_TRACE(changeBoxLabel(c.field));
-    GroupModel model;
-    // Every value is typed, but only one box is on.
-    for (const V2Case& other : cases) other.setValue(model.values);
-    model.setChangeBox(c.field, true);
-    TagData expected = test::fullTagData(false);
-    auto track = trackWith(expected);
-    const V1Tag v1Before = track->v1;
-    model.updateV2TagData(*track, true);
-    c.expect(expected);
-    EXPECT_EQ(track->tagData, expected);
-    EXPECT_EQ(track->v1, v1Before);
-  }
-}
-
-TEST(GroupModelTest, V1FieldsAreCutToTheirWidths) {
+// Typed text is kept as Latin-1 where Latin-1 storage keeps it (199), and
+// as Unicode above that (233).
+TEST(GroupModelTest, TextIsUnicodeOnlyWhenLatin1StorageCannotKeepIt) {
   GroupModel model;
-  for (size_t i = 0; i < 6; ++i) model.setChangeBox(static_cast<G>(i), true);
-  GroupValues& v = model.values;
-  v.v1Title = std::u16string(31, u't'), v.v1Artist = u"\u00c4rtist", v.v1Album = std::u16string(30, u'a');
-  v.v1Year = u"19995", v.v1Comment = std::u16string(30, u'c'), v.v1Genre = u"Hard Rock";
+  model.setChangeBox(G::V2Title, true);
   auto track = trackWith({});
-  model.updateV1TagData(*track);
-  // No track box: the number is kept.
-  EXPECT_EQ(track->v1, (V1Tag{true, std::string(30, 't'), "\xC4rtist", std::string(30, 'a'), "1999",
-                              std::string(29, 'c'), 4, 79}));
-  model.values.v1Genre = u"No such genre";
-  model.updateV1TagData(*track);
-  EXPECT_EQ(track->v1.genre, 12);  // "Other"
+  const std::pair<std::u16string, UnicodeText> rows[] = {{u"\u00c7a", UnicodeText::latin1("\xC7" "a")},
+                                                         {u"Caf\u00e9", UnicodeText::utf16(u"Caf\u00e9")}};
+  for (const auto& [typed, stored] : rows) {
+    model.values.title = typed;
+    model.updateV2TagData(*track, true);
+    EXPECT_EQ(track->tagData.title, stored);
+  }
 }
 
 TEST(GroupModelTest, NumberFieldsAndTheIsrcIncrement) {

@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <stdexcept>
 
 #include "engine/log.h"
 #include "engine/text.h"
@@ -274,17 +273,6 @@ TEST_F(SingleTrackTest, AlwaysApplyPutsTheCurrentDefaultSetOnTheUpdate) {
   view.editV2 = [](ID3Tag& track) { track.tagData.album = latin("Typed"); };
   EXPECT_EQ(SingleTrackEditor(tracks, questions, view, settingsFrom(prefs), writer).updateTag(), O::Saved);
   EXPECT_EQ(reopened(paths[0]).tagData.album, latin("Default album"));
-}
-
-TEST_F(SingleTrackTest, HandlersLogWhatTheyCatch) {
-  addTracks(1);
-  view.editV1 = [](ID3Tag&) { throw std::runtime_error("boom"); };
-  test::LogCapture log;
-  editor().copyV1ToV2();
-  EXPECT_EQ(editor().updateTag(), O::Failed);
-  for (const char* handler : {"cv1tv2bp", "ut"})
-    EXPECT_TRUE(log.has(LogError, std::string("[ID3TagController:") + handler + "] error:std::runtime_error - boom"));
-  EXPECT_TRUE(untouched(0));
 }
 
 // Leaving or closing a changed track asks: "Cancel" stays, "Don't save"
