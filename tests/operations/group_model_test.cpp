@@ -38,21 +38,6 @@ TEST(GroupModelTest, UpdateNeedsTheEnableBoxAndOneChangeBoxOfThatVersion) {
   EXPECT_FALSE(model.updateV1());
 }
 
-// Typed text is kept as Latin-1 where Latin-1 storage keeps it (199), and
-// as Unicode above that (233).
-TEST(GroupModelTest, TextIsUnicodeOnlyWhenLatin1StorageCannotKeepIt) {
-  GroupModel model;
-  model.setChangeBox(G::V2Title, true);
-  auto track = trackWith({});
-  const std::pair<std::u16string, UnicodeText> rows[] = {{u"\u00c7a", UnicodeText::latin1("\xC7" "a")},
-                                                         {u"Caf\u00e9", UnicodeText::utf16(u"Caf\u00e9")}};
-  for (const auto& [typed, stored] : rows) {
-    model.values.title = typed;
-    model.updateV2TagData(*track, true);
-    EXPECT_EQ(track->tagData.title, stored);
-  }
-}
-
 TEST(GroupModelTest, NumberFieldsAndTheIsrcIncrement) {
   const std::pair<std::u16string, uint16_t> numbers[] = {{u"", kUnsetNumber}, {u" 7x", 7}, {u"0", kUnsetNumber},
       {u"-3", kUnsetNumber}, {u"65534", 65534}, {u"65535", kUnsetNumber}, {u"abc", kUnsetNumber}};
@@ -90,7 +75,7 @@ TEST(GroupModelTest, PictureIsAddedAtTheEndOrTheStart) {
   EXPECT_EQ(picturesAfter(true), before.picdata);
 }
 
-TEST(GroupModelTest, ChangedMarksEveryTrackAndTheDirtyMarkFollowsTheFirst) {
+TEST(GroupModelTest, TotalsOfSizeAndLength) {
   GroupModel model;
   for (const auto& [size, seconds] : {std::pair{1000u, 61u}, std::pair{24u, 1u}}) {
     auto track = trackWith({});
@@ -98,13 +83,6 @@ TEST(GroupModelTest, ChangedMarksEveryTrackAndTheDirtyMarkFollowsTheFirst) {
     model.addTrack(std::move(track));
   }
   EXPECT_EQ(std::pair(model.totalSize(), model.totalLength()), std::pair(uint64_t{1024}, uint64_t{62}));
-  model.changedV1(true, false);
-  model.changedV2(true, true);
-  EXPECT_TRUE(model.tracks()[1]->v1Changed && model.tracks()[1]->v2Changed && !model.enableV1 && model.enableV2);
-  model.changedV1(false, false);
-  EXPECT_TRUE(model.isDirty());  // V2 still changed
-  model.changedV2(false, false);
-  EXPECT_TRUE(!model.isDirty() && model.enableV2);  // turning flags off leaves the boxes
 }
 
 // Asked only when a track has images and the replace box is off, and once.
