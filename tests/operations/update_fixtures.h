@@ -65,7 +65,6 @@ class RecordingObserver : public UpdateObserver {
  public:
   void updateStarted(size_t count, const std::string&) override { maximum = count; }
   void progressAdvanced() override { ++progress; }
-  void statusChanged(const std::string&) override {}
   void trackUpdated(size_t index, const TrackOutcome& outcome) override {
     if (onTrackUpdated) onTrackUpdated(index, outcome);
   }
