@@ -275,6 +275,15 @@ TEST_F(SingleTrackTest, AlwaysApplyPutsTheCurrentDefaultSetOnTheUpdate) {
   EXPECT_EQ(reopened(paths[0]).tagData.album, latin("Default album"));
 }
 
+TEST(TrackSetTest, StepsStayInsideTheSet) {
+  TrackSet::Tracks list;
+  for (int i = 0; i < 2; ++i) list.push_back(std::make_unique<ID3Tag>());
+  TrackSet set(std::move(list));
+  EXPECT_TRUE(set.removeCurrent());  // the first: the next takes its place
+  EXPECT_FALSE(set.removeCurrent() || set.moveTo(1));  // the last track stays
+  EXPECT_EQ(std::pair(set.position(), set.count()), std::pair(size_t{0}, size_t{1}));
+}
+
 // Leaving or closing a changed track asks: "Cancel" stays, "Don't save"
 // drops the edits, "Save" saves first. Moving never goes past either end.
 TEST_F(SingleTrackTest, LeavingOrClosingAChangedTrackAsksToSave) {
