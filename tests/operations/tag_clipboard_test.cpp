@@ -18,67 +18,44 @@
 namespace melos::test {
 namespace {
 
-std::unique_ptr<ID3Tag> openTrack(const std::string& path) {
-  TrackFile file = openTrackFile(path, kScanQuick);
-  EXPECT_TRUE(file.opened()) << path << ": " << file.cause;
-  return std::move(file.track);
-}
+std::unique_ptr<ID3Tag> openTrack(const std::string& path) { return std::move(openTrackFile(path, kScanQuick).track); }
+std::string title(const ID3Tag& track) { return track.tagData.title.toUtf8(); }
+std::string album(const ID3Tag& track) { return track.tagData.album.toUtf8(); }
 
-// A single-track editor whose window holds an unsaved title.
-class SingleEditor : public TagEditor {
- public:
-  SingleEditor(std::unique_ptr<ID3Tag> opened, const PreferencesController& preferences)
-      : track(std::move(opened)), preferences_(preferences) {}
-  DocumentKind kind() const override { return DocumentKind::SingleTrack; }
-  std::unique_ptr<ID3Tag> tagForCopy() const override {
-    auto copy = copyOfTrack(*track);
-    if (!unsavedTitle.empty()) copy->tagData.title = UnicodeText::fromUtf8(unsavedTitle);
-    return copy;
-  }
-  void setTagData(const ID3Tag& tag, bool all) override { pasteTagDataInto(*track, tag, all, preferences_); }
-  void clearTagData() override { track->tagData.clear(); }
-  bool loadTagDataFromFile(const std::string& path) override { return loadTagDataInto(*track, path); }
-  bool saveTagDataToFile(const std::string& path) override { return saveTagDataFile(*track, path); }
-
-  std::unique_ptr<ID3Tag> track;
-  std::string unsavedTitle;
-
- private:
-  const PreferencesController& preferences_;
-};
-
-// A group editor: the values its window shows for every track.
-class GroupEditor : public TagEditor {
- public:
-  DocumentKind kind() const override { return DocumentKind::Group; }
+// A group editor (the values its window shows for every track), or, with
+// another kind, a document that is no tag editor.
+struct GroupEditor : TagEditor {
+  explicit GroupEditor(DocumentKind k = DocumentKind::Group) : kind_(k) {}
+  DocumentKind kind() const override { return kind_; }
   std::unique_ptr<ID3Tag> tagForCopy() const override { return copyOfTrack(values); }
   void setTagData(const ID3Tag& tag, bool all) override {
     receivedAll = all;
     CopyTagData(values, tag, false, false, false, false, false);
   }
   void clearTagData() override { values.tagData.clear(); }
-
   ID3Tag values;
   bool receivedAll = true;
+  DocumentKind kind_;
 };
-
-class OtherDocument : public GroupEditor {
- public:
-  DocumentKind kind() const override { return DocumentKind::Other; }
-};
-
-std::string title(const ID3Tag& track) { return track.tagData.title.toUtf8(); }
-std::string album(const ID3Tag& track) { return track.tagData.album.toUtf8(); }
 
 class TagClipboardTest : public ::testing::Test {
  protected:
+  struct SingleEditor : TagEditor {
+    SingleEditor(std::unique_ptr<ID3Tag> opened, const PreferencesController& p) : track(std::move(opened)), prefs(p) {}
+    DocumentKind kind() const override { return DocumentKind::SingleTrack; }
+    std::unique_ptr<ID3Tag> tagForCopy() const override { return copyOfTrack(*track); }
+    void setTagData(const ID3Tag& tag, bool all) override { pasteTagDataInto(*track, tag, all, prefs); }
+    void clearTagData() override { track->tagData.clear(); }
+    bool loadTagDataFromFile(const std::string& path) override { return loadTagDataInto(*track, path); }
+    bool saveTagDataToFile(const std::string& path) override { return saveTagDataFile(*track, path); }
+    std::unique_ptr<ID3Tag> track;
+    const PreferencesController& prefs;
+  };
   TagClipboardTest() : preferences_(std::make_unique<MemoryPreferenceStore>(), dir_.path()) {}
-
-  std::unique_ptr<SingleEditor> editor(const std::string& name, const std::string& trackTitle,
-                                       const std::string& albumName) {
-    auto track = openTrack(dir_.write(name, sampleMp3(trackTitle)));
-    track->tagData.album = UnicodeText::latin1(albumName);
-    return std::make_unique<SingleEditor>(std::move(track), preferences_);
+  SingleEditor editor(const std::string& trackTitle) {
+    auto track = openTrack(dir_.write(trackTitle + ".mp3", sampleMp3(trackTitle)));
+    track->tagData.album = UnicodeText::latin1(trackTitle + " album");
+    return SingleEditor(std::move(track), preferences_);
   }
 
   TempDir dir_;
@@ -86,105 +63,51 @@ class TagClipboardTest : public ::testing::Test {
   TagClipboard clipboard_;
 };
 
-TEST_F(TagClipboardTest, CopyAllCarriesUnsavedEditsAndTheTitle) {
-  auto from = editor("from.mp3", "Saved", "From album");
-  from->unsavedTitle = "Typed but unsaved";
-  auto to = editor("to.mp3", "Target", "To album");
-  clipboard_.copyTagData(from.get(), true);
-  EXPECT_TRUE(clipboard_.pasteAll());
-  ASSERT_TRUE(clipboard_.pasteTagData(to.get()));
-  EXPECT_EQ(title(*to->track), "Typed but unsaved");
-  EXPECT_EQ(album(*to->track), "From album");
-  EXPECT_EQ(to->track->v1.title, "Saved");  // the V1 tag is copied as it was read
-  EXPECT_TRUE(to->track->v2Changed);
-}
-
-TEST_F(TagClipboardTest, CopyWithoutAllKeepsTheTargetsTitleUnlessThePreferenceSaysSo) {
-  auto from = editor("from.mp3", "Source title", "From album");
-  auto to = editor("to.mp3", "Target title", "To album");
-  clipboard_.copyTagData(from.get(), false);
-  EXPECT_FALSE(clipboard_.pasteAll());
-  clipboard_.pasteTagData(to.get());
-  EXPECT_EQ(title(*to->track), "Target title");
-  EXPECT_EQ(album(*to->track), "From album");
-
+// "All" carries the title too; a group's copy never does, nor a paste into a
+// group. Other documents are neither copied nor pasted into.
+TEST_F(TagClipboardTest, CopyPasteAndClear) {
+  SingleEditor from = editor("From");
+  SingleEditor to = editor("To");
+  GroupEditor group, other(DocumentKind::Other);
+  EXPECT_FALSE(clipboard_.pasteTagData(&to));  // nothing copied yet
+  clipboard_.copyTagData(&from, false);
+  clipboard_.copyTagData(&other, false);
+  EXPECT_EQ(album(*clipboard_.copiedTag()), "From album");
+  EXPECT_FALSE(clipboard_.pasteAll() || clipboard_.pasteTagData(&other) || clipboard_.pasteTagData(nullptr));
+  ASSERT_TRUE(clipboard_.pasteTagData(&to));
+  EXPECT_EQ(std::pair(title(*to.track), album(*to.track)), std::pair(std::string("To"), std::string("From album")));
+  EXPECT_TRUE(to.track->v2Changed);
   preferences_.setBoolPreferenceNamed("Copy title", true);
-  clipboard_.pasteTagData(to.get());
-  EXPECT_EQ(title(*to->track), "Source title");
-}
-
-TEST_F(TagClipboardTest, AGroupsCopyIsNeverPastedWhole) {
-  GroupEditor group;
-  group.values.tagData.title = UnicodeText::latin1("Group title");
-  group.values.tagData.album = UnicodeText::latin1("Group album");
-  auto to = editor("to.mp3", "Target title", "To album");
-  clipboard_.copyTagData(&group, true);
-  EXPECT_FALSE(clipboard_.pasteAll());
-  clipboard_.pasteTagData(to.get());
-  EXPECT_EQ(title(*to->track), "Target title");
-  EXPECT_EQ(album(*to->track), "Group album");
-}
-
-TEST_F(TagClipboardTest, PasteIntoAGroupGivesTheCopyWithoutAll) {
-  auto from = editor("from.mp3", "Source", "From album");
-  GroupEditor group;
-  clipboard_.copyTagData(from.get(), true);
+  clipboard_.pasteTagData(&to);
+  EXPECT_EQ(title(*to.track), "From");
+  clipboard_.copyTagData(&to, true);
+  EXPECT_TRUE(clipboard_.pasteAll());
   ASSERT_TRUE(clipboard_.pasteTagData(&group));
   EXPECT_FALSE(group.receivedAll);
-  EXPECT_EQ(album(group.values), "From album");
+  group.values.tagData.title = UnicodeText::latin1("Group title");
+  clipboard_.copyTagData(&group, true);
+  EXPECT_FALSE(clipboard_.pasteAll());
+  clipboard_.clearTagData(&other);
+  clipboard_.clearTagData(nullptr);
+  clipboard_.clearTagData(&to);
+  EXPECT_TRUE(to.track->tagData.album.empty());
 }
 
-TEST_F(TagClipboardTest, NothingToPasteBeforeACopyAndOtherDocumentsAreLeftAlone) {
-  auto to = editor("to.mp3", "Target", "To album");
-  EXPECT_FALSE(clipboard_.pasteTagData(to.get()));
-  EXPECT_EQ(album(*to->track), "To album");
-
-  auto from = editor("from.mp3", "Source", "From album");
-  clipboard_.copyTagData(from.get(), true);
-  OtherDocument other;
-  other.values.tagData.album = UnicodeText::latin1("Other album");
-  clipboard_.copyTagData(&other, false);
-  ASSERT_TRUE(clipboard_.hasCopy());
-  EXPECT_EQ(album(*clipboard_.copiedTag()), "From album");
-  EXPECT_FALSE(clipboard_.pasteTagData(&other));
-  EXPECT_EQ(album(other.values), "Other album");
-  EXPECT_FALSE(clipboard_.pasteTagData(nullptr));
-}
-
-TEST_F(TagClipboardTest, ClearEmptiesTheFrontEditorsTag) {
-  auto to = editor("to.mp3", "Target", "To album");
-  clipboard_.clearTagData(to.get());
-  EXPECT_TRUE(to->track->tagData.title.empty());
-  EXPECT_TRUE(to->track->tagData.album.empty());
-}
-
-TEST_F(TagClipboardTest, LoadsATagDataFileAndSavesOneThatReadsBack) {
-  auto to = editor("to.mp3", "Target", "To album");
-  ASSERT_TRUE(to->loadTagDataFromFile(dir_.write("source.tdf", sampleTagData("Loaded album"))));
-  EXPECT_EQ(album(*to->track), "Loaded album");
-  EXPECT_EQ(to->track->tagData.composer.toUtf8(), "A. Composer");
-
-  to->track->tagData.title = UnicodeText::latin1("Saved into tdf");
+TEST_F(TagClipboardTest, LoadsAndSavesTagDataFiles) {
+  SingleEditor to = editor("To");
+  ASSERT_TRUE(to.loadTagDataFromFile(dir_.write("source.tdf", sampleTagData("Loaded album"))));
+  EXPECT_EQ(to.track->tagData.composer.toUtf8(), "A. Composer");
   const std::string saved = dir_.file("saved.tdf");
-  ASSERT_TRUE(to->saveTagDataToFile(saved));
-  const Bytes bytes = readFile(saved);
-  ASSERT_GE(bytes.size(), 10u);
-  EXPECT_EQ(std::string(bytes.begin(), bytes.begin() + 3), "ID3");
+  ASSERT_TRUE(to.saveTagDataToFile(saved));
+  EXPECT_FALSE(std::filesystem::exists(saved + ".t0"));
   auto reread = openTrack(saved);
   ASSERT_TRUE(reread);
   EXPECT_TRUE(reread->isTagDataFile);
-  EXPECT_EQ(title(*reread), "Saved into tdf");
   EXPECT_EQ(album(*reread), "Loaded album");
-  EXPECT_FALSE(std::filesystem::exists(saved + ".t0"));
-}
-
-TEST_F(TagClipboardTest, LoadFromAnMp3AndFailuresLeaveTheTrackAlone) {
-  auto to = editor("to.mp3", "Target", "To album");
-  EXPECT_TRUE(to->loadTagDataFromFile(dir_.write("other.mp3", sampleMp3("From an mp3"))));
-  EXPECT_EQ(title(*to->track), "From an mp3");
-  EXPECT_FALSE(to->loadTagDataFromFile(dir_.file("missing.tdf")));
-  EXPECT_EQ(title(*to->track), "From an mp3");
-  EXPECT_FALSE(to->saveTagDataToFile(dir_.file("no-such-folder/x.tdf")));
+  EXPECT_TRUE(to.loadTagDataFromFile(dir_.write("other.mp3", sampleMp3("From an mp3"))));
+  EXPECT_FALSE(to.loadTagDataFromFile(dir_.file("missing.tdf")));
+  EXPECT_EQ(title(*to.track), "From an mp3");
+  EXPECT_FALSE(to.saveTagDataToFile(dir_.file("no-such-folder/x.tdf")));
 }
 
 TEST_F(TagClipboardTest, StartFolderExpandsTheHomeSign) {

@@ -5,18 +5,12 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <functional>
 #include <map>
-#include <memory>
 #include <mutex>
-#include <string>
-#include <vector>
 
 #include "engine/open_track.h"
 #include "operations/group_update.h"
 #include "operations/questions.h"
-#include "operations/save_settings.h"
 #include "operations/track_writer.h"
 #include "preferences/preference_keys.h"
 #include "preferences/preferences_controller.h"
@@ -31,48 +25,32 @@
 namespace melos::test {
 
 struct Asked {
-  std::string title;
-  std::string message;
+  std::string title, message;
   std::vector<std::string> buttons;
-  std::string answer;
 };
 
 // Answers by title, in order; the last answer of a title repeats. An alert
-// with the one button "OK" needs no script. Any other question without a
-// script fails the test. Safe to ask from the worker thread.
+// with the one button "OK" needs no script; any other unscripted question
+// fails the test. Safe to ask from the worker thread.
 class ScriptedQuestions : public Questions {
  public:
   void answer(const std::string& title, std::vector<std::string> answers) { script_[title] = std::move(answers); }
-
-  std::string ask(const std::string& title, const std::string& message,
-                  const std::vector<std::string>& buttons) override {
-    Asked asked{title, message, buttons, {}};
-    {
-      std::lock_guard lock(mutex_);
-      auto found = script_.find(title);
-      if (found != script_.end() && !found->second.empty()) {
-        size_t& next = next_[title];
-        asked.answer = found->second[std::min(next, found->second.size() - 1)];
-        ++next;
-      } else if (buttons == std::vector<std::string>{"OK"}) {
-        asked.answer = "OK";
-      } else {
-        ADD_FAILURE() << "unexpected question: " << title << " / " << message;
-        asked.answer = buttons.empty() ? std::string() : buttons.front();
-      }
-      asked_.push_back(asked);
-    }
-    return asked.answer;
+  std::string ask(const std::string& title, const std::string& message, const std::vector<std::string>& buttons) override {
+    std::lock_guard lock(mutex_);
+    asked_.push_back({title, message, buttons});
+    const auto found = script_.find(title);
+    if (found != script_.end()) return found->second[std::min(next_[title]++, found->second.size() - 1)];
+    if (buttons != std::vector<std::string>{"OK"}) ADD_FAILURE() << "unexpected question: " << title;
+    return buttons.front();
   }
-
   std::vector<Asked> asked() const {
     std::lock_guard lock(mutex_);
     return asked_;
   }
-  std::vector<Asked> askedTitled(const std::string& title) const {
-    std::vector<Asked> found;
+  std::vector<std::string> messages(const std::string& title) const {
+    std::vector<std::string> found;
     for (const Asked& a : asked())
-      if (a.title == title) found.push_back(a);
+      if (a.title == title) found.push_back(a.message);
     return found;
   }
 
@@ -87,39 +65,22 @@ class RecordingObserver : public UpdateObserver {
  public:
   void updateStarted(size_t count, const std::string&) override { maximum = count; }
   void progressAdvanced() override { ++progress; }
-  void statusChanged(const std::string&) override {}
   void trackUpdated(size_t index, const TrackOutcome& outcome) override {
-    {
-      std::lock_guard lock(mutex_);
-      updated.push_back(index);
-    }
     if (onTrackUpdated) onTrackUpdated(index, outcome);
   }
-  void updateFinished(bool error, bool close) override {
-    finishedError = error;
-    closeWindow = close;
-    finished = true;
-  }
-
+  void updateFinished(bool error, bool close) override { finishedError = error, closeWindow = close, finished = true; }
   size_t maximum = 0;
   std::atomic<int> progress{0};
-  std::vector<size_t> updated;
   std::atomic<bool> finished{false};
-  bool finishedError = false;
-  bool closeWindow = false;
+  bool finishedError = false, closeWindow = false;
   std::function<void(size_t, const TrackOutcome&)> onTrackUpdated;
-
- private:
-  std::mutex mutex_;  // tracks written at once end on several threads
 };
 
-// The engine's writer, unless a test forces a result: a forced result is
-// returned after the engine has done its work, so the file is as the engine
-// left it.
+// The engine's writer, unless a test forces a result: forceV1 is returned
+// after the engine has done its work, the fail* results instead of it.
 class ForcingWriter : public TrackWriter {
  public:
   int saveV1(ID3Tag& track, bool removeApe, bool keepDates, bool trim) override {
-    ++v1Saves;
     if (failV1Before) return *failV1Before;
     const int result = TrackWriter::saveV1(track, removeApe, keepDates, trim);
     return forceV1.value_or(result);
@@ -129,41 +90,24 @@ class ForcingWriter : public TrackWriter {
     if (failV2Before && (failV2Of.empty() || track.path() == failV2Of)) return *failV2Before;
     return TrackWriter::saveV2(track, moveToTrash, version, keepDates, trim);
   }
-  int removeV1(ID3Tag& track, bool removeApe, bool keepDates) override {
-    ++v1Removals;
-    return TrackWriter::removeV1(track, removeApe, keepDates);
-  }
-  int removeV2(ID3Tag& track, bool moveToTrash, bool keepDates) override {
-    ++v2Removals;
-    return TrackWriter::removeV2(track, moveToTrash, keepDates);
-  }
   bool rename(ID3Tag& track, const SaveSettings& settings) override {
-    ++renames;
-    if (failRename) return false;
-    return TrackWriter::rename(track, settings);
+    return ++renames, !failRename && TrackWriter::rename(track, settings);
   }
   bool makeWritable(const std::string& path) override {
-    ++unlocks;
-    if (failUnlock) return false;
-    return TrackWriter::makeWritable(path);
+    return ++unlocks, !failUnlock && TrackWriter::makeWritable(path);
   }
-  unsigned reopen(ID3Tag& track, int scanMode) override {
-    ++reopens;
-    return TrackWriter::reopen(track, scanMode);
-  }
+  unsigned reopen(ID3Tag& track, int scanMode) override { return ++reopens, TrackWriter::reopen(track, scanMode); }
 
   std::optional<int> forceV1, failV1Before, failV2Before;
   std::string failV2Of;  // when set, failV2Before is for this track alone
-  bool failRename = false;
-  bool failUnlock = false;
-  std::atomic<int> v1Saves{0}, v2Saves{0}, v1Removals{0}, v2Removals{0}, renames{0}, unlocks{0}, reopens{0};
+  bool failRename = false, failUnlock = false;
+  std::atomic<int> v2Saves{0}, renames{0}, unlocks{0}, reopens{0};
 };
 
 // Track files in a folder of their own with the bytes first written, and
 // what an update talks to; both update flows build on it.
 struct TrackFiles {
   TrackFiles() { settings.moveToTrash = false; }
-
   const std::string& addFile(const std::string& name, const Bytes& bytes) {
     paths.push_back(dir.write(name, bytes));
     originals.push_back(bytes);
@@ -194,57 +138,36 @@ inline std::unique_ptr<ID3Tag> openTrack(const std::string& path) {
   EXPECT_NE(OpenTrack(*track, path, kScanQuick, nullptr, true), 0u) << path;
   return track;
 }
-
-// A 2.3 tag whose fields differ from track to track, with the frames a save
-// must keep: a user text, a picture, a UTF-16 text.
-inline Bytes numberedV2Tag(int n) {
-  const std::string k = std::to_string(n);
-  return Id3v2Builder(3)
-      .text("TIT2", Enc::Latin1, "Song " + k)
-      .text("TPE1", Enc::Utf16LE, "Artist \xE4\xB8\xAD " + k)
-      .text("TALB", Enc::Latin1, "Old Album " + k)
-      .text("TYER", Enc::Latin1, "199" + k)
-      .text("TRCK", Enc::Latin1, k + "/12")
-      .text("TPOS", Enc::Latin1, "1/2")
-      .text("TCON", Enc::Latin1, "(17)")
-      .text("TCOM", Enc::Latin1, "Composer " + k)
-      .text("TSRC", Enc::Latin1, "GBAAA000000" + k)
-      .frame(commentFrame(Enc::Latin1, "eng", "", "Comment " + k))
-      .frame(userTextFrame(Enc::Latin1, "NOTE", "kept " + k))
-      .frame(pictureFrame(Enc::Latin1, "image/jpeg", 3, "cover", jpegBytes(64 + static_cast<size_t>(n))))
-      .padding(64)
-      .build();
-}
-
-inline Bytes numberedV1Tag(int n) {
-  Id3v1Fields fields;
-  fields.title = "V1 Song " + std::to_string(n);
-  fields.artist = "V1 Artist";
-  fields.album = "V1 Album";
-  fields.year = "1999";
-  fields.comment = "V1 comment";
-  fields.track = static_cast<uint8_t>(n);
-  fields.genre = 17;
-  return id3v1Tag(fields);
-}
-
-inline Bytes numberedTrack(int n) {
-  return mp3File({numberedV2Tag(n), shortAudio(12 + static_cast<size_t>(n)), {}, numberedV1Tag(n)});
-}
-
 inline ID3Tag reopened(const std::string& path) {
   ID3Tag track;
   OpenTrack(track, path, kScanQuick, nullptr, false);
   return track;
 }
 
+// A 2.3 tag whose fields differ from track to track, with the frames a save
+// must keep (a user text, a picture, a UTF-16 text), and a V1 tag.
+inline Bytes numberedTrack(int n) {
+  const std::string k = std::to_string(n);
+  const Bytes v2 = Id3v2Builder(3)
+                       .text("TIT2", Enc::Latin1, "Song " + k)
+                       .text("TPE1", Enc::Utf16LE, "Artist \xE4\xB8\xAD " + k)
+                       .text("TALB", Enc::Latin1, "Old Album " + k)
+                       .text("TRCK", Enc::Latin1, k + "/12")
+                       .text("TCON", Enc::Latin1, "(17)")
+                       .text("TSRC", Enc::Latin1, "GBAAA000000" + k)
+                       .frame(commentFrame(Enc::Latin1, "eng", "", "Comment " + k))
+                       .frame(userTextFrame(Enc::Latin1, "NOTE", "kept " + k))
+                       .frame(pictureFrame(Enc::Latin1, "image/jpeg", 3, "cover", jpegBytes(64 + size_t(n))))
+                       .padding(64)
+                       .build();
+  const Id3v1Fields v1{"V1 Song " + k, "V1 Artist", "V1 Album", "1999", "V1 comment", uint8_t(n), 17};
+  return mp3File({v2, shortAudio(12 + size_t(n)), {}, id3v1Tag(v1)});
+}
+
 // The bytes of the file behind its leading ID3v2 tag: the audio and any V1 tag.
-inline Bytes afterTag(const std::string& path) {
-  const Bytes bytes = readFile(path);
-  if (bytes.size() < 10 || bytes[0] != 'I' || bytes[1] != 'D' || bytes[2] != '3') return bytes;
+inline Bytes afterTag(const Bytes& bytes) {
   const size_t size = (size_t{bytes[6]} << 21) | (size_t{bytes[7]} << 14) | (size_t{bytes[8]} << 7) | bytes[9];
   return Bytes(bytes.begin() + static_cast<std::ptrdiff_t>(10 + size), bytes.end());
 }
-
 
 }  // namespace melos::test
