@@ -34,24 +34,20 @@ class FakeInput {
   static constexpr unsigned long kTab = 0xFF09, kShift = 0xFFE1, kAlt = 0xFFE9, kControl = 0xFFE3,
                                  kReturn = 0xFF0D, kF = 0x0066, kO = 0x006F;
 
-  FakeInput() {
-    x11_ = dlopen("libX11.so.6", RTLD_NOW);
-    xtst_ = dlopen("libXtst.so.6", RTLD_NOW);
+  FakeInput() : x11_(dlopen("libX11.so.6", RTLD_NOW)), xtst_(dlopen("libXtst.so.6", RTLD_NOW)) {
     if (x11_ == nullptr || xtst_ == nullptr) return;
-    load(x11_, "XOpenDisplay", openDisplay_);
-    load(x11_, "XCloseDisplay", closeDisplay_);
-    load(x11_, "XFlush", flush_);
-    load(x11_, "XKeysymToKeycode", keycode_);
-    load(xtst_, "XTestFakeMotionEvent", motion_);
-    load(xtst_, "XTestFakeButtonEvent", button_);
-    load(xtst_, "XTestFakeKeyEvent", key_);
-    if (openDisplay_ && closeDisplay_ && flush_ && keycode_ && motion_ && button_ && key_)
-      display_ = openDisplay_(nullptr);
+    load(x11_, "XCloseDisplay", closeDisplay_), load(x11_, "XFlush", flush_);
+    load(x11_, "XKeysymToKeycode", keycode_), load(xtst_, "XTestFakeMotionEvent", motion_);
+    load(xtst_, "XTestFakeButtonEvent", button_), load(xtst_, "XTestFakeKeyEvent", key_);
+    void* (*openDisplay)(const char*) = nullptr;
+    load(x11_, "XOpenDisplay", openDisplay);
+    if (openDisplay && closeDisplay_ && flush_ && keycode_ && motion_ && button_ && key_)
+      display_ = openDisplay(nullptr);
   }
   ~FakeInput() {
     if (display_ != nullptr) closeDisplay_(display_);
-    if (xtst_ != nullptr) dlclose(xtst_);
-    if (x11_ != nullptr) dlclose(x11_);
+    for (void* library : {xtst_, x11_})
+      if (library != nullptr) dlclose(library);
   }
   FakeInput(const FakeInput&) = delete;
   FakeInput& operator=(const FakeInput&) = delete;
@@ -79,10 +75,9 @@ class FakeInput {
     function = reinterpret_cast<F>(dlsym(library, name));
   }
 
-  void* x11_ = nullptr;
-  void* xtst_ = nullptr;
+  void* x11_;
+  void* xtst_;
   void* display_ = nullptr;
-  void* (*openDisplay_)(const char*) = nullptr;
   int (*closeDisplay_)(void*) = nullptr;
   int (*flush_)(void*) = nullptr;
   unsigned char (*keycode_)(void*, unsigned long) = nullptr;
