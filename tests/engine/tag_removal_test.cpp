@@ -28,12 +28,18 @@ const Bytes kV1 = [] {
   return test::id3v1Tag(fields);
 }();
 
+// Writes the bytes to NAME in the folder and opens them as a track.
+ID3Tag opened(const test::TempDir& dir, const std::string& name, const Bytes& bytes) {
+  ID3Tag track;
+  EXPECT_NE(test::openBytes(dir, name, bytes, track), 0u);
+  return track;
+}
+
 // Everything behind the tag stays; without a tag the file is rewritten as it is, and no other file stays.
 TEST(V2Remove, Mp3KeepsEverythingBehindTheTag) {
   test::TempDir dir;
   const Bytes behind = test::concat({kAudio, kV1});
-  ID3Tag track;
-  ASSERT_NE(test::openBytes(dir, "a.mp3", test::concat({kV2, behind}), track), 0u);
+  ID3Tag track = opened(dir, "a.mp3", test::concat({kV2, behind}));
   for (int i = 0; i < 2; ++i) {
     ASSERT_EQ(removeV2FromTrack(track, false, false), 0);
     EXPECT_EQ(readFile(track.path()), behind);
@@ -53,8 +59,7 @@ TEST(V2Remove, AiffLosesEveryId3ChunkAndNothingElse) {
     return b.chunk("ANNO", {'x'}).build();
   };
   test::TempDir dir;
-  ID3Tag track;
-  ASSERT_NE(test::openBytes(dir, "a.aif", build(true), track), 0u);
+  ID3Tag track = opened(dir, "a.aif", build(true));
   ASSERT_EQ(removeV2FromTrack(track, false, false), 0);
   EXPECT_EQ(readFile(track.path()), build(false));
 }
@@ -80,8 +85,7 @@ TEST(ApeStrip, Cases) {
     c.change(ape);
     test::TempDir dir;
     const Bytes original = test::mp3File({kV2, kAudio, test::apeTag(ape), c.withV1 ? kV1 : Bytes{}});
-    ID3Tag track;
-    ASSERT_NE(test::openBytes(dir, "a.mp3", original, track), 0u);
+    ID3Tag track = opened(dir, "a.mp3", original);
     EXPECT_EQ(stripAPETag(track, track.path()), c.expected);
     EXPECT_EQ(readFile(track.path()), c.expected == 1 ? test::mp3File({kV2, kAudio, {}, {}}) : original);
     if (&c != cases) continue;

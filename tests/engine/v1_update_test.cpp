@@ -37,6 +37,13 @@ ID3Tag reopen(const std::string& path) {
   return track;
 }
 
+// Writes the bytes to NAME in the folder and opens them as a track.
+ID3Tag opened(const test::TempDir& dir, const std::string& name, const Bytes& bytes) {
+  ID3Tag track;
+  EXPECT_NE(test::openBytes(dir, name, bytes, track), 0u);
+  return track;
+}
+
 // What a field becomes on its way through the 128 bytes, as the track holds it and as it is read again.
 TEST(V1Save, FieldRules) {
   struct Case {
@@ -59,8 +66,7 @@ TEST(V1Save, FieldRules) {
   for (const Case& c : cases) {
     SCOPED_TRACE(&c - cases);
     test::TempDir dir;
-    ID3Tag track;
-    ASSERT_NE(test::openBytes(dir, "a.mp3", kAudioOnly, track), 0u);
+    ID3Tag track = opened(dir, "a.mp3", kAudioOnly);
     track.v1 = sample();
     c.change(track.v1);
     V1Tag expected = sample();
@@ -75,8 +81,7 @@ TEST(V1Save, FieldRules) {
 // A second save overwrites the first; the block is laid out as readers expect it.
 TEST(V1Save, OverwritesOrAppendsAndLeavesOneTag) {
   test::TempDir dir;
-  ID3Tag track;
-  ASSERT_NE(test::openBytes(dir, "a.mp3", kAudioOnly, track), 0u);
+  ID3Tag track = opened(dir, "a.mp3", kAudioOnly);
   track.v1 = sample();
   ASSERT_EQ(updateV1ToTrack(track, false, false, false), 0);
   ASSERT_EQ(updateV1ToTrack(track, false, false, false), 0);
@@ -100,8 +105,7 @@ TEST(V1Save, NotAnMp3OrNoPathIsCode1) {
 
 TEST(V1Save, ApeTagIsCutAndTheNewV1TagStillWritten) {
   test::TempDir dir;
-  ID3Tag track;
-  ASSERT_NE(test::openBytes(dir, "a.mp3", test::mp3File({{}, test::shortAudio(8), kApe, kOldV1}), track), 0u);
+  ID3Tag track = opened(dir, "a.mp3", test::mp3File({{}, test::shortAudio(8), kApe, kOldV1}));
   track.v1 = sample();
   ASSERT_EQ(updateV1ToTrack(track, true, false, false), 0);
   EXPECT_EQ(readFile(track.path()).size(), kAudioOnly.size() + 128);
@@ -111,14 +115,12 @@ TEST(V1Save, ApeTagIsCutAndTheNewV1TagStillWritten) {
 // Only a tag is cut; with the APE tag both go, and the dates can be kept.
 TEST(V1Remove, CutsTheLast128BytesOnlyWhenTheyAreATag) {
   test::TempDir dir;
-  ID3Tag track;
-  ASSERT_NE(test::openBytes(dir, "a.mp3", test::concat({kAudioOnly, kOldV1}), track), 0u);
+  ID3Tag track = opened(dir, "a.mp3", test::concat({kAudioOnly, kOldV1}));
   for (int i = 0; i < 2; ++i) {
     ASSERT_EQ(removeV1FromTrack(track, false, false), 0);
     EXPECT_EQ(readFile(track.path()), kAudioOnly);
   }
-  ID3Tag withApe;
-  ASSERT_NE(test::openBytes(dir, "b.mp3", test::concat({kAudioOnly, kApe, kOldV1}), withApe), 0u);
+  ID3Tag withApe = opened(dir, "b.mp3", test::concat({kAudioOnly, kApe, kOldV1}));
   const struct timespec times[2] = {{1000000000, 5}, {1000000000, 6}};
   ASSERT_EQ(::utimensat(AT_FDCWD, withApe.path().c_str(), times, 0), 0);
   ASSERT_EQ(removeV1FromTrack(withApe, true, true), 0);

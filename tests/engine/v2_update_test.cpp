@@ -69,6 +69,13 @@ Bytes aiffWith(const Bytes& tag, int where) {
   return b.build();
 }
 
+// Writes the bytes to NAME in the folder and opens them as a track.
+ID3Tag opened(const test::TempDir& dir, const std::string& name, const Bytes& bytes) {
+  ID3Tag track;
+  EXPECT_NE(test::openBytes(dir, name, bytes, track), 0u);
+  return track;
+}
+
 // The whole path from the fields to the file and back, for an MP3 and both places of an AIFF tag chunk: the
 // file is the new tag where the old one was and all else as it was, and a second build of what was reread
 // gives the same tag.
@@ -80,8 +87,7 @@ TEST(V2Save, RoundTripsEveryFieldAndKeepsTheRest) {
         SCOPED_TRACE(std::to_string(where) + " 2." + std::to_string(version) + (unicode ? " utf16" : " latin1"));
         test::TempDir dir;
         const Bytes original = where < 0 ? kMp3 : aiffWith(kOldTag, 0);
-        ID3Tag track;
-        ASSERT_NE(test::openBytes(dir, where < 0 ? "a.mp3" : "a.aif", original, track), 0u);
+        ID3Tag track = opened(dir, where < 0 ? "a.mp3" : "a.aif", original);
         track.id3ChunkAfterSound = where == 1;
         track.tagData = test::fullTagData(unicode);
         track.tagData.enabled = track.v2Changed = true;
@@ -125,8 +131,7 @@ TEST(V2Save, AnOddChunkKeepsItsPadByteSoTheTagIsFoundAgain) {
   for (const auto& [original, ids] : cases) {
     SCOPED_TRACE(ids);
     test::TempDir dir;
-    ID3Tag track;
-    ASSERT_NE(test::openBytes(dir, "a.aif", original, track), 0u);
+    ID3Tag track = opened(dir, "a.aif", original);
     track.tagData.enabled = true;
     track.tagData.title = UnicodeText::latin1("X");
     ASSERT_EQ(save(track), kSaveOk);
@@ -143,8 +148,7 @@ TEST(V2Save, AnOddChunkKeepsItsPadByteSoTheTagIsFoundAgain) {
 TEST(V2Save, TemporaryNames) {
   EXPECT_EQ(temporaryName("/m/a.mp3", 99), "/m/a.mp3.t99");
   test::TempDir dir;
-  ID3Tag track;
-  ASSERT_NE(test::openBytes(dir, "a.mp3", kMp3, track), 0u);
+  ID3Tag track = opened(dir, "a.mp3", kMp3);
   dir.write("a.mp3.t0", {'x'});  // someone else's file: passed over and left alone
   test::CountingInjector counter;
   {
@@ -175,8 +179,7 @@ TEST(V2Save, WhatCannotBeSavedIsLeftAlone) {
   EXPECT_EQ(save(noPath), kSaveNoPath);
   test::TempDir dir;
   test::LogCapture log;
-  ID3Tag gone;
-  ASSERT_NE(test::openBytes(dir, "gone.mp3", kMp3, gone), 0u);
+  ID3Tag gone = opened(dir, "gone.mp3", kMp3);
   fs::remove(gone.path());
   EXPECT_EQ(save(gone), kSaveCannotOpenSource);
   EXPECT_FALSE(fs::exists(gone.path()));
@@ -230,8 +233,7 @@ TEST(V2Save, WhatFollowsTheNewTag) {
 
 TEST(V2Save, AnOutputPathLeavesTheOriginalAlone) {
   test::TempDir dir;
-  ID3Tag track;
-  ASSERT_NE(test::openBytes(dir, "a.mp3", kMp3, track), 0u);
+  ID3Tag track = opened(dir, "a.mp3", kMp3);
   const std::string copy = dir.file("copy.mp3");
   track.tagData.title = UnicodeText::latin1("Copy");
   ASSERT_EQ(updateV2ToTrack(track, true, 3, false, false, 0, &copy), kSaveOk);
@@ -247,8 +249,7 @@ TEST(V2Save, AnOutputPathLeavesTheOriginalAlone) {
 
 TEST(V2Save, KeepsPermissionBitsAndRestoresDatesToTheNanosecond) {
   test::TempDir dir;
-  ID3Tag track;
-  ASSERT_NE(test::openBytes(dir, "a.mp3", kMp3, track), 0u);
+  ID3Tag track = opened(dir, "a.mp3", kMp3);
   ASSERT_EQ(::chmod(track.path().c_str(), 0640), 0);
   const struct timespec times[2] = {{1000000000, 123456789}, {1100000000, 987654321}};
   ASSERT_EQ(::utimensat(AT_FDCWD, track.path().c_str(), times, 0), 0);
@@ -273,9 +274,7 @@ TEST(V2Save, KeepsPermissionBitsAndRestoresDatesToTheNanosecond) {
 TEST(V2Save, TheTrashKeepsEachOriginalWithItsInfo) {
   test::TempDir home, one, two;
   const Bytes second = test::mp3File({kOldTag, test::shortAudio(5), {}, {}});
-  ID3Tag a, b;
-  ASSERT_NE(test::openBytes(one, "song.mp3", kMp3, a), 0u);
-  ASSERT_NE(test::openBytes(two, "song.mp3", second, b), 0u);
+  ID3Tag a = opened(one, "song.mp3", kMp3), b = opened(two, "song.mp3", second);
   {
     test::ScopedEnv data("XDG_DATA_HOME", home.path());
     ASSERT_EQ(updateV2ToTrack(a, true, 3, false, false, 0), kSaveOk);
@@ -309,8 +308,7 @@ TEST(V2Save, TrashNamesAndInfo) {
 // A save never writes over what another task is saving or has saved since the track was read.
 TEST(V2Save, AHeldLockLeavesTheFileAlone) {
   test::TempDir dir;
-  ID3Tag track;
-  ASSERT_NE(test::openBytes(dir, "a.mp3", kMp3, track), 0u);
+  ID3Tag track = opened(dir, "a.mp3", kMp3);
   File holder = File::openRead(track.path());
   ASSERT_EQ(::flock(holder.fd(), LOCK_EX), 0);
   test::ScopedLockWait shortWait(100);
@@ -325,9 +323,7 @@ TEST(V2Save, AHeldLockLeavesTheFileAlone) {
 
 TEST(V2Save, ConcurrentSavesOfOneFileNeverCorruptIt) {
   test::TempDir dir;
-  ID3Tag first, second;
-  ASSERT_NE(test::openBytes(dir, "a.mp3", kMp3, first), 0u);
-  ASSERT_NE(OpenTrack(second, first.path(), kScanQuick, nullptr, true), 0u);
+  ID3Tag first = opened(dir, "a.mp3", kMp3), second = reopen(first.path());
   first.tagData.title = UnicodeText::latin1("First");
   second.tagData.title = UnicodeText::latin1("Second");
   test::LogCapture log(1);
