@@ -230,17 +230,22 @@ TEST(TagWriter, TrimDropsBlankTitlesAndStripsTexts) {
   EXPECT_EQ(idsOf(build(track, 3, false)), (std::vector<std::string>{"TIT2", "TPE1", "TSWC"}));
 }
 
-// Whether extra frames are kept or not; a kept ID that is not four characters cannot head a frame.
+// Whether extra frames are kept or not; a kept ID that is not four characters cannot head a frame. 2.3
+// readers know no UTF-8: user texts and kept text frames in it become UTF-16 there.
 TEST(TagWriter, UserTextsAndKeptFramesAreAlwaysWritten) {
   test::LogCapture log;
-  const UserText entry = test::userText(Enc::Latin1, "MOOD", "happy");
+  const UserText latin1 = test::userText(Enc::Latin1, "MOOD", "happy");
+  UserText utf8;
+  utf8.body = test::userTextBody(Enc::Utf8, "d\xC3\xA9", "v");  // "dé", "v"
   for (bool keepExtraFrames : {false, true}) {
     ID3Tag track = trackWith([&](TagData& d) {
-      d.usertext = {entry};
-      d.privdata = {{"TT2", {1, 2}}, {"PRIV", {}}, {"PRIV", {'o', 0, 1, 2}}, {"TLAN", {0, 'e'}}};
+      d.usertext = {latin1, utf8};
+      d.privdata = {{"TT2", {1, 2}}, {"PRIV", {}}, {"PRIV", {3, 'x'}}, {"TSOP", {3, 'S', 0xC3, 0xA9, 0}}, {"TLAN", {0, 'e'}}};
     });
     EXPECT_EQ(framesOf(build(track, 3, false, keepExtraFrames)),
-              (Frames{{"TXXX", entry.body}, {"PRIV", {'o', 0, 1, 2}}, {"TLAN", {0, 'e'}}}));
+              (Frames{{"TXXX", latin1.body}, {"TXXX", concat({W("d\xE9"), {0xFF, 0xFE}, units("v")})}, {"PRIV", {3, 'x'}},
+                      {"TSOP", W("S\xE9")}, {"TLAN", {0, 'e'}}}));
+    EXPECT_EQ(framesOf(build(track, 4))[1].second, utf8.body);
   }
   EXPECT_TRUE(log.has(LogWarning, "'TT2'"));
 }
@@ -274,18 +279,6 @@ TEST(TagWriter, APictureKeepsItsTypeAndDescriptionUnderAMimeOfItsKind) {
   EXPECT_EQ(framesOf(build(track, 3)),
             (Frames{{"APIC", concat({{1} /* UTF-16 */, ascii("image/jpeg"), {0} /* MIME end */, {3} /* front cover */,
                                      test::encodeText(Enc::Utf16LE, "cover", true), jpeg})}}));
-}
-
-// 2.3 readers know no UTF-8: such user texts and kept text frames become UTF-16 there.
-TEST(TagWriter, Utf8TextFramesBecomeUtf16In23) {
-  ID3Tag track;
-  UserText entry;
-  entry.body = test::userTextBody(Enc::Utf8, "d\xC3\xA9", "v");  // "dé", "v"
-  track.tagData.usertext = {entry};
-  track.tagData.privdata = {PrivateData{"TSOP", {3, 'S', 0xC3, 0xA9, 0}}, PrivateData{"PRIV", {3, 'x'}}};
-  EXPECT_EQ(framesOf(build(track, 3)),
-            (Frames{{"TXXX", concat({W("d\xE9"), {0xFF, 0xFE}, units("v")})}, {"TSOP", W("S\xE9")}, {"PRIV", {3, 'x'}}}));
-  EXPECT_EQ(framesOf(build(track, 4))[0].second, entry.body);
 }
 
 // A 2.4 tag as a peer tagger writes it: parts of frames that no field shows,
