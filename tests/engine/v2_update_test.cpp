@@ -291,9 +291,7 @@ TEST(V2Save, TheTrashKeepsEachOriginalWithItsInfo) {
   test::LogCapture log;
   EXPECT_EQ(updateV2ToTrack(a, true, 3, false, false, 0), kSaveOk);
   EXPECT_TRUE(log.has(LogError, "Error moving the original to the trash (")) << log.dump();
-}
-
-TEST(V2Save, TrashNamesAndInfo) {
+  // A name taken in the trash gets a number; the info names the original as a URL path.
   const std::tuple<const char*, int, const char*> names[] = {
       {"song.mp3", 0, "song.mp3"}, {"song.mp3", 1, "song-1.mp3"}, {"a.b.aif", 12, "a.b-12.aif"}, {"noext", 2, "noext-2"},
       {".hidden", 3, ".hidden-3"}};
