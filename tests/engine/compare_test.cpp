@@ -65,12 +65,7 @@ ID3Tag v2Track() {
 }
 
 TEST(CompareV2, CodesInTableOrder) {
-  struct Case {
-    const char* name;
-    void (*change)(TagData&);
-    unsigned code;
-  };
-  const Case cases[] = {
+  const std::tuple<const char*, void (*)(TagData&), unsigned> cases[] = {
       {"same", [](TagData&) {}, 0},
       {"title Latin-1 vs UTF-16", [](TagData& d) { d.title = UnicodeText::utf16(u"Title"); }, 103},
       {"title trimmed", [](TagData& d) { d.title = UnicodeText::latin1(" Title\n"); }, 0},
@@ -97,10 +92,10 @@ TEST(CompareV2, CodesInTableOrder) {
       {"rating email", [](TagData& d) { d.popularity.email = "b@c"; }, 148},
       {"further values", [](TagData& d) { d.moreValues[0].rest = {u"Other"}; }, 149},
   };
-  for (const Case& c : cases) {
+  for (const auto& [name, change, code] : cases) {
     ID3Tag reread = v2Track();
-    c.change(reread.tagData);
-    EXPECT_EQ(CompareV2Tags(v2Track(), reread, 4), c.code) << c.name;
+    change(reread.tagData);
+    EXPECT_EQ(CompareV2Tags(v2Track(), reread, 4), code) << name;
   }
   ID3Tag noTrack = v2Track(), otherTotal = v2Track();
   noTrack.tagData.track = otherTotal.tagData.track = kUnsetNumber;
