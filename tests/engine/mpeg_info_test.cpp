@@ -98,7 +98,15 @@ TEST_F(MpegInfo, StreamShapes) {
   Bytes unknownRate = test::mpegFrame({}), reservedHeader = test::mpegHeaderBytes(reserved);
   std::copy(reservedHeader.begin(), reservedHeader.end(), unknownRate.begin());
   auto withTail = [](size_t frames, const Bytes& tail) { return test::mp3File({{}, test::cbrStream({}, frames), {}, tail}); };
-  const struct { const char* name; Bytes bytes; int result; uint64_t frames; bool after; uint64_t start; uint32_t duration; } cases[] = {
+  auto at64 = [](uint8_t version, uint8_t rateIndex) {
+    MpegHeader h;
+    h.version = version;
+    h.sampleRateIndex = rateIndex;
+    h.bitrateIndex = 8;  // 64 kbps
+    return test::cbrStream(h, 100);
+  };
+  struct Case { const char* name; Bytes bytes; int result; uint64_t frames; bool after; uint64_t start; uint32_t duration, rate = 44100; };
+  const Case cases[] = {
       {"none.mp3", withTail(20, {}), 1, 20, false, 0, 0},
       {"v1.mp3", withTail(20, test::id3v1Tag(v1)), 1, 20, false, 0, 0},
       {"short-tail.mp3", withTail(20, {0x12, 0x34}), 1, 20, false, 0, 0},
@@ -113,10 +121,14 @@ TEST_F(MpegInfo, StreamShapes) {
       {"layer2.mp3", test::cbrStream(layer2, 50), 0, 0, false, 0, 0},
       {"layer2.mp2", test::cbrStream(layer2, 50), 1, 50, false, 0, 1},
       {"low-bit.mp3", {0xFF, 0xE0, 0xFF, 0xFB, 0x90, 0x00}, 1, 1, false, 2, 0},
-      {"low-bit.mpa", {0xFF, 0xE0, 0xFF, 0xFB, 0x90, 0x00}, 1, 1, false, 0, 0},
+      {"low-bit.mpa", {0xFF, 0xE0, 0xFF, 0xFB, 0x90, 0x00}, 1, 1, false, 0, 0, 0},
       {"unknown-rate.mp3", test::concat({test::mpegFrame({}), unknownRate, test::cbrStream({}, 3)}), 1, 5, false, 0, 0},
-      {"no-length.mp3", Bytes(64, 0xFF), 1, 1, false, 0, 0},  // Layer I, bitrate index 15, rate index 3
+      {"no-length.mp3", Bytes(64, 0xFF), 1, 1, false, 0, 0, 0},  // Layer I, bitrate index 15, rate index 3
       {"free.mp3", test::concat({test::mpegHeaderBytes(free), Bytes(40, 0)}), 1, 1, true, 0, 0},
+      // MPEG-2.5 walks end after the first frame: the walk wants the top 12 bits set and MPEG-2.5 clears the twelfth.
+      {"22050.mp3", at64(test::kMpeg2, 0), 1, 100, false, 0, 5, 22050}, {"24000.mp3", at64(test::kMpeg2, 1), 1, 100, false, 0, 4, 24000},
+      {"16000.mp3", at64(test::kMpeg2, 2), 1, 100, false, 0, 7, 16000}, {"11025.mp3", at64(test::kMpeg25, 0), 1, 1, true, 0, 10, 11025},
+      {"12000.mp3", at64(test::kMpeg25, 1), 1, 1, true, 0, 9, 12000},   {"8000.mp3", at64(test::kMpeg25, 2), 1, 1, true, 0, 14, 8000},
       {"empty.mp3", {}, 0, 0, false, 0, 0},
       {"zeros.mp3", Bytes(5000, 0), 0, 0, false, 0, 0},
       {"cut-header.mp3", {0x00, 0xFF, 0xFB}, 0, 0, false, 0, 0},
@@ -126,8 +138,8 @@ TEST_F(MpegInfo, StreamShapes) {
     ASSERT_EQ(parse(c.bytes, kScanFull, c.name), c.result);
     if (c.result == 0) continue;
     const AudioInfo& a = track.audio;
-    EXPECT_EQ(std::make_tuple(a.frames, a.dataAfterAudio, a.audioStart, track.duration),
-              std::make_tuple(c.frames, c.after, c.start, c.duration));
+    EXPECT_EQ(std::make_tuple(a.frames, a.dataAfterAudio, a.audioStart, track.duration, mpegSampleRate(a.version, a.sampleRateIndex)),
+              std::make_tuple(c.frames, c.after, c.start, c.duration, c.rate));
   }
   EXPECT_EQ(parse({0xFF, 0xFB, 0x90, 0x00}, kScanFull, "track.mp3", 10), 0);  // start past the end
 }
@@ -139,28 +151,18 @@ TEST_F(MpegInfo, LameString) {
   struct Case { const char* xingId; std::string lame; std::vector<test::FrameText> texts; const char* expected; };
   const std::string abc = "ABCDEFGHIJKLMNOP", u20(20, 'U');
   const Case cases[] = {
-      {"Info", "LAME3.99r" + abc, {}, "LAME3.99r"},
-      {"Xing", "LAME3.99r" + abc, {}, "LAME3.99r"},
-      {"xing", "LAME3.98", {}, "LAME3.98"},
-      {"INFO", "LAME3.90.3ABCDEFGHIJ", {}, "LAME3.90"},  // 8 when the ninth is '.'
-      {"Info", "LAME4.0 " + abc, {}, "LAME4.0 A"},
-      {"Info", "LAMEbeta" + abc, {}, "LAMEbetaA"},
+      {"Info", "LAME3.99r" + abc, {}, "LAME3.99r"}, {"Xing", "LAME3.99r" + abc, {}, "LAME3.99r"},
+      {"xing", "LAME3.98", {}, "LAME3.98"},         {"INFO", "LAME3.90.3ABCDEFGHIJ", {}, "LAME3.90"},  // 8 when the ninth is '.'
+      {"Info", "LAME4.0 " + abc, {}, "LAME4.0 A"},  {"Info", "LAMEbeta" + abc, {}, "LAMEbetaA"},
       {"Info", "LAME3.88 (beta)" + abc, {}, "LAME3.88 (beta)ABCDE"},  // earlier versions: 20
       {"Info", "LAME3.100" + abc, {}, "LAME3.100ABCDEFGHIJK"},         // read as a decimal: 3.1
-      {"Info", "LAME3.100", {}, "LAME3.100"},
-      {"Info", "lame3.99r", {}, ""},
-      {"Info", "GOGO", {}, ""},
-      {"Nope", "LAME3.99r", {}, ""},
-      {"Info", "LAME3.99r", {{2, 400, "LAME3.98r"}}, "LAME3.99r"},
+      {"Info", "LAME3.100", {}, "LAME3.100"}, {"Info", "lame3.99r", {}, ""}, {"Info", "GOGO", {}, ""},
+      {"Nope", "LAME3.99r", {}, ""},          {"Info", "LAME3.99r", {{2, 400, "LAME3.98r"}}, "LAME3.99r"},
       {nullptr, "", {{0, test::XingHeader::kOffset, "LAME3.97 and more"}}, "LAME3.97"},
-      {nullptr, "", {{4, 400, "LAME3.99r"}}, "LAME3.99"},
-      {nullptr, "", {{4, 380, "LAME3.99r" + u20}}, "LAME3.99"},
-      {nullptr, "", {{4, 400, "lame3.99r"}}, "lame3.99"},
-      {nullptr, "", {{198, 400, "LAME3.99r"}}, "LAME3.99"},
-      {nullptr, "", {{199, 400, "LAME3.99r"}}, ""},
-      {nullptr, "", {{4, 390, "LAME3.99r"}}, ""},
-      {nullptr, "", {{4, 380, "LAME3.99r\x01" + u20}}, ""},
-      {nullptr, "", {{4, 380, "LAME3.99r L" + u20}}, ""},
+      {nullptr, "", {{4, 400, "LAME3.99r"}}, "LAME3.99"},   {nullptr, "", {{4, 380, "LAME3.99r" + u20}}, "LAME3.99"},
+      {nullptr, "", {{4, 400, "lame3.99r"}}, "lame3.99"},   {nullptr, "", {{198, 400, "LAME3.99r"}}, "LAME3.99"},
+      {nullptr, "", {{199, 400, "LAME3.99r"}}, ""},         {nullptr, "", {{4, 390, "LAME3.99r"}}, ""},
+      {nullptr, "", {{4, 380, "LAME3.99r\x01" + u20}}, ""}, {nullptr, "", {{4, 380, "LAME3.99r L" + u20}}, ""},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.lame + (c.texts.empty() ? "" : c.texts[0].text));
@@ -173,27 +175,6 @@ TEST_F(MpegInfo, LameString) {
     ASSERT_EQ(parse(test::mpegStream(s), kScanFull), 1);
     EXPECT_EQ(track.audio.lame, c.expected);
     EXPECT_EQ(track.audio.frames, 250u);  // the Xing frame is a frame like the others
-  }
-}
-
-// MPEG-2.5 walks end after the first frame: the walk wants the top 12 bits set
-// and MPEG-2.5 clears the twelfth.
-TEST_F(MpegInfo, Mpeg2And25SampleRates) {
-  const struct { uint8_t version, rateIndex; uint32_t rate; uint64_t frames; } cases[] = {
-      {test::kMpeg2, 0, 22050, 100}, {test::kMpeg2, 1, 24000, 100}, {test::kMpeg2, 2, 16000, 100},
-      {test::kMpeg25, 0, 11025, 1},  {test::kMpeg25, 1, 12000, 1},  {test::kMpeg25, 2, 8000, 1}};
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.rate);
-    MpegHeader h;
-    h.version = c.version;
-    h.sampleRateIndex = c.rateIndex;
-    h.bitrateIndex = 8;  // 64 kbps
-    Bytes stream = test::cbrStream(h, 100);
-    ASSERT_EQ(parse(stream, kScanFull), 1);
-    const AudioInfo& a = track.audio;
-    EXPECT_EQ(std::make_tuple(mpegSampleRate(a.version, a.sampleRateIndex), a.bitrate, a.frames, a.byteSum, a.dataAfterAudio),
-              std::make_tuple(c.rate, 64u, c.frames, (c.frames - 1) * test::mpegFrameLength(h), c.frames == 1));
-    EXPECT_EQ(track.duration, c.frames > 1 ? stream.size() / (64u * 125u) : track.duration);
   }
 }
 
