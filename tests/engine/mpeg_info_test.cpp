@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
-
 #include "engine/log.h"
 #include "tests/support/ape_builder.h"
 #include "tests/support/id3v1_builder.h"
@@ -136,33 +134,16 @@ TEST_F(MpegInfo, LameString) {
   }
 }
 
-TEST_F(MpegInfo, ArbitraryBytesAreSafe) {
-  std::mt19937 random(1234);
-  for (int round = 0; round < 300; ++round) {
-    Bytes bytes(static_cast<size_t>(random() % 3000));
-    for (uint8_t& b : bytes) b = static_cast<uint8_t>(random());
-    for (int i = 0; i < 8 && bytes.size() > 4; ++i) {  // a few syncs for the walk to follow
-      size_t at = random() % (bytes.size() - 1);
-      bytes[at] = 0xFF, bytes[at + 1] |= 0xE2;
-    }
-    bool opened = parse(bytes, static_cast<int>(round % 4)) == 1;
-    EXPECT_TRUE(!opened || (track.audio.audioStart < bytes.size() && track.audio.bitrateText.size() <= 63u &&
-                            track.audio.lame.size() <= 255u));
-  }
-}
-
 TEST(MpegTables, BitratesAndSampleRatesAreTheStandardOnes) {
   for (uint8_t version : {test::kMpeg1, test::kMpeg2, test::kMpeg25})
     for (uint8_t layer = 1; layer <= 3; ++layer)
       for (uint8_t index = 0; index < 16; ++index)
-        EXPECT_EQ(mpegBitrate(version, layer - 1u, index), test::mpegTestBitrate(version, layer, index))
-            << int{version} << " " << int{layer} << " " << int{index};
+        EXPECT_EQ(mpegBitrate(version, layer - 1u, index), test::mpegTestBitrate(version, layer, index)) << version * 100 + layer * 20 + index;
   for (uint8_t version = 0; version < 4; ++version)
     for (uint8_t index = 0; index < 4; ++index)
       EXPECT_EQ(mpegSampleRate(version, index), test::mpegTestSampleRate(version, index));
   EXPECT_EQ(mpegBitrate(3, 3, 5) + mpegBitrate(3, 2, 99) + mpegSampleRate(9, 0), 0u);
-  EXPECT_STREQ(channelModeName(kMono), "mono");
-  EXPECT_STREQ(channelModeName(kMultiChannel + 1), "");
+  EXPECT_EQ(std::string(channelModeName(kMono)) + channelModeName(kMultiChannel + 1), "mono");
 }
 
 }  // namespace
