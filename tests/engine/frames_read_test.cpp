@@ -115,25 +115,20 @@ TEST(FrameRead, WhatAFieldCannotShowIsKept) {
             std::make_tuple(uint16_t{7}, kUnsetNumber, std::string("2010-01-01"), std::string("png")));
   ID3Tag kept = walkFrames(3, {textFrame("TIT2", Enc::Latin1, "1"), textFrame("TIT2", Enc::Latin1, "2"), test::userTextFrame(Enc::Latin1, "A", "1"),
                                 test::userTextFrame(Enc::Utf16LE, "B", "2"), Id3Frame("MCDI", toc)});
-  EXPECT_EQ(kept.tagData.privdata.at(0).body, test::textBody(Enc::Latin1, "2"));
-  EXPECT_EQ(kept.tagData.privdata.at(1).body, toc);
-  EXPECT_EQ(utf8(kept.tagData.usertext.at(1).value), "2");
+  EXPECT_TRUE(kept.tagData.privdata.at(0).body == test::textBody(Enc::Latin1, "2") && kept.tagData.privdata.at(1).body == toc &&
+              utf8(kept.tagData.usertext.at(1).value) == "2");
 }
 
 TEST(FrameRead, TextEncodingsGenresAndNumbers) {
   // UTF-8 becomes Latin-1 when every character fits, else UTF-16; big-endian without a mark gets one.
   const std::tuple<Enc, const char*, bool, std::string> encodings[] = {
-      {Enc::Latin1, "caf\u00e9", false, "caf\xE9"},
-      {Enc::Utf16LE, "caf\u00e9", true, std::string("\xFF\xFE" "c\0a\0f\0\xE9\0", 10)},
-      {Enc::Utf16BEWithBom, "ab", true, std::string("\xFE\xFF\0a\0b", 6)},
-      {Enc::Utf16BE, "ab", true, std::string("\xFE\xFF\0a\0b", 6)},
-      {Enc::Utf8, "caf\u00e9", false, "caf\xE9"},
-      {Enc::Utf8, "\u4e2d\u6587", true, std::string("\xFF\xFE\x2D\x4E\x87\x65", 6)},
+      {Enc::Latin1, "caf\u00e9", false, "caf\xE9"}, {Enc::Utf16LE, "caf\u00e9", true, std::string("\xFF\xFE" "c\0a\0f\0\xE9\0", 10)},
+      {Enc::Utf16BEWithBom, "ab", true, std::string("\xFE\xFF\0a\0b", 6)}, {Enc::Utf16BE, "ab", true, std::string("\xFE\xFF\0a\0b", 6)},
+      {Enc::Utf8, "caf\u00e9", false, "caf\xE9"}, {Enc::Utf8, "\u4e2d\u6587", true, std::string("\xFF\xFE\x2D\x4E\x87\x65", 6)},
   };
   for (const auto& [enc, text, unicode, stored] : encodings) {
     ID3Tag track = walkFrames(3, {textFrame("TIT2", enc, text)});
-    EXPECT_EQ(track.tagData.title, (UnicodeText{stored, unicode})) << text;
-    EXPECT_EQ(utf8(track.tagData.title), text);
+    EXPECT_TRUE(track.tagData.title == (UnicodeText{stored, unicode}) && utf8(track.tagData.title) == text) << text;
   }
   const std::pair<const char*, const char*> genres[] = {
       {"(17)", "Rock"},       {"(17)Rock", "Rock"}, {"Rock", "Rock"},     {"17", "Rock"},   {"(0)Blues", "Blues"},
