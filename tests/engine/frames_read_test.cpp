@@ -72,7 +72,7 @@ TEST(FrameRead, EveryRowOfTheFrameTable) {
   check(test::pictureFrame(Enc::Latin1, "image/jpeg", 3, "cover", jpeg), [&jpeg](const TagData& d) {
     EXPECT_EQ(d.picdata, (std::vector<PicData>{{jpeg, "jpeg", kPictureFrontCover, UnicodeText::latin1("cover")}}));
   });
-  for (const FrameSpec& spec : kFrameTable) EXPECT_TRUE(covered.count(std::string(spec.id))) << spec.id;
+  for (const auto& row : kFrameTable) EXPECT_TRUE(covered.count(std::string(row.id))) << row.id;
 }
 
 // Nothing a field cannot show is lost: it is kept to be written back.
