@@ -22,14 +22,10 @@ std::string contents(const std::string& path) {
 // Attaches a temporary file as the log and gives back what was written.
 class LogFile {
  public:
-  explicit LogFile(unsigned level = 3, int letterMode = 0, const char* name = nullptr, int id = 0)
-      : path(dir.file("melos.log")) {
+  explicit LogFile(unsigned level = 3, int letterMode = 0, const char* name = nullptr, int id = 0) : path(dir.file("melos.log")) {
     AttachLogStream(level, std::fopen(path.c_str(), "a+"), name, false, letterMode, id);
   }
-  ~LogFile() {
-    CloseLog();
-    AttachLogStream(kInitialLogLevel, nullptr, nullptr, false, 0);
-  }
+  ~LogFile() { CloseLog(), AttachLogStream(kInitialLogLevel, nullptr, nullptr, false, 0); }
   std::string text() const { return contents(path); }
   test::TempDir dir;
   std::string path;
@@ -37,7 +33,7 @@ class LogFile {
 
 const char* const kStamp = R"(\d{4}-\d{2}-\d{2} \d{2}:\d{2}:\d{2})";
 
-TEST(Log, LineShapes) {
+TEST(Log, LineShapesAndTheEcho) {
   const std::string x(3000, 'x');
   const struct { unsigned max; int mode; const char* name; int id; unsigned level; const char* format; std::string arg; bool stamped; std::string ends; } cases[] = {
       {3, 0, nullptr, 0, LogAlways, "%s", "plain", true, ": plain\n"}, {3, 0, nullptr, 0, LogAlways, "#%s", " header", false, "# header\n"},
@@ -59,10 +55,7 @@ TEST(Log, LineShapes) {
     EXPECT_EQ(std::regex_search(text, std::regex(std::string("^") + kStamp)), c.stamped);
     EXPECT_TRUE(text.ends_with(c.ends) && (!c.ends.empty() || text.empty())) << text;
   }
-}
-
-// The logged text is printed as it is, never used as a format.
-TEST(Log, EchoPrintsTheMessageAsText) {
+  // The echo prints the logged text as it is, never used as a format.
   LogFile log;
   SetLogEcho(1);
   testing::internal::CaptureStdout();

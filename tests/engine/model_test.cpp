@@ -27,7 +27,7 @@ ID3Tag fullSource() {
   return s;
 }
 
-TEST(CopyTagData, AllSetCopiesEverythingButTheTrackOwnFields) {
+TEST(CopyTagData, AllCopiesEverythingButTheTrackOwnFieldsSelectorsTheirOwn) {
   ID3Tag to;
   to.isMp3File = true;
   to.tagData.grouping = "mine";
@@ -51,22 +51,21 @@ TEST(CopyTagData, AllSetCopiesEverythingButTheTrackOwnFields) {
   ID3Tag source = fullSource(), copy(source);  // copies are deep
   source.tagData.picdata[0].data[2] = 99, source.tagData.title.data[0] = 'X';
   EXPECT_TRUE(copy.tagData.picdata[0].data[2] == 1 && copy.tagData.title.toUtf8() == "Title");
-}
 
-TEST(CopyTagData, SelectorsGuardTheirFields) {
+  // Without all, the selectors guard their fields.
   struct Case { bool title, track, composer, origArtist; };
   for (const Case& c : {Case{false, false, false, false}, Case{true, false, true, false}, Case{false, true, false, true}}) {
-    ID3Tag source = fullSource(), to;
-    source.tagData.track = 5, source.v1.track = 6, to.isMp3File = true;
-    CopyTagData(to, source, false, c.title, c.track, c.composer, c.origArtist);
-    EXPECT_EQ(std::vector<bool>({!to.tagData.title.empty(), !to.v1.title.empty(), to.tagData.track == 5, to.v1.track == 6,
-                                 !to.tagData.composer.empty(), !to.tagData.origArtist.empty()}),
+    ID3Tag from = fullSource(), into;
+    from.tagData.track = 5, from.v1.track = 6, into.isMp3File = true;
+    CopyTagData(into, from, false, c.title, c.track, c.composer, c.origArtist);
+    EXPECT_EQ(std::vector<bool>({!into.tagData.title.empty(), !into.v1.title.empty(), into.tagData.track == 5, into.v1.track == 6,
+                                 !into.tagData.composer.empty(), !into.tagData.origArtist.empty()}),
               std::vector<bool>({c.title, c.title, c.track, c.track, c.composer, c.origArtist}));
-    EXPECT_TRUE(to.tagData.lyrics.empty() && to.tagData.album.toUtf8() == "Album");  // lyrics only with all
+    EXPECT_TRUE(into.tagData.lyrics.empty() && into.tagData.album.toUtf8() == "Album");  // lyrics only with all
   }
 }
 
-TEST(Text, GenresConversionsAndTrimming) {
+TEST(Text, GenresConversionsTrimmingAndTimestamps) {
   EXPECT_EQ(kGenres[67], "Psychadelic");  // the old misspelling, as other taggers store it
   EXPECT_TRUE(std::is_permutation(kGenres.begin(), kGenres.end(), kGenresSorted.begin()));
   EXPECT_EQ(std::string(kGenresSorted.front()) + std::string(kGenresSorted.back()) + std::string(genreName(80)) +
@@ -81,9 +80,7 @@ TEST(Text, GenresConversionsAndTrimming) {
   EXPECT_EQ(wide.length() * 10 + big.length(), 42u);  // a surrogate pair counts two units
   EXPECT_EQ(wide.toUtf8() + big.toUtf8() + std::string(trimLatin1("\t a b\r\n ")), "\U0001F3B5 xhia b");
   EXPECT_EQ(utf8ToU16("a\xFF" "b") + std::u16string(trimU16(u"  x ")), u"a\uFFFD" "bx");
-}
-
-TEST(Timestamp, Normalise) {
+  // Time stamps are normalised to the ID3 form, cut where a part is out of range.
   const struct { const char* text; bool separator, zone; const char* result; } cases[] = {
       {"2007-5-3 9:7", false, false, "2007-05-03 09:07"}, {"2007-5-3 9:7", true, false, "2007-05-03T09:07"},
       {"2007-5-3 9:7", true, true, "2007-05-03T09:07Z"},  {"2007-05-03T09:07:05", false, false, "2007-05-03 09:07:05"},
