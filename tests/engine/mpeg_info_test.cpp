@@ -123,7 +123,8 @@ TEST_F(MpegInfo, LameString) {
       {nullptr, "", {{4, 400, "LAME3.99r"}}, "LAME3.99"},   {nullptr, "", {{4, 380, "LAME3.99r" + u20}}, "LAME3.99"},
       {nullptr, "", {{4, 400, "lame3.99r"}}, "lame3.99"},   {nullptr, "", {{198, 400, "LAME3.99r"}}, "LAME3.99"},
       {nullptr, "", {{199, 400, "LAME3.99r"}}, ""},         {nullptr, "", {{4, 390, "LAME3.99r"}}, ""},
-      {nullptr, "", {{4, 380, "LAME3.99r\x01" + u20}}, ""}, {nullptr, "", {{4, 380, "LAME3.99r L" + u20}}, ""},
+      {nullptr, "", {{4, 380, "LAME3.99r\x01" + u20}}, ""}, {nullptr, "", {{4, 380, "LAME3.99r\x7F" + u20}}, ""},
+      {nullptr, "", {{4, 380, "LAME3.99r L" + u20}}, ""},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.lame + (c.texts.empty() ? "" : c.texts[0].text));
