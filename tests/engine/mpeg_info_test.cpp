@@ -74,6 +74,7 @@ TEST_F(MpegInfo, StreamShapes) {
   auto at64 = [](uint8_t version, uint8_t rate) { return test::cbrStream({.version = version, .bitrateIndex = 8, .sampleRateIndex = rate}, 100); };
   struct Case { const char* name; Bytes bytes; int result; uint64_t frames; bool after; uint64_t start; uint32_t duration, rate = 44100; };
   const Case cases[] = {
+      {"lead-zero.mp3", test::concat({{0}, test::cbrStream({}, 3)}), 1, 3, false, 1, 0},
       {"none.mp3", withTail(20, {}), 1, 20, false, 0, 0}, {"v1.mp3", withTail(20, test::id3v1Tag({})), 1, 20, false, 0, 0},
       {"short-tail.mp3", withTail(20, {0x12, 0x34}), 1, 20, false, 0, 0}, {"junk.mp3", withTail(20, Bytes(64, 0)), 1, 20, true, 0, 0},
       {"ape.mp3", withTail(20, test::apeTag(ape)), 1, 20, true, 0, 0},
