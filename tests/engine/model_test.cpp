@@ -3,169 +3,96 @@
 #include <gtest/gtest.h>
 
 #include "engine/genres.h"
+#include "engine/timestamp.h"
 
 namespace melos {
 namespace {
 
 ID3Tag fullSource() {
   ID3Tag s;
-  s.isMp3File = true;
-  s.v1Loaded = true;
+  s.isMp3File = s.v1Loaded = s.v2Read = true;
   s.v1 = V1Tag{true, "V1 title", "V1 artist", "V1 album", "1999", "V1 comment", 0, 17};
-  s.v2Read = true;
   TagData& d = s.tagData;
-  d.enabled = true;
-  d.title = UnicodeText::latin1("Title");
-  d.artist = UnicodeText::utf16(u"Art\u4e2d");
-  d.album = UnicodeText::latin1("Album");
-  d.year = "2001";
-  d.comment = UnicodeText::latin1("Comment");
-  d.genre = UnicodeText::latin1("Rock");
-  d.composer = UnicodeText::latin1("Composer");
-  d.origArtist = UnicodeText::latin1("Orig");
-  d.lyrics = UnicodeText::latin1("Lyrics");
-  d.url = "http://u";
-  d.track = 0;
-  d.tracks = 12;
-  d.set = 1;
-  d.sets = 0;
-  d.compilation = true;
-  d.musiccdid = "cd";
-  d.grouping = "g";
-  d.usertext.push_back(UserText{{0, 'a', 0, 'b'}, UnicodeText::latin1("a"), UnicodeText::latin1("b")});
+  d.enabled = d.compilation = true;
+  auto latin1 = UnicodeText::latin1;
+  d.title = latin1("Title"), d.album = latin1("Album"), d.composer = latin1("Composer"), d.origArtist = latin1("Orig");
+  d.artist = UnicodeText::utf16(u"Art\u4e2d"), d.lyrics = latin1("Lyrics");
+  d.track = d.sets = 0, d.tracks = 12, d.set = 1, d.advisory = 2;
+  d.musiccdid = d.grouping = "cd", d.mood = "Calm", d.recordtime = "2001-02-03T04:05", d.releasetime = std::string(80, '9');
+  d.usertext = {UserText{{0, 'a', 0, 'b'}, latin1("a"), latin1("b")}};
   d.popularity = PopularityData{"e@x", 200, "3"};
-  d.privdata.push_back(PrivateData{"TLAN", {0, 'e'}});
+  d.privdata = {PrivateData{"TLAN", {0, 'e'}}};
   d.uniqueid = UniqueFileID{"owner", {1, 2}};
-  d.picdata.push_back(PicData{{0xFF, 0xD8, 1, 2}, "jpeg"});
-  d.recordtime = "2001-02-03T04:05";
-  d.releasetime = std::string(80, '9');
-  d.advisory = 2;
-  d.mood = "Calm";
+  d.picdata = {PicData{{0xFF, 0xD8, 1, 2}, "jpeg"}};
   return s;
 }
 
-TEST(TrackModel, FreshTrack) {
-  ID3Tag track;
-  EXPECT_TRUE(track.readOnly);
-  EXPECT_TRUE(track.v2ReadingOption);
-  EXPECT_TRUE(track.aiffSizeTolerance);
-  EXPECT_TRUE(track.id3ChunkAfterSound);
-  EXPECT_EQ(track.keepMode, 1);
-  EXPECT_EQ(track.tagData.track, kUnsetNumber);
-  EXPECT_EQ(track.tagData.tracks, kUnsetNumber);
-  EXPECT_EQ(track.tagData.set, kUnsetNumber);
-  EXPECT_EQ(track.tagData.sets, kUnsetNumber);
-  EXPECT_EQ(track.v1.track, kUnsetV1);
-  EXPECT_EQ(track.v1.genre, kUnsetV1);
-  EXPECT_EQ(track.fileSizeText, "0 bytes");
-  EXPECT_EQ(track.durationText, "0:00");
-}
-
-TEST(CopyTagData, AllSetCopiesEverythingButTheTrackOwnFields) {
+TEST(CopyTagData, AllCopiesEverythingButTheTrackOwnFieldsSelectorsTheirOwn) {
   ID3Tag to;
   to.isMp3File = true;
-  to.tagData.compilation = false;
   to.tagData.grouping = "mine";
   CopyTagData(to, fullSource(), true, false, false, false, false);
   const TagData& d = to.tagData;
-  EXPECT_EQ(d.title.toUtf8(), "Title");
+  EXPECT_EQ(d.title.toUtf8() + d.lyrics.toUtf8() + d.recordtime + d.mood, "TitleLyrics2001-02-03 04:05Calm");
   EXPECT_EQ(d.artist, UnicodeText::utf16(u"Art\u4e2d"));
-  EXPECT_EQ(d.lyrics.toUtf8(), "Lyrics");
-  EXPECT_EQ(d.track, kUnsetNumber);  // 0 becomes unset
-  EXPECT_EQ(d.tracks, 12);
-  EXPECT_EQ(d.set, 1);
-  EXPECT_EQ(d.sets, kUnsetNumber);
-  ASSERT_EQ(d.picdata.size(), 1u);
-  EXPECT_EQ(d.recordtime, "2001-02-03 04:05");
-  EXPECT_EQ(d.releasetime.size(), kMaxTimeText);
-  EXPECT_EQ(d.advisory, 2);
-  EXPECT_EQ(d.mood, "Calm");
+  EXPECT_EQ(std::vector<int>({d.track, d.tracks, d.set, d.sets, d.advisory, static_cast<int>(d.picdata.size()),
+                              static_cast<int>(d.releasetime.size())}),
+            std::vector<int>({kUnsetNumber, 12, 1, kUnsetNumber, 2, 1, static_cast<int>(kMaxTimeText)}));  // 0 becomes unset
   // Deliberately never copied.
-  EXPECT_FALSE(d.compilation);
-  EXPECT_EQ(d.grouping, "mine");
-  EXPECT_TRUE(d.musiccdid.empty());
-  EXPECT_TRUE(d.usertext.empty());
-  EXPECT_TRUE(d.privdata.empty());
-  EXPECT_EQ(d.popularity, PopularityData{});
-  EXPECT_EQ(d.uniqueid, UniqueFileID{});
-  // V1, into an MP3 track.
-  EXPECT_TRUE(to.v1Loaded);
-  EXPECT_EQ(to.v1.title, "V1 title");
-  EXPECT_EQ(to.v1.track, kUnsetV1);
-  EXPECT_EQ(to.v1.genre, 17);
-}
+  EXPECT_FALSE(d.compilation || !d.musiccdid.empty() || !d.usertext.empty() || !d.privdata.empty() || d.grouping != "mine" ||
+               d.popularity != PopularityData{} || d.uniqueid != UniqueFileID{});
+  EXPECT_EQ(std::make_tuple(to.v1Loaded, to.v1.title, to.v1.track, to.v1.genre), std::make_tuple(true, "V1 title", kUnsetV1, uint8_t{17}));
 
-TEST(CopyTagData, SelectorsGuardTheirFields) {
-  struct Case {
-    bool title, track, composer, origArtist;
-  };
+  ID3Tag aiff;  // an AIFF track has no V1
+  aiff.isAiffFile = aiff.v1.enabled = aiff.v1Loaded = true;
+  CopyTagData(aiff, fullSource(), true, false, false, false, false);
+  EXPECT_FALSE(aiff.v1.enabled || aiff.v1Loaded || !aiff.v1.title.empty() || aiff.tagData.title.toUtf8() != "Title");
+
+  ID3Tag source = fullSource(), copy(source);  // copies are deep
+  source.tagData.picdata[0].data[2] = 99, source.tagData.title.data[0] = 'X';
+  EXPECT_TRUE(copy.tagData.picdata[0].data[2] == 1 && copy.tagData.title.toUtf8() == "Title");
+
+  // Without all, the selectors guard their fields.
+  struct Case { bool title, track, composer, origArtist; };
   for (const Case& c : {Case{false, false, false, false}, Case{true, false, true, false}, Case{false, true, false, true}}) {
-    ID3Tag source = fullSource();
-    source.tagData.track = 5;
-    source.v1.track = 6;
-    ID3Tag to;
-    to.isMp3File = true;
-    CopyTagData(to, source, false, c.title, c.track, c.composer, c.origArtist);
-    EXPECT_EQ(!to.tagData.title.empty(), c.title);
-    EXPECT_EQ(to.v1.title.empty(), !c.title);
-    EXPECT_EQ(to.tagData.track == 5, c.track);
-    EXPECT_EQ(to.v1.track == 6, c.track);
-    EXPECT_EQ(!to.tagData.composer.empty(), c.composer);
-    EXPECT_EQ(!to.tagData.origArtist.empty(), c.origArtist);
-    EXPECT_TRUE(to.tagData.lyrics.empty());  // lyrics only with all
-    EXPECT_EQ(to.tagData.album.toUtf8(), "Album");
+    ID3Tag from = fullSource(), into;
+    from.tagData.track = 5, from.v1.track = 6, into.isMp3File = true;
+    CopyTagData(into, from, false, c.title, c.track, c.composer, c.origArtist);
+    EXPECT_EQ(std::vector<bool>({!into.tagData.title.empty(), !into.v1.title.empty(), into.tagData.track == 5, into.v1.track == 6,
+                                 !into.tagData.composer.empty(), !into.tagData.origArtist.empty()}),
+              std::vector<bool>({c.title, c.title, c.track, c.track, c.composer, c.origArtist}));
+    EXPECT_TRUE(into.tagData.lyrics.empty() && into.tagData.album.toUtf8() == "Album");  // lyrics only with all
   }
 }
 
-TEST(CopyTagData, IntoAnAiffTrackClearsItsV1) {
-  ID3Tag to;
-  to.isAiffFile = true;
-  to.v1.enabled = true;
-  to.v1Loaded = true;
-  CopyTagData(to, fullSource(), true, false, false, false, false);
-  EXPECT_FALSE(to.v1.enabled);
-  EXPECT_FALSE(to.v1Loaded);
-  EXPECT_TRUE(to.v1.title.empty());
-  EXPECT_EQ(to.tagData.title.toUtf8(), "Title");
-}
-
-TEST(CopyTagData, CopyConstructionMakesDeepCopies) {
-  ID3Tag source = fullSource();
-  ID3Tag copy(source);
-  source.tagData.picdata[0].data[2] = 99;
-  source.tagData.title.data[0] = 'X';
-  EXPECT_EQ(copy.tagData.picdata[0].data[2], 1);
-  EXPECT_EQ(copy.tagData.title.toUtf8(), "Title");
-  EXPECT_TRUE(copy.path().empty());
-}
-
-TEST(Genres, ListsAndLookups) {
+TEST(Text, GenresConversionsTrimmingAndTimestamps) {
   EXPECT_EQ(kGenres[67], "Psychadelic");  // the old misspelling, as other taggers store it
-  EXPECT_EQ(kGenresSorted.front(), "Acid");
-  EXPECT_EQ(kGenresSorted.back(), "Vocal");
   EXPECT_TRUE(std::is_permutation(kGenres.begin(), kGenres.end(), kGenresSorted.begin()));
-  EXPECT_EQ(genreName(80), "Other");
-  EXPECT_EQ(genreName(255), "Other");
-  EXPECT_EQ(genreIndex("hard rock", false), 79);
-  EXPECT_EQ(genreIndex("BLUES", false), 0);
-  EXPECT_EQ(genreIndex("Chiptune", false), -1);
-  EXPECT_EQ(genreIndex("Chiptune", true), 12);
-  EXPECT_EQ(genreIndex("", true), 12);
-}
+  EXPECT_EQ(std::string(kGenresSorted.front()) + std::string(kGenresSorted.back()) + std::string(genreName(80)) +
+                std::string(genreName(255)), "AcidVocalOtherOther");
+  const std::tuple<const char*, bool, int> lookups[] = {
+      {"hard rock", false, 79}, {"BLUES", false, 0}, {"Chiptune", false, -1}, {"Chiptune", true, 12}, {"", true, 12}};
+  for (const auto& [name, other, index] : lookups) EXPECT_EQ(genreIndex(name, other), index) << name;
 
-TEST(Text, ConversionsAndTrimming) {
   EXPECT_EQ(UnicodeText::fromUtf8("caf\u00e9"), UnicodeText::latin1("caf\xE9"));
-  UnicodeText wide = UnicodeText::fromUtf8("\U0001F3B5 x");
-  EXPECT_TRUE(wide.unicode);
-  EXPECT_EQ(wide.length(), 4u);  // a surrogate pair counts two units
-  EXPECT_EQ(wide.toUtf8(), "\U0001F3B5 x");
-  EXPECT_EQ(utf8ToU16("a\xFF" "b"), u"a\uFFFD" "b");
-  EXPECT_EQ(trimLatin1("\t a b\r\n "), "a b");
-  EXPECT_EQ(trimU16(u"  x "), u"x");
-  UnicodeText big{std::string("\xFE\xFF\0h\0i", 6), true};
-  EXPECT_TRUE(isBigEndianUtf16(big));
-  EXPECT_EQ(big.toUtf8(), "hi");
-  EXPECT_EQ(big.length(), 2u);
+  UnicodeText wide = UnicodeText::fromUtf8("\U0001F3B5 x"), big{std::string("\xFE\xFF\0h\0i", 6), true};
+  EXPECT_TRUE(wide.unicode && isBigEndianUtf16(big));
+  EXPECT_EQ(wide.length() * 10 + big.length(), 42u);  // a surrogate pair counts two units
+  EXPECT_EQ(wide.toUtf8() + big.toUtf8() + std::string(trimLatin1("\t a b\r\n ")), "\U0001F3B5 xhia b");
+  EXPECT_EQ(utf8ToU16("a\xFF" "b") + std::u16string(trimU16(u"  x ")), u"a\uFFFD" "bx");
+  // Time stamps are normalised to the ID3 form, cut where a part is out of range.
+  const struct { const char* text; bool separator, zone; const char* result; } cases[] = {
+      {"2007-5-3 9:7", false, false, "2007-05-03 09:07"}, {"2007-5-3 9:7", true, false, "2007-05-03T09:07"},
+      {"2007-5-3 9:7", true, true, "2007-05-03T09:07Z"},  {"2007-05-03T09:07:05", false, false, "2007-05-03 09:07:05"},
+      {"2007-05-03x09", true, false, "2007-05-03T09"},    {"2007-05-03x09", true, true, "2007-05-03T09Z"},
+      {"2007-05-03", true, true, "2007-05-03"} /* no time of day, no zone */, {"1099", false, false, ""},
+      {"1100", false, false, "1100"}, {"2007-13", false, false, "2007"},
+      {"2007-02-30", false, false, "2007-02-30"} /* days are checked against 31 only */,
+      {"2007-02-32", false, false, "2007-02"}, {"2007-02-03 24:00", false, false, "2007-02-03"},
+      {"2007-02-03 23:60", false, false, "2007-02-03 23"}, {"2007-02-03 23:59:60", false, false, "2007-02-03 23:59"},
+      {"", false, false, ""}, {"soon", false, false, ""},
+  };
+  for (const auto& c : cases) EXPECT_EQ(normaliseTimestamp(c.text, c.separator, c.zone), c.result) << c.text;
 }
 
 }  // namespace
