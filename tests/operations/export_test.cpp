@@ -101,7 +101,8 @@ TEST(CsvExport, QuotingRowsAndATableOfTwoTracksWithTheHeaderOnlyInANewFile) {
   test::TempDir dir;
   const std::string out = dir.file("tags.csv"), existing = dir.write("existing.csv", {'x', '\r', '\n'});
   ID3Tag first = exportTrack(dir.file("one.mp3")), second, none = first;
-  first.tagData.comment = UnicodeText::latin1("Line one\r\nLine two"), first.tagData.picdata.push_back({Bytes(10, 1), "png"});
+  first.tagData.comment = UnicodeText::latin1("Line one\r\nLine two");
+  first.tagData.picdata.push_back({Bytes(10, 1), "png"});
   second.hasV2Tag = true, second.tagData.title = UnicodeText::latin1(" Spaced"), none.hasV2Tag = false;
   for (const ID3Tag* each : {&none, &first, &none, &second}) ASSERT_EQ(exportTagAsCsv(out, each, 2), 0);
   ASSERT_EQ(exportTagAsCsv(existing, &first, 1), 0);

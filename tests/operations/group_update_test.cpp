@@ -159,7 +159,8 @@ TEST(GroupUpdate, VerificationQuestions) {
     for (size_t i = 0; i < g.paths.size(); ++i) EXPECT_EQ(g.untouched(i), row.statuses[i] == S::NotReached);
     const bool stopped = std::string(row.answer) == "No";
     // A stopped group is not reloaded.
-    EXPECT_EQ(std::pair(g.observer.finishedError, g.writer.reopens.load()), std::pair(stopped, stopped ? 0 : row.tracks));
+    EXPECT_EQ(std::pair(g.observer.finishedError, g.writer.reopens.load()),
+              std::pair(stopped, stopped ? 0 : row.tracks));
     // "Yes" clears the error.
     EXPECT_EQ(row.v1 ? g.outcomes[0].v1Result : g.outcomes[0].v2Result, stopped ? 7 : 0);
     EXPECT_EQ(g.outcomes[0].v2NotVerified, !stopped && !row.v1);
@@ -298,7 +299,8 @@ TEST(GroupUpdate, FileNameBoxSetsTitleAndTrackAndTheTotal) {
   g.model.fileName = true, g.model.changedV2(true, true);
   g.run();
   const ID3Tag first = reopened(g.paths[0]), second = reopened(g.paths[1]);
-  EXPECT_EQ(std::tuple(first.tagData.title, first.tagData.track, first.tagData.tracks), std::tuple(latin("Alpha"), 1, 2));
+  EXPECT_EQ(std::tuple(first.tagData.title, first.tagData.track, first.tagData.tracks),
+            std::tuple(latin("Alpha"), 1, 2));
   EXPECT_EQ(std::pair(second.tagData.title, second.tagData.track), std::pair(latin("Beta"), kUnsetNumber));
   EXPECT_EQ(first.v1.title, "V1 Song 1");  // V1 was not enabled in the window
   GroupRun v1;

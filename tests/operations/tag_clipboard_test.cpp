@@ -87,8 +87,9 @@ TEST_F(TagClipboardTest, CopyPasteAndClear) {
   group.values.tagData.title = UnicodeText::latin1("Group title");
   clipboard_.copyTagData(&group, true);
   EXPECT_FALSE(clipboard_.pasteAll());
-  for (TagEditor* each : {static_cast<TagEditor*>(&other), static_cast<TagEditor*>(nullptr), static_cast<TagEditor*>(&to)})
-    clipboard_.clearTagData(each);
+  clipboard_.clearTagData(&other);
+  clipboard_.clearTagData(nullptr);
+  clipboard_.clearTagData(&to);
   EXPECT_TRUE(to.track->tagData.album.empty());
 }
 

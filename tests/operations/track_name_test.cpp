@@ -32,7 +32,8 @@ TEST(TrackName, NamingTextsAreTrimmedAndCleanedAndTakenFromV1WhenV2IsOff) {
   EXPECT_EQ(replaceForbidden("<a>\"b\"\\c|d*e/f: g?.", false), "_a__b__c_d_e_f_ g_.");
   EXPECT_EQ(replaceForbidden("Artist/Album", true), "Artist/Album");
   ID3Tag track = taggedTrack();
-  track.tagData.title = UnicodeText::latin1("  AC/DC: Live?\t"), track.tagData.artist = UnicodeText::utf16(u"\u65E5\u672C");
+  track.tagData.title = UnicodeText::latin1("  AC/DC: Live?\t");
+  track.tagData.artist = UnicodeText::utf16(u"\u65E5\u672C");
   track.tagData.album = UnicodeText::utf16(u"Caf\u00e9 \U0001F3B5");
   const NamingTexts utf8 = *namingTexts(track, true), latin1 = *namingTexts(track, false);
   // Latin-1 names: an artist without a Latin-1 form is "__", the album's Latin-1 is written as UTF-8.
