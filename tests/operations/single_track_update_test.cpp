@@ -73,7 +73,8 @@ class SingleTrackTest : public ::testing::Test, public test::TrackFiles {
 };
 
 // Both tags from the window, saved, and read back into the window; a
-// multi-window editor then closes when the preferences say so.
+// multi-window editor then closes when the preferences say so. The default
+// set, always applied, goes over the window's fields.
 TEST_F(SingleTrackTest, UpdateSavesBothTagsInItsOrderOfSteps) {
   addTracks(1);
   view.editV2 = [](ID3Tag& track) { track.tagData.album = latin("Edited"); };
@@ -92,6 +93,11 @@ TEST_F(SingleTrackTest, UpdateSavesBothTagsInItsOrderOfSteps) {
   editor(true).updateTag();
   EXPECT_EQ(view.calls, (Strings{"V1", "V2 unicode", "V1", "V2", "V1", "V2"}));
   EXPECT_TRUE(view.closes == 1 && !view.changedAtClose);
+  // "Always apply" puts the current default set over what the window holds.
+  PreferencesController prefs(std::make_unique<MemoryPreferenceStore>(), dir.path());
+  test::alwaysApplyDefaultAlbum(prefs, "Default album");
+  EXPECT_EQ(SingleTrackEditor(tracks, questions, view, settingsFrom(prefs), writer).updateTag(), O::Saved);
+  EXPECT_EQ(reopened(paths[0]).tagData.album, latin("Default album"));
 }
 
 // Another program saved the file after the editor read it: its changes are
@@ -251,15 +257,6 @@ TEST_F(SingleTrackTest, CopyBetweenTheTagVersions) {
     e.copyV2ToV1();
     EXPECT_EQ(std::pair(t.v1.genre, t.v1.track), std::pair(row.v1Genre, row.v1Track)) << u16ToUtf8(row.genre);
   }
-}
-
-TEST_F(SingleTrackTest, AlwaysApplyPutsTheCurrentDefaultSetOnTheUpdate) {
-  addTracks(1);
-  PreferencesController prefs(std::make_unique<MemoryPreferenceStore>(), dir.path());
-  test::alwaysApplyDefaultAlbum(prefs, "Default album");
-  view.editV2 = [](ID3Tag& track) { track.tagData.album = latin("Typed"); };
-  EXPECT_EQ(SingleTrackEditor(tracks, questions, view, settingsFrom(prefs), writer).updateTag(), O::Saved);
-  EXPECT_EQ(reopened(paths[0]).tagData.album, latin("Default album"));
 }
 
 TEST(TrackSetTest, StepsStayInsideTheSet) {
