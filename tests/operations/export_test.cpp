@@ -31,8 +31,7 @@ using Found = std::map<std::string, std::string>;
 // A track whose exported fields need escaping, quoting or a rule of their own.
 static ID3Tag exportTrack(const std::string& path) {
   ID3Tag track;
-  track.setPath(path);
-  track.hasV2Tag = true;
+  track.setPath(path), track.hasV2Tag = true;
   track.tagData = {.enabled = true, .title = UnicodeText::latin1("Caf\xE9 <Live> & \"More\""),
                    .artist = UnicodeText::utf16(u"\u65E5\u672C Artist"), .album = UnicodeText::latin1("Album, Vol. 1"),
                    .url = "http://example.com/a?b=1&c=2", .track = 3, .tracks = 12, .compilation = true,
@@ -89,8 +88,7 @@ TEST(CsvExport, QuotingRowsAndATableOfTwoTracksWithTheHeaderOnlyInANewFile) {
            {"caf\xC3\xA9", "caf\xC3\xA9"}})
     EXPECT_EQ(csvField(text), field) << text;
   ID3Tag track;
-  track.hasV2Tag = true;
-  track.tagData.set = 0;
+  track.hasV2Tag = true, track.tagData.set = 0;
   EXPECT_EQ(csvRow(track, 2), ",,,,,,,,,,,,,No,0,No,,,,,,,,,,,,,,,No,,,,,,,,Default ,\r\n");
   EXPECT_EQ(csvRow(track, 1), ",,,,,,,,,,,,,No,0,No,,,,,,,,,,,,,,,No,,,,\r\n");
   // The header's names are read back in the table test; here only what 2.4 adds.
@@ -105,9 +103,7 @@ TEST(CsvExport, QuotingRowsAndATableOfTwoTracksWithTheHeaderOnlyInANewFile) {
   ID3Tag first = exportTrack(dir.file("one.mp3")), second, none = first;
   first.tagData.comment = UnicodeText::latin1("Line one\r\nLine two");
   first.tagData.picdata.push_back({Bytes(10, 1), "png"});
-  second.hasV2Tag = true;
-  second.tagData.title = UnicodeText::latin1(" Spaced");
-  none.hasV2Tag = false;
+  second.hasV2Tag = true, second.tagData.title = UnicodeText::latin1(" Spaced"), none.hasV2Tag = false;
   for (const ID3Tag* each : {&none, &first, &none, &second}) ASSERT_EQ(exportTagAsCsv(out, each, 2), 0);
   ASSERT_EQ(exportTagAsCsv(existing, &first, 1), 0);
   EXPECT_EQ(contents(existing), "x\r\n" + csvRow(first, 1));
@@ -185,9 +181,8 @@ TEST(XmlExport, EscapingUnsetNumbersTheFileAsItIsAndWithoutV2TagOnlyThePrologue)
   test::TempDir dir;
   const std::string out = dir.write("tag.xml", Bytes(5000, 'x'));  // emptied first
   ID3Tag track;
-  track.hasV2Tag = true;
+  track.hasV2Tag = true, track.tagData.advisory = 7;
   track.setPath("/music/Rock & Roll/a<b>.mp3");
-  track.tagData.advisory = 7;
   track.tagData.title = UnicodeText::latin1("one\ntwo");  // only the comment folds its breaks
   track.tagData.comment = UnicodeText::latin1("a\r\nb");
   ASSERT_EQ(exportTagAsXml(&track, out, 2, false), 0);

@@ -39,7 +39,8 @@ TEST(FieldCheck, WarningOfEachFieldForATypedText) {
   EXPECT_EQ(warningTooltip(u"a", std::u16string(u"A")), result(u"A"));  // case counts
   EXPECT_EQ(v1TrackValidString(u"-1"), u"-1");                            // the remainder keeps the sign
   for (const auto& [typed, entry] : std::initializer_list<std::pair<std::u16string, std::u16string>>{
-           {u"r", u"R"}, {u"\u00E9", u"\u00C9"}, {u"\u00FF", u"\u0178"}, {u"ro", u"ro"}, {u"1", u"1"}, {u"", u""}})
+           {u"r", u"R"}, {u"\u00E0", u"\u00C0"}, {u"\u00E9", u"\u00C9"}, {u"\u00FF", u"\u0178"}, {u"ro", u"ro"},
+           {u"1", u"1"}, {u"", u""}})
     EXPECT_EQ(genreEntry(typed), entry) << u16ToUtf8(typed);  // one-letter genres are capitalised
 }
 

@@ -30,12 +30,9 @@ TEST(GroupModelTest, UpdateNeedsTheEnableBoxAndOneChangeBoxOfThatVersion) {
   model.setChangeBox(G::V1Genre, true);
   EXPECT_FALSE(model.updateV1());  // enable box off
   model.enableV1 = model.enableV2 = true;
-  EXPECT_TRUE(model.updateV1());
-  EXPECT_FALSE(model.updateV2());  // a V1 box does not count for V2
-  model.setChangeBox(G::PodcastDescription, true);
-  model.setChangeBox(G::V1Genre, false);
-  EXPECT_TRUE(model.updateV2());
-  EXPECT_FALSE(model.updateV1());
+  EXPECT_TRUE(model.updateV1() && !model.updateV2());  // a V1 box does not count for V2
+  model.setChangeBox(G::PodcastDescription, true), model.setChangeBox(G::V1Genre, false);
+  EXPECT_TRUE(model.updateV2() && !model.updateV1());
 }
 
 TEST(GroupModelTest, NumberFieldsAndTheIsrcIncrement) {
@@ -79,8 +76,7 @@ TEST(GroupModelTest, TotalsOfSizeAndLength) {
   GroupModel model;
   for (const auto& [size, seconds] : {std::pair{1000u, 61u}, std::pair{24u, 1u}}) {
     auto track = trackWith({});
-    track->fileSize = size, track->duration = seconds;
-    model.addTrack(std::move(track));
+    track->fileSize = size, track->duration = seconds, model.addTrack(std::move(track));
   }
   EXPECT_EQ(std::pair(model.totalSize(), model.totalLength()), std::pair(uint64_t{1024}, uint64_t{62}));
 }
@@ -96,15 +92,13 @@ TEST(GroupModelTest, RemovingThePictureAsksOnceAboutTheTracksImages) {
     questions.answer("Remove existing images", {answer});
     model.removePicture(questions);
     EXPECT_TRUE(!model.values.picture && model.changeBox(G::V2Picture) && model.enableV2 && model.tracks()[0]->v2Changed);
-    EXPECT_EQ(model.replacePictures, answer == "Yes");
-    EXPECT_FALSE(model.imagesExist());
+    EXPECT_TRUE(model.replacePictures == (answer == "Yes") && !model.imagesExist());
     model.removePicture(questions);
     EXPECT_EQ(questions.asked().size(), 1u);
   }
   test::ScriptedQuestions questions;
   GroupModel none, replacing;
-  none.addTrack(trackWith({}));
-  replacing.addTrack(trackWith(test::fullTagData(false)));
+  none.addTrack(trackWith({})), replacing.addTrack(trackWith(test::fullTagData(false)));
   replacing.replacePictures = true;
   none.removePicture(questions), replacing.removePicture(questions);
   EXPECT_TRUE(questions.asked().empty());
@@ -141,8 +135,8 @@ TEST(GroupModel, ADefaultDataSetFillsOnlyTheFieldsItSupplies) {
   model.values.v1Title = std::u16string(35, u't'), model.values.year = u"2007-05", model.values.album = u"Replaced";
   const GroupValues typed = model.values;
   model.setDefaultTagData(2, prefs);
-  EXPECT_EQ(std::pair(model.values.v1Title, model.values.year), std::pair(typed.v1Title, typed.year));
-  EXPECT_EQ(model.values.album, u"Default album");
+  EXPECT_EQ(std::tuple(model.values.v1Title, model.values.year, model.values.album),
+            std::tuple(typed.v1Title, typed.year, u"Default album"));
   model.setDefaultTagData(0, prefs);  // set 0 supplies nothing
   EXPECT_EQ(model.values.album, u"Default album");
 }

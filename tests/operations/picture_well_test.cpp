@@ -19,11 +19,8 @@ struct MarkingCodec : ImageCodec {
 };
 
 TEST(PictureWell, TakesTheAllowedKindsByTheirFirstBytes) {
-  struct Row {
-    std::vector<std::string> allowed;  // empty: the check flag is off
-    Bytes bytes;
-    const char* type;  // "" when refused
-  } rows[] = {
+  // allowed empty: the check flag is off; type "" when refused.
+  struct Row { std::vector<std::string> allowed; Bytes bytes; const char* type; } rows[] = {
       {{"png"}, kJpeg, ""},           {{"JPG", "gif"}, kJpeg, "jpeg"}, {{"tiff"}, kTiffLittle, ""},
       {{}, kTiffBig, "tiff"},         {{"png", "bmp"}, kBmp, "bmp"},   {{"png", "bogus"}, kPng, "png"},
       {{}, kBmp, "bmp"},              {{}, kTiffLittle, ""},           {{"png"}, Bytes{0x89, 'P'}, ""},
@@ -43,13 +40,8 @@ TEST(PictureWell, TakesTheAllowedKindsByTheirFirstBytes) {
 }
 
 TEST(PictureWell, TiffAndGifBecomePngAsTheQuestionAnswers) {
-  struct Row {
-    bool check, ask;
-    const char* answer;  // nullptr: no question installed
-    Bytes bytes;
-    int asked;
-    const char* type;  // "" when refused
-  } rows[] = {
+  // answer nullptr: no question installed; type "" when refused.
+  struct Row { bool check, ask; const char* answer; Bytes bytes; int asked; const char* type; } rows[] = {
       {true, true, "No", kGif, 1, "gif"},      {true, true, "Yes", kGif, 1, "png"},
       {true, true, "Cancel", kGif, 1, ""},     {true, true, "Yes", kTiffBig, 1, "png"},
       {false, true, "Cancel", kGif, 0, "gif"}, {true, false, "Cancel", kGif, 0, "png"},
@@ -73,20 +65,16 @@ TEST(PictureWell, TiffAndGifBecomePngAsTheQuestionAnswers) {
     well.setAskUserForImageConversion(row.ask);
     if (row.answer) well.setConversionQuestion([&] { return askToConvertImage(questions); });
     EXPECT_EQ(well.setImageWithData(row.bytes, row.check), *row.type != '\0');
-    EXPECT_EQ(questions.asked, row.asked);
-    EXPECT_EQ(well.getImageType(), row.type);
-    EXPECT_EQ(well.hasImage(), *row.type != '\0');
-    if (std::string(row.type) == "png") {
-      EXPECT_EQ(well.getImageData(), kConverted);
-    }
+    EXPECT_EQ(std::tuple(questions.asked, well.getImageType(), well.hasImage()),
+              std::tuple(row.asked, std::string(row.type), *row.type != '\0'));
+    if (std::string(row.type) == "png") { EXPECT_EQ(well.getImageData(), kConverted); }
   }
 }
 
 TEST(PictureWell, PicturesOutAreNumberedUpTo99) {
-  struct Row {
-    int taken;  // Picture.png, then Picture-1.png ... exist
-    const char* name;
-  } rows[] = {{0, "/f/Picture.png"}, {1, "/f/Picture-1.png"}, {50, "/f/Picture-50.png"}, {200, "/f/Picture-99.png"}};
+  // taken: Picture.png, then Picture-1.png ... exist
+  struct Row { int taken; const char* name; } rows[] = {
+      {0, "/f/Picture.png"}, {1, "/f/Picture-1.png"}, {50, "/f/Picture-50.png"}, {200, "/f/Picture-99.png"}};
   for (const Row& row : rows) {
     std::set<std::string> existing;
     for (int k = 0; k < row.taken; ++k)

@@ -68,13 +68,11 @@ TEST(QuickLists, TheListsKeptInThePreferences) {
   EXPECT_EQ(*lists.list("V1 year"), List{"text of V1 year"});
   EXPECT_FALSE(lists.updateRecentList("V2 artist", ""));
   RecentDocuments recent(preferences, kRecentTracksKey), groups(preferences, kRecentGroupsKey);
-  for (int i = 0; i < 12; ++i) recent.note("/music/" + std::to_string(i) + ".mp3");
-  recent.note("/music/5.mp3");
+  for (int i : {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 5}) recent.note("/music/" + std::to_string(i) + ".mp3");
   List expected;
   for (int i : {5, 11, 10, 9, 8, 7, 6, 4, 3, 2}) expected.push_back("/music/" + std::to_string(i) + ".mp3");
   EXPECT_EQ(recent.list(), expected);
-  groups.note("/music");
-  recent.clear();
+  groups.note("/music"), recent.clear();
   EXPECT_EQ(std::pair(recent.list(), groups.list()), std::pair(List{}, List{"/music"}));
 }
 

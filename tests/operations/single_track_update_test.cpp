@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-
 #include "engine/log.h"
 #include "engine/text.h"
 #include "engine/v2_update.h"
@@ -29,19 +28,20 @@ UnicodeText latin(const std::string& text) { return UnicodeText::latin1(text); }
 
 class RecordingView : public EditorView {
  public:
-  void updateV1TagData(ID3Tag& track) override { calls.push_back("V1"); if (editV1) editV1(track); }
+  void updateV1TagData(ID3Tag& track) override { calls.push_back("V1"), editV1 ? editV1(track) : void(); }
   void updateV2TagData(ID3Tag& track, bool unicode) override {
-    calls.push_back(unicode ? "V2 unicode" : "V2");
-    if (editV2) editV2(track);
+    calls.push_back(unicode ? "V2 unicode" : "V2"), editV2 ? editV2(track) : void();
   }
   void initTagWindow(const ID3Tag& track) override { shown.push_back(track.path()); }
   void showFileName(const std::string& path) override { fileNames.push_back(path); }
   IconResult setFileIcon(const ID3Tag&) override { return icon; }
-  void closeWindow() override { ++closes; }
+  void closeWindow() override { ++closes, changedAtClose = onClose && onClose(); }
   void enableNavigation(bool previous, bool next, bool close) override { navigation = {previous, next, close}; }
 
   Strings calls, shown, fileNames;
   int closes = 0;
+  bool changedAtClose = false;
+  std::function<bool()> onClose;
   IconResult icon = IconResult::Set;
   Navigation navigation{true, true, true};
   std::function<void(ID3Tag&)> editV1, editV2;
@@ -73,7 +73,8 @@ class SingleTrackTest : public ::testing::Test, public test::TrackFiles {
 };
 
 // Both tags from the window, saved, and read back into the window; a
-// multi-window editor then closes when the preferences say so.
+// multi-window editor then closes when the preferences say so. The default
+// set, always applied, goes over the window's fields.
 TEST_F(SingleTrackTest, UpdateSavesBothTagsInItsOrderOfSteps) {
   addTracks(1);
   view.editV2 = [](ID3Tag& track) { track.tagData.album = latin("Edited"); };
@@ -85,11 +86,18 @@ TEST_F(SingleTrackTest, UpdateSavesBothTagsInItsOrderOfSteps) {
   EXPECT_EQ(std::pair(view.shown, tracks.current().tagData.album), std::pair(Strings{paths[0]}, latin("Edited")));
   EXPECT_FALSE(tracks.current().v1Changed || tracks.current().v2Changed || view.closes || !questions.asked().empty());
   settings.allowUnicode = false;
-  editor(true).updateTag();
+  SingleTrackEditor closing = editor(true);
+  view.onClose = [&] { return closing.isChanged(); };  // the window closes on a saved track
+  closing.updateTag();
   settings.closeWindow = false;
   editor(true).updateTag();
   EXPECT_EQ(view.calls, (Strings{"V1", "V2 unicode", "V1", "V2", "V1", "V2"}));
-  EXPECT_EQ(view.closes, 1);
+  EXPECT_TRUE(view.closes == 1 && !view.changedAtClose);
+  // "Always apply" puts the current default set over what the window holds.
+  PreferencesController prefs(std::make_unique<MemoryPreferenceStore>(), dir.path());
+  test::alwaysApplyDefaultAlbum(prefs, "Default album");
+  EXPECT_EQ(SingleTrackEditor(tracks, questions, view, settingsFrom(prefs), writer).updateTag(), O::Saved);
+  EXPECT_EQ(reopened(paths[0]).tagData.album, latin("Default album"));
 }
 
 // Another program saved the file after the editor read it: its changes are
@@ -149,14 +157,8 @@ TEST_F(SingleTrackTest, QuestionsBeforeTheSave) {
 // Every alert and question of a failed step: a failed V1 verification asks
 // whether to go on, a failed V2 verification, the last step, is only shown.
 TEST_F(SingleTrackTest, FailureAlerts) {
-  const struct {
-    int failV2;
-    bool noV1, badGenre, failRename;
-    const char* answer;
-    O outcome;
-    std::string title, message;
-    int v2Saves;
-  } rows[] = {
+  const struct { int failV2; bool noV1, badGenre, failRename; const char* answer; O outcome;
+                 std::string title, message; int v2Saves; } rows[] = {
       {2, false, false, false, nullptr, O::Failed, "Failed to update the version 2 tag",
        "Note: The version 1 tag has been updated but the original version 2 has not been changed.", 1},
       {4, true, false, false, nullptr, O::Failed, "Failed to update the tags", "Note: The original has not been changed.", 1},
@@ -174,9 +176,8 @@ TEST_F(SingleTrackTest, FailureAlerts) {
     test::ForcingWriter w;
     if (row.failV2) w.failV2Before = row.failV2;
     if (row.answer) w.forceV1 = 7;
-    w.failRename = row.failRename;
     SaveSettings s = settings;
-    s.renameUpdate = row.failRename;
+    s.renameUpdate = w.failRename = row.failRename;
     test::LogCapture log;
     EXPECT_EQ(updateOne(asked, w, [&](ID3Tag& t) {
       if (row.noV1) t.v1.enabled = t.v1Loaded = false;
@@ -193,8 +194,7 @@ TEST_F(SingleTrackTest, FailureAlerts) {
 // A V1 tag that failed leaves the file as it was: no V2 save, no rename.
 TEST_F(SingleTrackTest, V1FailureStopsTheUpdateBeforeTheV2SaveAndTheRename) {
   addTracks(1);
-  settings.renameUpdate = true;
-  writer.failV1Before = 5;
+  settings.renameUpdate = true, writer.failV1Before = 5;
   EXPECT_EQ(editor().updateTag(), O::Failed);
   EXPECT_EQ(questions.messages("Failed to update the tags"), Strings{"Note: The original has not been changed."});
   EXPECT_TRUE(writer.v2Saves + writer.renames == 0 && untouched(0));
@@ -222,7 +222,7 @@ TEST_F(SingleTrackTest, AfterTheSaveTheNameAndTheIcon) {
 
 // The copy replaces the fields the V1 tag holds and clears the track total
 // and the lyrics; the rest of the V2 tag stays. Other than MP3: no copy.
-TEST_F(SingleTrackTest, CopyV1ToV2) {
+TEST_F(SingleTrackTest, CopyBetweenTheTagVersions) {
   TrackSet set(std::make_unique<ID3Tag>());
   ID3Tag& t = set.current();
   t.v1 = V1Tag{true, "T1", "A1", "L1", "1999", "C1", 7, 17};
@@ -232,26 +232,19 @@ TEST_F(SingleTrackTest, CopyV1ToV2) {
   EXPECT_FALSE(t.v2Changed || t.tagData.title == latin("T1"));
   t.isMp3File = true;
   TagData expected = t.tagData;
-  expected.enabled = true;
-  expected.title = latin("T1"), expected.artist = latin("A1"), expected.album = latin("L1"), expected.year = "1999";
+  expected.enabled = true, expected.title = latin("T1"), expected.artist = latin("A1"), expected.album = latin("L1");
   expected.comment = latin("C1"), expected.genre = latin("Rock"), expected.track = 7, expected.tracks = kUnsetNumber;
-  expected.lyrics = {};
+  expected.lyrics = {}, expected.year = "1999";
   e.copyV1ToV2();
-  EXPECT_EQ(t.tagData, expected);
-  EXPECT_TRUE(t.v2Changed && !t.v1Changed);
+  EXPECT_TRUE(t.tagData == expected && t.v2Changed && !t.v1Changed);
   t.v1.genre = t.v1.track = kUnsetV1;
   e.copyV1ToV2();
   EXPECT_TRUE(t.tagData.genre.empty() && t.tagData.track == kUnsetNumber);  // no genre selected
-}
-
-TEST_F(SingleTrackTest, CopyV2ToV1) {
-  TrackSet set(std::make_unique<ID3Tag>());
-  ID3Tag& t = set.current();
+  // Back to V1.
   TagData& d = t.tagData;
-  t.isMp3File = d.enabled = true;
   d.title = UnicodeText::utf16(u"Caf\u00e9 \u00c7a \u4e2d"), d.artist = latin(std::string(40, 'a')), d.year = "2004";
   d.album = latin("Album"), d.comment = latin("Comment"), d.genre = latin("Jazz"), d.track = 300;
-  SingleTrackEditor e(set, questions, view, fixedSettings(settings), writer);
+  t.v1Changed = false;
   e.copyV2ToV1();
   // Latin-1 keeps 233 and 199; U+4E2D has no Latin-1 form. The writer cuts
   // the artist to its width, not the copy; 300 is track 44 in V1.
@@ -266,20 +259,11 @@ TEST_F(SingleTrackTest, CopyV2ToV1) {
   }
 }
 
-TEST_F(SingleTrackTest, AlwaysApplyPutsTheCurrentDefaultSetOnTheUpdate) {
-  addTracks(1);
-  PreferencesController prefs(std::make_unique<MemoryPreferenceStore>(), dir.path());
-  test::alwaysApplyDefaultAlbum(prefs, "Default album");
-  view.editV2 = [](ID3Tag& track) { track.tagData.album = latin("Typed"); };
-  EXPECT_EQ(SingleTrackEditor(tracks, questions, view, settingsFrom(prefs), writer).updateTag(), O::Saved);
-  EXPECT_EQ(reopened(paths[0]).tagData.album, latin("Default album"));
-}
-
 TEST(TrackSetTest, StepsStayInsideTheSet) {
   TrackSet::Tracks list;
   for (int i = 0; i < 2; ++i) list.push_back(std::make_unique<ID3Tag>());
   TrackSet set(std::move(list));
-  EXPECT_TRUE(set.removeCurrent());  // the first: the next takes its place
+  EXPECT_TRUE(set.removeCurrent());                    // the first: the next takes its place
   EXPECT_FALSE(set.removeCurrent() || set.moveTo(1));  // the last track stays
   EXPECT_EQ(std::pair(set.position(), set.count()), std::pair(size_t{0}, size_t{1}));
 }
@@ -290,14 +274,13 @@ TEST_F(SingleTrackTest, LeavingOrClosingAChangedTrackAsksToSave) {
   addTracks(3);
   SingleTrackEditor e = editor();
   questions.answer("Do you want to save changes?", {"Cancel", "Don't save", "Save", "Cancel", "Don't save", "Save"});
-  tracks.current().tagData.album = latin("Unsaved");
-  e.changedV2();
+  const auto edit = [&](const char* album) { tracks.current().tagData.album = latin(album), e.changedV2(); };
+  edit("Unsaved");
   EXPECT_FALSE(e.nextTrack());
   EXPECT_EQ(tracks.current().tagData.album, latin("Unsaved"));
   EXPECT_TRUE(e.nextTrack());
   EXPECT_EQ(tracks.at(0).tagData.album, latin("Old Album 1"));
-  tracks.current().tagData.album = latin("Saved");
-  e.changedV2();
+  edit("Saved");
   EXPECT_TRUE(e.previousTrack());
   EXPECT_EQ(reopened(paths[1]).tagData.album, latin("Saved"));
   EXPECT_EQ(view.navigation, (Navigation{false, true, true}));
@@ -305,15 +288,13 @@ TEST_F(SingleTrackTest, LeavingOrClosingAChangedTrackAsksToSave) {
   view.shown.clear();
   tracks.current().v1Changed = true;
   EXPECT_FALSE(e.closeTrack());
-  EXPECT_TRUE(e.closeTrack());  // no reload of the closed track
-  EXPECT_EQ(std::pair(tracks.count(), tracks.position()), std::pair(size_t{2}, size_t{1}));  // it was the last
-  EXPECT_EQ(view.shown, Strings{paths[1]});
+  EXPECT_TRUE(e.closeTrack());  // no reload of the closed track; it was the last
+  EXPECT_EQ(std::tuple(tracks.count(), tracks.position(), view.shown),
+            std::tuple(size_t{2}, size_t{1}, Strings{paths[1]}));
   EXPECT_EQ(view.navigation, (Navigation{true, false, true}));
-  tracks.current().tagData.album = latin("Closed");
-  e.changedV2();
+  edit("Closed");
   EXPECT_TRUE(e.closeTrack());
-  EXPECT_EQ(reopened(paths[1]).tagData.album, latin("Closed"));
-  EXPECT_EQ(tracks.current().path(), paths[0]);
+  EXPECT_EQ(std::pair(reopened(paths[1]).tagData.album, tracks.current().path()), std::pair(latin("Closed"), paths[0]));
   EXPECT_EQ(view.navigation, (Navigation{false, false, false}));
   EXPECT_FALSE(e.closeTrack() || e.nextTrack() || e.previousTrack());  // only with more than one track
   EXPECT_TRUE(untouched(0) && untouched(2));

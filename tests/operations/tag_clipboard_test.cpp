@@ -67,23 +67,23 @@ class TagClipboardTest : public ::testing::Test {
 // group. Other documents are neither copied nor pasted into.
 TEST_F(TagClipboardTest, CopyPasteAndClear) {
   SingleEditor from = editor("From");
+  from.track->tagData.lyrics = UnicodeText::latin1("la"), from.track->tagData.lyricsLanguage = "deu";
   SingleEditor to = editor("To");
   GroupEditor group, other(DocumentKind::Other);
   EXPECT_FALSE(clipboard_.pasteTagData(&to));  // nothing copied yet
   clipboard_.copyTagData(&from, false);
   clipboard_.copyTagData(&other, false);
-  EXPECT_EQ(album(*clipboard_.copiedTag()), "From album");
+  const TagData& copied = clipboard_.copiedTag()->tagData;
+  EXPECT_EQ(std::tuple(album(*clipboard_.copiedTag()), copied.lyrics.toUtf8(), copied.lyricsLanguage),
+            std::tuple("From album", "la", "deu"));
   EXPECT_FALSE(clipboard_.pasteAll() || clipboard_.pasteTagData(&other) || clipboard_.pasteTagData(nullptr));
   ASSERT_TRUE(clipboard_.pasteTagData(&to));
   EXPECT_EQ(std::pair(title(*to.track), album(*to.track)), std::pair(std::string("To"), std::string("From album")));
   EXPECT_TRUE(to.track->v2Changed);
   preferences_.setBoolPreferenceNamed("Copy title", true);
-  clipboard_.pasteTagData(&to);
-  EXPECT_EQ(title(*to.track), "From");
+  EXPECT_TRUE(clipboard_.pasteTagData(&to) && title(*to.track) == "From");
   clipboard_.copyTagData(&to, true);
-  EXPECT_TRUE(clipboard_.pasteAll());
-  ASSERT_TRUE(clipboard_.pasteTagData(&group));
-  EXPECT_FALSE(group.receivedAll);
+  EXPECT_TRUE(clipboard_.pasteAll() && clipboard_.pasteTagData(&group) && !group.receivedAll);
   group.values.tagData.title = UnicodeText::latin1("Group title");
   clipboard_.copyTagData(&group, true);
   EXPECT_FALSE(clipboard_.pasteAll());
@@ -101,11 +101,10 @@ TEST_F(TagClipboardTest, LoadsAndSavesTagDataFiles) {
   ASSERT_TRUE(to.saveTagDataToFile(saved));
   EXPECT_FALSE(std::filesystem::exists(saved + ".t0"));
   auto reread = openTrack(saved);
-  ASSERT_TRUE(reread);
-  EXPECT_TRUE(reread->isTagDataFile);
+  ASSERT_TRUE(reread && reread->isTagDataFile);
   EXPECT_EQ(album(*reread), "Loaded album");
-  EXPECT_TRUE(to.loadTagDataFromFile(dir_.write("other.mp3", sampleMp3("From an mp3"))));
-  EXPECT_FALSE(to.loadTagDataFromFile(dir_.file("missing.tdf")));
+  EXPECT_TRUE(to.loadTagDataFromFile(dir_.write("other.mp3", sampleMp3("From an mp3"))) &&
+              !to.loadTagDataFromFile(dir_.file("missing.tdf")));
   EXPECT_EQ(title(*to.track), "From an mp3");
   EXPECT_FALSE(to.saveTagDataToFile(dir_.file("no-such-folder/x.tdf")));
 }

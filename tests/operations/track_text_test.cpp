@@ -14,18 +14,15 @@ std::string lineOf(const std::string& text, const std::string& label) {
 }
 
 TEST(TrackText, ValuesShareOneColumnAndHalfNumbersShow) {
-  struct Row {
-    uint16_t track, tracks;
-    const char* shown;  // the value of the "Track" line; "" when there is none
-  } rows[] = {{3, kUnsetNumber, "3"}, {kUnsetNumber, 12, "/12"}, {3, 12, "3/12"}, {kUnsetNumber, kUnsetNumber, ""}};
+  // shown: the value of the "Track" line; "" when there is none.
+  struct Row { uint16_t track, tracks; const char* shown; } rows[] = {
+      {3, kUnsetNumber, "3"}, {kUnsetNumber, 12, "/12"}, {3, 12, "3/12"}, {kUnsetNumber, kUnsetNumber, ""}};
   for (const Row& row : rows) {
     SCOPED_TRACE(row.shown);
     ID3Tag track;
-    track.tagData.enabled = true;
-    track.tagData.title = UnicodeText::latin1("T");
+    track.tagData.enabled = true, track.tagData.title = UnicodeText::latin1("T");
     track.tagData.composer = UnicodeText::fromUtf8("\xC3\x89mile");
-    track.tagData.track = row.track;
-    track.tagData.tracks = row.tracks;
+    track.tagData.track = row.track, track.tagData.tracks = row.tracks;
     const std::string text = trackText("/m/a.mp3", track);
     const std::string title = lineOf(text, "Title"), composer = lineOf(text, "Composer");
     ASSERT_FALSE(title.empty() || composer.empty()) << text;
