@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <pwd.h>
+#include <unistd.h>
+
+#include <ctime>
 #include <filesystem>
 #include <optional>
 #include <regex>
@@ -79,7 +83,10 @@ TEST(Log, PruneAtTheLimitKeepsTheFileOneByteMoreRenamesIt) {
   SetLogLevel(1);
   PruneLogFile(log.path, size - 1);
   ASSERT_EQ(dated().size(), 1u);
-  EXPECT_TRUE(std::regex_search(dated()[0], std::regex(R"(: 0123456789\nmelos-\d{12}\.log$)"))) << dated()[0];
+  std::time_t now = std::time(nullptr);
+  char month[8];  // the dated name starts with this local year and month
+  std::strftime(month, sizeof month, "%Y%m", std::localtime(&now));
+  EXPECT_TRUE(std::regex_search(dated()[0], std::regex(std::string(R"(: 0123456789\nmelos-)") + month + R"(\d{6}\.log$)"))) << dated()[0];
   EXPECT_EQ(GetLogLevel(), 3u);  // after a prune, whatever it was before
   EXPECT_NE(log.text().find("Pruning log file (old log is now "), std::string::npos);
   // A second prune in the same minute replaces the first; both can straddle a minute.
@@ -108,12 +115,15 @@ TEST(Log, StartUpPathsAndHeader) {
   EXPECT_EQ(GetLogLevel(), 1u);
   CloseLog();
   AttachLogStream(kInitialLogLevel, nullptr, nullptr, false, 0);
+  CloseLog();  // with no stream attached
   EXPECT_TRUE(std::regex_match(contents(path), std::regex(R"(\n# Meloscribe Version \d+\.\d+\.\d+ \(\d+\.\d+\.\d+\.\d+\)\n)")));
   std::optional<test::ScopedEnv> state(std::in_place, "XDG_STATE_HOME", "/srv/state");
   EXPECT_EQ(DefaultLogPath(), "/srv/state/meloscribe/melos.log");
   state.reset();
   test::ScopedEnv relative("XDG_STATE_HOME", "relative"), user("USER", "alice");  // a relative folder is no valid XDG one
   EXPECT_TRUE(DefaultLogPath().ends_with("/.local/state/meloscribe/melos.log"));
+  test::ScopedEnv noHome("HOME", "");  // an empty HOME falls back to the account's folder
+  EXPECT_EQ(DefaultLogPath(), std::string(getpwuid(getuid())->pw_dir) + "/.local/state/meloscribe/melos.log");
   EXPECT_EQ(GetUserShortName(), "alice");
 }
 

@@ -49,6 +49,7 @@ TEST_F(MpegInfo, ScanModesStopCbrAndVbrWhereTheySay) {
       {kScanQuick, mixed, 250 * kLength128 + 250 * kLength192, 2005, true, true, "159 kbps (VBR quick)", nullptr},
       {kScanFull, mixed, 1000 * kLength128 + 999 * kLength192, 2000, true, false, "160 kbps (VBR average)", nullptr},
       {kScanLimited, mixed, 1000 * kLength128 + 999 * kLength192, 2000, true, false, "160 kbps (VBR average)", nullptr},
+      {kScanFull, {k128, 10 /* 160 kbps */}, kLength128, 2, true, false, "144 kbps (VBR average)", nullptr},
       {kScanQuick, blocks, 600 * kLength32 + 400 * kLength320, 2156, true, true, "147 kbps (VBR quick)", nullptr},
   };
   for (const Case& c : cases) {

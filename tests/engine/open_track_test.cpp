@@ -4,6 +4,7 @@
 
 #include "engine/log.h"
 #include "tests/support/aiff_builder.h"
+#include "tests/support/fault_injector.h"
 #include "tests/support/id3v1_builder.h"
 #include "tests/support/id3v2_builder.h"
 #include "tests/support/log_capture.h"
@@ -66,6 +67,12 @@ TEST(OpenTrack, TagsAudioProgressAndWhatIsNoTrack) {
             std::make_tuple(uint8_t{4}, uint8_t{17}, uint64_t{file.size()}, 128u));
   EXPECT_EQ(stages, (decltype(stages){{"Starting...", 0}, {"Loading V1...", 20}, {"Loading V2...", 40},
                                       {"Parsing...", 70}, {"Loading " + path, 70}, {"Finished", 90}}));
+  for (int n = 1; n <= 4; ++n) {  // a failed read of the container, V1 or V2 header, or tag ends the open
+    test::FailNth fail(FileOp::Read, n);
+    setFaultInjector(&fail);
+    EXPECT_EQ(OpenTrack(track, path, kScanFull, nullptr, false) * 100 + track.readError, EIO) << n;
+    setFaultInjector(nullptr);
+  }
   OpenTrack(track, path, kScanFull, nullptr, false);  // writable only when checked
   EXPECT_TRUE(track.readOnly);
   EXPECT_EQ(IsFileReadOnly(path) * 10 + IsFileReadOnly(dir.file("missing.mp3")), 1);
