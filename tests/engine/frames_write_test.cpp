@@ -27,7 +27,7 @@ Bytes latin1(const char* text) { return concat({{0x00} /* ISO 8859-1 */, ascii(t
 Bytes utf16(const char* text) { return concat({{0x01} /* UTF-16 with a mark */, kMarkLE, units(text), kEnd16}); }
 Bytes le(const char* text) { return concat({kMarkLE, units(text)}); }
 
-TEST(FrameWrite, TextFrames) {
+TEST(FrameWrite, EveryFrameForm) {
   const struct { const char* id; Bytes text; bool unicode, trim; Bytes content; /* empty: no frame */ } cases[] = {
       {"TPE1", concat({kMarkBE, {0, 'H', 0, 'i'}}), true, false, utf16("Hi")},  // big-endian is swapped
       {"TIT2", {}, false, false, {}}, {"TIT2", {}, true, false, {}}, {"TIT2", kMarkLE, true, false, {}},
@@ -74,18 +74,13 @@ TEST(FrameWrite, TextFrames) {
     EXPECT_EQ(writeFrame(out, "TIT2", text, false, error, version, false), 210u);
     EXPECT_EQ(Bytes(out.begin(), out.begin() + 10), concat({ascii("TIT2"), size, {0, 0}}));
   }
-}
-
-// Pictures, ratings and IDs: nothing without content, and the limits the reader keeps.
-TEST(FrameWrite, PicturesPopularityIdsAndRawFrames) {
-  const Bytes jpeg{0xFF, 0xD8, 0xFF, 0xE0, 0x11};
-  Bytes out;
-  bool error = false;
+  // Pictures, ratings and IDs: nothing without content, and the limits the reader keeps.
+  const Bytes jpeg{0xFF, 0xD8, 0xFF, 0xE0, 0x11}, body{0x01, 0xFF, 0xFE, 0x00, 0x00, 'v', 0x00};
+  out.clear();
   EXPECT_EQ(writeFrame(out, "APIC", PicData{{}, "jpeg"}, error, 4) + writeFrame(out, "POPM", PopularityData{"me@x", 0, "12"}, error, 3) +
                 writeFrame(out, "UFID", UniqueFileID{"", {'a'}}, error, 3) + writeFrame(out, "UFID", UniqueFileID{"o", {}}, error, 3) +
                 writeFrame(out, "PRIV", ByteSpan(), error, 4), 0u);
   EXPECT_TRUE(out.empty());
-  const Bytes body{0x01, 0xFF, 0xFE, 0x00, 0x00, 'v', 0x00};
   EXPECT_EQ(writeFrame(out, "APIC", PicData{jpeg, "abcdefgh"}, error, 4), 30u);
   EXPECT_EQ(writeFrame(out, "POPM", PopularityData{"me@x", 255, "12"}, error, 3), 20u);
   EXPECT_EQ(writeFrame(out, "POPM", PopularityData{"", 1, "4294967296"}, error, 3), 17u);

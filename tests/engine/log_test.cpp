@@ -39,17 +39,15 @@ const char* const kStamp = R"(\d{4}-\d{2}-\d{2} \d{2}:\d{2}:\d{2})";
 
 TEST(Log, LineShapesAndTheEcho) {
   const std::string x(3000, 'x');
-  const struct { unsigned max; int mode; const char* name; int id; unsigned level; const char* format; std::string arg; bool stamped; std::string ends; } cases[] = {
-      {3, 0, nullptr, 0, LogAlways, "%s", "plain", true, ": plain\n"}, {3, 0, nullptr, 0, LogAlways, "#%s", " header", false, "# header\n"},
-      {3, 0, nullptr, 0, LogAlways, "\n# %s", "version", false, "\n# version\n"}, {3, 0, nullptr, 0, LogAlways, "%s", "", true, ": \n"},
-      {3, 0, nullptr, 0, LogAlways, "%s", "already\n", true, ": already\n"}, {3, 0, nullptr, 0, LogAlways, "%s", "carriage\r", true, ": carriage\r"},
-      {3, 0, nullptr, 0, LogAlways, "%s", x, true, ": " + x.substr(0, kMaxLogMessage) + "\n"},  // cut, and still ends the line
-      {2, 0, nullptr, 0, LogStatus, "%s", "hidden", false, ""},        {2, 2, nullptr, 0, LogWarning, "%s", "m", true, " [W]: m\n"},
-      {6, 0, nullptr, 0, LogError, "%s", "m", true, ": m\n"},          {6, 1, nullptr, 0, LogError, "%s", "m", true, " [E]: m\n"},
-      {6, 1, nullptr, 0, LogWarning, "%s", "m", true, ": m\n"},        {6, 3, nullptr, 0, LogStatus, "%s", "m", true, " [S]: m\n"},
-      {6, 3, nullptr, 0, LogAlways, "%s", "m", true, " [X]: m\n"},     {6, 0, "app", 0, LogAlways, "%s", "m", true, " [app] m\n"},
-      {6, 0, "app", 7, LogAlways, "%s", "m", true, " [app][7] m\n"}, {6, 0, nullptr, 7, LogAlways, "%s", "m", true, " [7] m\n"},
-      {6, 0, "", 0, LogAlways, "%s", "m", true, ": m\n"},
+  const struct { unsigned max; int mode; unsigned level; const char* format; std::string arg; bool stamped; std::string ends; const char* name = nullptr; int id = 0; } cases[] = {
+      {3, 0, LogAlways, "%s", "plain", true, ": plain\n"}, {3, 0, LogAlways, "#%s", " header", false, "# header\n"}, {3, 0, LogAlways, "%s", "", true, ": \n"},
+      {3, 0, LogAlways, "\n# %s", "version", false, "\n# version\n"}, {3, 0, LogAlways, "%s", "already\n", true, ": already\n"},
+      {3, 0, LogAlways, "%s", "carriage\r", true, ": carriage\r"}, {2, 0, LogStatus, "%s", "hidden", false, ""},
+      {3, 0, LogAlways, "%s", x, true, ": " + x.substr(0, kMaxLogMessage) + "\n"},  // cut, and still ends the line
+      {2, 2, LogWarning, "%s", "m", true, " [W]: m\n"}, {6, 0, LogError, "%s", "m", true, ": m\n"}, {6, 1, LogError, "%s", "m", true, " [E]: m\n"},
+      {6, 1, LogWarning, "%s", "m", true, ": m\n"}, {6, 3, LogStatus, "%s", "m", true, " [S]: m\n"}, {6, 3, LogAlways, "%s", "m", true, " [X]: m\n"},
+      {6, 0, LogAlways, "%s", "m", true, " [app] m\n", "app"}, {6, 0, LogAlways, "%s", "m", true, " [app][7] m\n", "app", 7},
+      {6, 0, LogAlways, "%s", "m", true, " [7] m\n", nullptr, 7}, {6, 0, LogAlways, "%s", "m", true, ": m\n", ""},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.ends);
