@@ -7,7 +7,6 @@
 
 #include <ctime>
 #include <filesystem>
-#include <optional>
 #include <regex>
 #include <sstream>
 #include <thread>
@@ -18,14 +17,10 @@
 namespace melos {
 namespace {
 
-std::string contents(const std::string& path) {
-  std::vector<uint8_t> bytes = test::readFile(path);
-  return std::string(bytes.begin(), bytes.end());
-}
+std::string contents(const std::string& path) { const std::vector<uint8_t> bytes = test::readFile(path); return {bytes.begin(), bytes.end()}; }
 
 // Attaches a temporary file as the log and gives back what was written.
-class LogFile {
- public:
+struct LogFile {
   explicit LogFile(unsigned level = 3, int letterMode = 0, const char* name = nullptr, int id = 0) : path(dir.file("melos.log")) {
     AttachLogStream(level, std::fopen(path.c_str(), "a+"), name, false, letterMode, id);
   }
@@ -94,9 +89,7 @@ TEST(Log, PruneAtTheLimitKeepsTheFileOneByteMoreRenamesIt) {
 
 TEST(Log, ThreadsNeverInterleaveInsideALine) {
   LogFile log;
-  auto writer = [](char c) {
-    for (int i = 0; i < 500; ++i) LogMessage(LogAlways, "%s", std::string(40, c).c_str());
-  };
+  auto writer = [](char c) { for (int i = 0; i < 500; ++i) LogMessage(LogAlways, "%s", std::string(40, c).c_str()); };
   std::thread a(writer, 'a'), b(writer, 'b');
   a.join(), b.join();
   std::istringstream lines(log.text());
@@ -115,9 +108,10 @@ TEST(Log, StartUpPathsAndHeader) {
   AttachLogStream(kInitialLogLevel, nullptr, nullptr, false, 0);
   CloseLog();  // with no stream attached
   EXPECT_TRUE(std::regex_match(contents(path), std::regex(R"(\n# Meloscribe Version \d+\.\d+\.\d+ \(\d+\.\d+\.\d+\.\d+\)\n)")));
-  std::optional<test::ScopedEnv> state(std::in_place, "XDG_STATE_HOME", "/srv/state");
-  EXPECT_EQ(DefaultLogPath(), "/srv/state/meloscribe/melos.log");
-  state.reset();
+  {
+    test::ScopedEnv state("XDG_STATE_HOME", "/srv/state");
+    EXPECT_EQ(DefaultLogPath(), "/srv/state/meloscribe/melos.log");
+  }
   test::ScopedEnv relative("XDG_STATE_HOME", "relative"), user("USER", "alice");  // a relative folder is no valid XDG one
   EXPECT_TRUE(DefaultLogPath().ends_with("/.local/state/meloscribe/melos.log"));
   test::ScopedEnv noHome("HOME", "");  // an empty HOME falls back to the account's folder

@@ -13,21 +13,15 @@
 namespace melos {
 namespace {
 
-using test::MpegHeader;
-
 constexpr uint32_t kLength128 = 417, kLength192 = 626, kLength32 = 104, kLength320 = 1044;  // 44100 Hz frames
 constexpr uint8_t k128 = 9, k192 = 11, k32 = 1, k320 = 14;
 
-class MpegInfo : public ::testing::Test {
- protected:
+struct MpegInfo : ::testing::Test {
   int parse(const Bytes& bytes, int mode, const std::string& name = "track.mp3", uint64_t start = 0) {
     std::string path = dir.write(name, bytes);
-    track.setPath(path);
-    track.isMp3File = name.ends_with(".mp3");
-    track.resetAudio();
+    track.setPath(path), track.isMp3File = name.ends_with(".mp3"), track.resetAudio();
     return parseMpeg(track, File::openRead(path), start, mode, nullptr);
   }
-
   test::TempDir dir;
   ID3Tag track;
 };
@@ -119,14 +113,12 @@ TEST_F(MpegInfo, LameString) {
       {"Info", "LAME4.0 " + abc, {}, "LAME4.0 A"},  {"Info", "LAMEbeta" + abc, {}, "LAMEbetaA"},
       {"Info", "LAME3.88 (beta)" + abc, {}, "LAME3.88 (beta)ABCDE"},  // earlier versions: 20
       {"Info", "LAME3.100" + abc, {}, "LAME3.100ABCDEFGHIJK"},         // read as a decimal: 3.1
-      {"Info", "LAME3.100", {}, "LAME3.100"}, {"Info", "lame3.99r", {}, ""}, {"Info", "GOGO", {}, ""},
-      {"Nope", "LAME3.99r", {}, ""},          {"Info", "LAME3.99r", {{2, 400, "LAME3.98r"}}, "LAME3.99r"},
+      {"Info", "LAME3.100", {}, "LAME3.100"}, {"Info", "lame3.99r", {}, ""}, {"Info", "GOGO", {}, ""}, {"Nope", "LAME3.99r", {}, ""},
+      {"Info", "LAME3.99r", {{2, 400, "LAME3.98r"}}, "LAME3.99r"}, {nullptr, "", {{4, 400, "LAME3.99r"}}, "LAME3.99"},
       {nullptr, "", {{0, test::XingHeader::kOffset, "LAME3.97 and more"}}, "LAME3.97"},
-      {nullptr, "", {{4, 400, "LAME3.99r"}}, "LAME3.99"},   {nullptr, "", {{4, 380, "LAME3.99r" + u20}}, "LAME3.99"},
-      {nullptr, "", {{4, 400, "lame3.99r"}}, "lame3.99"},   {nullptr, "", {{198, 400, "LAME3.99r"}}, "LAME3.99"},
-      {nullptr, "", {{199, 400, "LAME3.99r"}}, ""},         {nullptr, "", {{4, 390, "LAME3.99r"}}, ""},
-      {nullptr, "", {{4, 380, "LAME3.99r\x01" + u20}}, ""}, {nullptr, "", {{4, 380, "LAME3.99r\x7F" + u20}}, ""},
-      {nullptr, "", {{4, 380, "LAME3.99r L" + u20}}, ""},
+      {nullptr, "", {{4, 380, "LAME3.99r" + u20}}, "LAME3.99"}, {nullptr, "", {{4, 400, "lame3.99r"}}, "lame3.99"},
+      {nullptr, "", {{198, 400, "LAME3.99r"}}, "LAME3.99"}, {nullptr, "", {{199, 400, "LAME3.99r"}}, ""}, {nullptr, "", {{4, 390, "LAME3.99r"}}, ""},
+      {nullptr, "", {{4, 380, "LAME3.99r\x01" + u20}}, ""}, {nullptr, "", {{4, 380, "LAME3.99r\x7F" + u20}}, ""}, {nullptr, "", {{4, 380, "LAME3.99r L" + u20}}, ""},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.lame + (c.texts.empty() ? "" : c.texts[0].text));
@@ -143,8 +135,7 @@ TEST(MpegTables, BitratesAndSampleRatesAreTheStandardOnes) {
       for (uint8_t index = 0; index < 16; ++index)
         EXPECT_EQ(mpegBitrate(version, layer - 1u, index), test::mpegTestBitrate(version, layer, index)) << version * 100 + layer * 20 + index;
   for (uint8_t version = 0; version < 4; ++version)
-    for (uint8_t index = 0; index < 4; ++index)
-      EXPECT_EQ(mpegSampleRate(version, index), test::mpegTestSampleRate(version, index));
+    for (uint8_t index = 0; index < 4; ++index) EXPECT_EQ(mpegSampleRate(version, index), test::mpegTestSampleRate(version, index));
   EXPECT_EQ(mpegBitrate(3, 3, 5) + mpegBitrate(3, 2, 99) + mpegSampleRate(9, 0), 0u);
   EXPECT_EQ(std::string(channelModeName(kMono)) + channelModeName(kMultiChannel + 1), "mono");
 }

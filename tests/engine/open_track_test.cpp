@@ -49,19 +49,16 @@ TEST(OpenTrack, TagsAudioProgressAndWhatIsNoTrack) {
   test::TempDir dir;
   const test::Id3v1Fields v1{"V1 title", "", "", "", "", 4, 17};
   // A fresh track drops frames that are no standard ID3 frame.
-  Bytes v2 = Id3v2Builder(3).text("TIT2", Enc::Latin1, "V2 title").frame("XYZ1", {0, 'x'}).padding(30).build();
-  Bytes file = test::mp3File({v2, test::shortAudio(40), {}, test::id3v1Tag(v1)});
+  Bytes file = test::mp3File({Id3v2Builder(3).text("TIT2", Enc::Latin1, "V2 title").frame("XYZ1", {0, 'x'}).padding(30).build(), test::shortAudio(40), {},
+                              test::id3v1Tag(v1)});
   std::vector<std::pair<std::string, int>> stages;
-  ProgressCallback progress{[](const char* stage, int percent, void* context) {
-                              static_cast<decltype(stages)*>(context)->emplace_back(stage, percent);
-                            }, &stages};
+  ProgressCallback progress{[](const char* stage, int percent, void* into) { static_cast<decltype(stages)*>(into)->emplace_back(stage, percent); }, &stages};
   ID3Tag track;
   std::string path = dir.write("both.mp3", file);
   EXPECT_EQ(OpenTrack(track, path, kScanFull, &progress, true), 1u);
   EXPECT_EQ(track.tagData.title.toUtf8() + "|" + track.v1.title + "|" + track.versionText, "V2 title|V1 title|V1 and V2.3");
   EXPECT_TRUE(track.tagData.enabled && track.tagData.privdata.empty() && !track.readOnly);
-  EXPECT_EQ(std::make_tuple(track.v1.track, track.v1.genre, track.fileSize, track.audio.bitrate),
-            std::make_tuple(uint8_t{4}, uint8_t{17}, uint64_t{file.size()}, 128u));
+  EXPECT_EQ(std::make_tuple(track.v1.track, track.v1.genre, track.fileSize, track.audio.bitrate), std::make_tuple(uint8_t{4}, uint8_t{17}, uint64_t{file.size()}, 128u));
   EXPECT_EQ(stages, (decltype(stages){{"Starting...", 0}, {"Loading V1...", 20}, {"Loading V2...", 40},
                                       {"Parsing...", 70}, {"Loading " + path, 70}, {"Finished", 90}}));
   for (int n = 1; n <= 4; ++n) {  // a failed read of the container, V1 or V2 header, or tag ends the open
@@ -97,12 +94,10 @@ TEST(OpenAiff, ChunksSizesAndTheAudioFacts) {
     return builder.build();
   };
   const Bytes tag = tagWithTitle(3, "Aiff song!");  // odd size: the chunk has a pad byte
-  const auto comm = test::commChunk(2, 441005, 16, 44100.0);
-  const auto ssnd = test::ssndChunk(Bytes(1000, 0x11));
+  const auto comm = test::commChunk(2, 441005, 16, 44100.0), ssnd = test::ssndChunk(Bytes(1000, 0x11));
   test::AiffChunk broken("JUNK", Bytes(4, 0));
   broken.sizeOverride = 0x7FFFFFF0;  // past the end: ends the walk, the file still opens
-  test::AiffBuilder misfitBuilder;
-  misfitBuilder.chunk(test::commChunk(2, 44100, 16, 44100.0)).formSize(29);  // the file holds 38 bytes
+  const Bytes misfit = test::AiffBuilder().chunk(test::commChunk(2, 44100, 16, 44100.0)).formSize(29).build();  // 38 bytes
   const std::string sizeLine = "Size in header is not consistent with file size (29 <> 38 - 8)";
   // Channel modes count only where there is a rate; a COMM chunk under 18 bytes is skipped.
   const struct { const char* name; Bytes bytes; bool tolerate; unsigned result, rate, bitrate, duration; int channels; std::string title, log; } cases[] = {
@@ -111,8 +106,8 @@ TEST(OpenAiff, ChunksSizesAndTheAudioFacts) {
       {"tag first", aiff({test::id3Chunk(tag), comm, ssnd}), true, 0, 0, 0, 0, 0, "Aiff song!", ""},
       {"below five", aiff({test::commChunk(1, 88204, 8, 22050.0), test::ssndChunk(Bytes(8, 0))}), true, 1, 22050, 176, 4, kMono, "", ""},
       {"multichannel", aiff({test::commChunk(6, 48000, 24, 48000.0)}), true, 1, 48000, 6912, 1, kMultiChannel, "", ""},
-      {"size tolerated", misfitBuilder.build(), true, 1, 44100, 1411, 1, kStereo, "", sizeLine + " (ignoring...)"},
-      {"size refused", misfitBuilder.build(), false, 0, 0, 0, 0, 0, "", sizeLine},
+      {"size tolerated", misfit, true, 1, 44100, 1411, 1, kStereo, "", sizeLine + " (ignoring...)"},
+      {"size refused", misfit, false, 0, 0, 0, 0, 0, "", sizeLine},
       {"WAVE", aiff({comm}, "WAVE"), true, 0, 0, 0, 0, 0, "", ""},
       {"AIFC", aiff({test::commChunkAifc(2, 10, 16, 44100.0, "NONE")}, "AIFC"), true, 1, 44100, 1411, 1, kStereo, "", "Compressed AIFF header found"},
       {"short COMM", aiff({test::AiffChunk("COMM", Bytes(16, 1))}), true, 0, 0, 0, 0, 0, "", ""},
