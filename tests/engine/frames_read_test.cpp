@@ -7,7 +7,6 @@
 
 #include "engine/id3v2_reader.h"
 #include "engine/log.h"
-#include "engine/open_track.h"
 #include "tests/support/id3v2_builder.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/open_helpers.h"
@@ -15,10 +14,7 @@
 namespace melos {
 namespace {
 
-using test::Enc;
-using test::Id3Frame;
-using test::Id3v2Builder;
-using test::textFrame;
+using test::Enc, test::Id3Frame, test::Id3v2Builder, test::textFrame;
 
 ID3Tag walkFrames(uint8_t major, std::vector<Id3Frame> frames) {
   Id3v2Builder builder(major);
@@ -78,9 +74,7 @@ TEST(FrameRead, EveryRowOfTheFrameTable) {
 TEST(FrameRead, WhatAFieldCannotShowIsKept) {
   const Bytes toc{0, 0x10, 0x01, 0x02, 0, 0x14};
   auto comm = [](const char* language, const char* description, const char* text) { return test::commentFrame(Enc::Latin1, language, description, text); };
-  auto fields = [](const TagData& d) {
-    return utf8(d.title) + "|" + utf8(d.artist) + "|" + utf8(d.album) + "|" + utf8(d.comment) + "|" + d.year + "|" + d.musiccdid;
-  };
+  auto fields = [](const TagData& d) { return utf8(d.title) + "|" + utf8(d.artist) + "|" + utf8(d.album) + "|" + utf8(d.comment) + "|" + d.year + "|" + d.musiccdid; };
   const struct { uint8_t major; std::vector<Id3Frame> frames; std::string fields; std::vector<std::string> kept; } cases[] = {
       {2, {textFrame("TT2", Enc::Latin1, "T"), textFrame("TP1", Enc::Latin1, "A"), test::commentFrame(Enc::Latin1, "eng", "", "c", "COM")}, "T|A||c||", {}},
       {3, {Id3Frame("TIT2", {7, 'x'}), textFrame("TALB", Enc::Latin1, "Al")}, "||Al|||", {}},  // an unknown encoding skips that frame only

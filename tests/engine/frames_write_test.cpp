@@ -8,9 +8,7 @@
 namespace melos {
 namespace {
 
-using test::ascii;
-using test::concat;
-using test::units;
+using test::ascii, test::concat, test::units;
 
 std::string stored(const Bytes& bytes) { return std::string(bytes.begin(), bytes.end()); }
 
@@ -31,8 +29,7 @@ TEST(FrameWrite, EveryFrameForm) {
   const struct { const char* id; Bytes text; bool unicode, trim; Bytes content; /* empty: no frame */ } cases[] = {
       {"TPE1", concat({kMarkBE, {0, 'H', 0, 'i'}}), true, false, utf16("Hi")},  // big-endian is swapped
       {"TIT2", {}, false, false, {}}, {"TIT2", {}, true, false, {}}, {"TIT2", kMarkLE, true, false, {}},
-      {"TALB", concat({ascii("ab"), {0}, ascii("cd")}), false, false, latin1("ab")},
-      {"TALB", concat({le("a"), kEnd16, units("b")}), true, false, utf16("a")},
+      {"TALB", concat({ascii("ab"), {0}, ascii("cd")}), false, false, latin1("ab")}, {"TALB", concat({le("a"), kEnd16, units("b")}), true, false, utf16("a")},
       {"TIT2", ascii(" \t x y\r\n "), false, true, latin1("x y")}, {"TIT2", ascii("   "), false, true, {}},
       {"TIT2", ascii("   "), false, false, latin1("   ")},      {"TIT2", le(" a b\t"), true, true, utf16("a b")},
       {"TIT2", concat({kMarkBE, {0, ' ', 0, 'a', 0, ' '}}), true, true, utf16("a")}, {"TIT2", le(" \n"), true, true, {}},
@@ -46,8 +43,7 @@ TEST(FrameWrite, EveryFrameForm) {
       {"COMM", le("hi"), true, false,
        concat({{1}, ascii("eng"), kMarkLE, kEnd16 /* empty description */, kMarkLE, units("hi"), kEnd16, {0, 0} /* overshoot */})},
       {"USLT", concat({kMarkBE, {0, 'l', 0, 'a'}}), true, false, concat({{1}, ascii("eng"), kMarkLE, kEnd16, le("la"), kEnd16, {0, 0}})},
-      {"WCOM", ascii("http://c"), false, true, ascii("http://c")}, {"WOAR", ascii(" u "), false, true, ascii(" u ")},
-      {"WXXX", {}, false, false, {}},
+      {"WCOM", ascii("http://c"), false, true, ascii("http://c")}, {"WOAR", ascii(" u "), false, true, ascii(" u ")}, {"WXXX", {}, false, false, {}},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.id + stored(c.text));
@@ -94,9 +90,7 @@ TEST(FrameWrite, EveryFrameForm) {
                          frame("UFID", concat({ascii("o"), {0} /* owner end */, Bytes(64, 'z') /* data cut to 64 */})), frame("TXXX", body, 4),
                          {'P', 'C', 'S', 'T', 0, 0, 0, 4 /* size */, 0, 0 /* flags */, 0, 0, 0, 0}}));
   EXPECT_FALSE(error);
-}
-
-TEST(FrameWrite, TextSizesAndTrackStrings) {
+  // Text sizes and the track strings of TRCK and TPOS.
   const std::tuple<Bytes, bool, uint32_t> sizes[] = {
       {{}, false, 0}, {ascii("abc"), false, 3}, {concat({ascii("ab"), {0}, ascii("c")}), false, 2}, {{}, true, 0},
       {kMarkLE, true, 0}, {le("ab"), true, 8} /* mark, two units, terminator */, {concat({kMarkBE, {0, 'a'}}), true, 6},

@@ -34,7 +34,8 @@ const char* const kStamp = R"(\d{4}-\d{2}-\d{2} \d{2}:\d{2}:\d{2})";
 
 TEST(Log, LineShapesAndTheEcho) {
   const std::string x(3000, 'x');
-  const struct { unsigned max; int mode; unsigned level; const char* format; std::string arg; bool stamped; std::string ends; const char* name = nullptr; int id = 0; } cases[] = {
+  const struct { unsigned max; int mode; unsigned level; const char* format; std::string arg; bool stamped; std::string ends;
+                 const char* name = nullptr; int id = 0; } cases[] = {
       {3, 0, LogAlways, "%s", "plain", true, ": plain\n"}, {3, 0, LogAlways, "#%s", " header", false, "# header\n"}, {3, 0, LogAlways, "%s", "", true, ": \n"},
       {3, 0, LogAlways, "\n# %s", "version", false, "\n# version\n"}, {3, 0, LogAlways, "%s", "already\n", true, ": already\n"},
       {3, 0, LogAlways, "%s", "carriage\r", true, ": carriage\r"}, {2, 0, LogStatus, "%s", "hidden", false, ""},

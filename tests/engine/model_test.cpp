@@ -29,8 +29,7 @@ ID3Tag fullSource() {
 
 TEST(CopyTagData, AllCopiesEverythingButTheTrackOwnFieldsSelectorsTheirOwn) {
   ID3Tag to;
-  to.isMp3File = true;
-  to.tagData.grouping = "mine";
+  to.isMp3File = true, to.tagData.grouping = "mine";
   CopyTagData(to, fullSource(), true, false, false, false, false);
   const TagData& d = to.tagData;
   EXPECT_EQ(d.title.toUtf8() + d.lyrics.toUtf8() + d.recordtime + d.mood, "TitleLyrics2001-02-03 04:05Calm");

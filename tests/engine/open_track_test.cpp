@@ -15,12 +15,9 @@
 namespace melos {
 namespace {
 
-using test::Enc;
-using test::Id3v2Builder;
+using test::Enc, test::Id3v2Builder;
 
-Bytes tagWithTitle(uint8_t major, const char* title) {
-  return Id3v2Builder(major).text("TIT2", Enc::Latin1, title).padding(10).build();
-}
+Bytes tagWithTitle(uint8_t major, const char* title) { return Id3v2Builder(major).text("TIT2", Enc::Latin1, title).padding(10).build(); }
 
 // Four characters after the last dot decide the kind: ".MP3x" is MP3, ".txt" no track.
 TEST(OpenTrack, ContainerChecks) {
@@ -36,8 +33,8 @@ TEST(OpenTrack, ContainerChecks) {
       {"fffc.tdf", {0x12, 0xFF, 0xFC, 0x00, 0x55}, nullptr},
       {"bad.aif", {'R', 'I', 'F', 'F', 0, 0, 0, 0}, "File is not a valid AIFF file (0x52494646)"},
   };
+  test::TempDir dir;
   for (const auto& [name, bytes, refusal] : cases) {
-    test::TempDir dir;
     test::LogCapture log;
     ID3Tag track;
     OpenTrack(track, dir.write(name, bytes), kScanFull, nullptr, false);
@@ -113,9 +110,9 @@ TEST(OpenAiff, ChunksSizesAndTheAudioFacts) {
       {"short COMM", aiff({test::AiffChunk("COMM", Bytes(16, 1))}), true, 0, 0, 0, 0, 0, "", ""},
       {"past the end", aiff({test::commChunk(1, 100, 16, 8000.0), broken}), true, 1, 8000, 128, 1, kMono, "", ""},
   };
+  test::TempDir dir;
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
-    test::TempDir dir;
     test::LogCapture log;
     ID3Tag track;
     track.aiffSizeTolerance = c.tolerate;
