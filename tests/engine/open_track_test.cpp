@@ -60,9 +60,8 @@ TEST(OpenTrack, TagsAudioProgressAndWhatIsNoTrack) {
                                       {"Parsing...", 70}, {"Loading " + path, 70}, {"Finished", 90}}));
   for (int n = 1; n <= 4; ++n) {  // a failed read of the container, V1 or V2 header, or tag ends the open
     test::FailNth fail(FileOp::Read, n);
-    setFaultInjector(&fail);
+    test::ScopedInjector scoped(fail);
     EXPECT_EQ(OpenTrack(track, path, kScanFull, nullptr, false) * 100 + track.readError, EIO) << n;
-    setFaultInjector(nullptr);
   }
   OpenTrack(track, path, kScanFull, nullptr, false);  // writable only when checked
   EXPECT_TRUE(track.readOnly);
