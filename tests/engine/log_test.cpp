@@ -25,7 +25,6 @@ struct LogFile {
     AttachLogStream(level, std::fopen(path.c_str(), "a+"), name, false, letterMode, id);
   }
   ~LogFile() { CloseLog(), AttachLogStream(kInitialLogLevel, nullptr, nullptr, false, 0); }
-  std::string text() const { return contents(path); }
   test::TempDir dir;
   std::string path;
 };
@@ -49,7 +48,7 @@ TEST(Log, LineShapesAndTheEcho) {
     SCOPED_TRACE(c.ends);
     LogFile log(c.max, c.mode, c.name, c.id);
     EXPECT_EQ(LogMessage(c.level, c.format, c.arg.c_str()) > 0, !c.ends.empty());
-    std::string text = log.text();
+    std::string text = contents(log.path);
     EXPECT_EQ(std::regex_search(text, std::regex(std::string("^") + kStamp)), c.stamped);
     EXPECT_TRUE(text.ends_with(c.ends) && (!c.ends.empty() || text.empty())) << text;
   }
@@ -82,7 +81,7 @@ TEST(Log, PruneAtTheLimitKeepsTheFileOneByteMoreRenamesIt) {
   std::strftime(month, sizeof month, "%Y%m", std::localtime(&now));
   EXPECT_TRUE(std::regex_search(dated()[0], std::regex(std::string(R"(: 0123456789\nmelos-)") + month + R"(\d{6}\.log$)"))) << dated()[0];
   EXPECT_EQ(GetLogLevel(), 3u);  // after a prune, whatever it was before
-  EXPECT_NE(log.text().find("Pruning log file (old log is now "), std::string::npos);
+  EXPECT_NE(contents(log.path).find("Pruning log file (old log is now "), std::string::npos);
   // A second prune in the same minute replaces the first; both can straddle a minute.
   PruneLogFile(log.path, 1);
   EXPECT_TRUE(dated().size() == 2 || (dated().size() == 1 && dated()[0].find("0123456789") == std::string::npos));
@@ -93,7 +92,7 @@ TEST(Log, ThreadsNeverInterleaveInsideALine) {
   auto writer = [](char c) { for (int i = 0; i < 500; ++i) LogMessage(LogAlways, "%s", std::string(40, c).c_str()); };
   std::thread a(writer, 'a'), b(writer, 'b');
   a.join(), b.join();
-  std::istringstream lines(log.text());
+  std::istringstream lines(contents(log.path));
   int count = 0;
   const std::regex whole(std::string(kStamp) + ": (a{40}|b{40})");
   for (std::string line; std::getline(lines, line); ++count) EXPECT_TRUE(std::regex_match(line, whole)) << line;
