@@ -125,9 +125,8 @@ TEST(FrameRead, TextEncodingsGenresAndNumbers) {
   for (const auto& [enc, text, unicode, stored] : encodings)
     EXPECT_EQ(walkFrames(3, {textFrame("TIT2", enc, text)}).tagData.title, (UnicodeText{stored, unicode})) << text;
   const std::pair<const char*, const char*> genres[] = {
-      {"(17)", "Rock"},       {"(17)Rock", "Rock"}, {"Rock", "Rock"},     {"17", "Rock"},   {"(0)Blues", "Blues"},
-      {"(12)Other", "Other"}, {"Chiptune", "Chiptune"}, {"(RX)", "Remix"}, {"(CR)", "Cover"}, {"((text)", "(text)"},
-      {"(200)", "(200)"},     {"(17)(18)", "Rock"}, {"", ""}};
+      {"(17)", "Rock"}, {"(17)Rock", "Rock"}, {"Rock", "Rock"}, {"17", "Rock"}, {"(0)Blues", "Blues"}, {"(12)Other", "Other"}, {"Chiptune", "Chiptune"},
+      {"(RX)", "Remix"}, {"(CR)", "Cover"}, {"((text)", "(text)"}, {"(200)", "(200)"}, {"(17)(18)", "Rock"}, {"", ""}};
   for (const auto& [text, genre] : genres)
     EXPECT_EQ(utf8(walkFrames(3, {textFrame("TCON", Enc::Latin1, text)}).tagData.genre) + "|" +
               utf8(walkFrames(4, {textFrame("TCON", Enc::Utf16LE, text)}).tagData.genre), std::string(genre) + "|" + genre) << text;
@@ -190,8 +189,7 @@ TEST(V2Header, AcceptsAndRefuses) {
 // skipping four more would misread the first frame.
 TEST(V2Walk, EveryFrameFormReachesTheField) {
   const Bytes image = test::jpegBytes(32);  // FF D8 ... needs unsynchronising
-  Id3Frame unsync24("TIT2", {0x00, 'a', 0xFF, 0x00, 0xE0, 'b'});
-  unsync24.flags = 0x0002;  // the body is already unsynchronised
+  const Id3Frame unsync24("TIT2", {0x00, 'a', 0xFF, 0x00, 0xE0, 'b'}, 0x0002);  // the body is already unsynchronised
   // 256 bytes of text: size bytes 00 00 01 00 read 128 syncsafe, 256 plain; the size whose end a valid
   // (also lower-case) ID follows stands.
   Id3Frame plain = test::textFrame("TIT2", Enc::Latin1, std::string(255, '-')), odd("TIT2", test::textBody(Enc::Latin1, std::string(127, 'y')));
