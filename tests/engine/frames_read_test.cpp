@@ -63,9 +63,8 @@ TEST(FrameRead, EveryRowOfTheFrameTable) {
     EXPECT_EQ(d.usertext, (std::vector<UserText>{{test::userTextBody(Enc::Latin1, "MOOD", "happy"), UnicodeText::latin1("MOOD"), UnicodeText::latin1("happy")}}));
   });
   check(test::commentFrame(Enc::Utf16LE, "eng", "", "la la", "USLT"), [](const TagData& d) { EXPECT_TRUE(d.lyrics.unicode && utf8(d.lyrics) == "la la"); });
-  const Bytes jpeg = test::jpegBytes(40);
-  check(test::pictureFrame(Enc::Latin1, "image/jpeg", 3, "cover", jpeg), [&jpeg](const TagData& d) {
-    EXPECT_EQ(d.picdata, (std::vector<PicData>{{jpeg, "jpeg", kPictureFrontCover, UnicodeText::latin1("cover")}}));
+  check(test::pictureFrame(Enc::Latin1, "image/jpeg", 3, "cover", test::jpegBytes(40)), [](const TagData& d) {
+    EXPECT_EQ(d.picdata, (std::vector<PicData>{{test::jpegBytes(40), "jpeg", kPictureFrontCover, UnicodeText::latin1("cover")}}));
   });
   for (const auto& row : kFrameTable) EXPECT_TRUE(covered.count(std::string(row.id))) << row.id;
 }
@@ -160,8 +159,6 @@ TEST(FrameRead, PictureMimeRules) {
   EXPECT_TRUE(unloaded.tagData.picdata.empty() && unloaded.tagData.privdata.empty());
 }
 
-std::string title(const ID3Tag& track) { return track.tagData.title.toUtf8(); }
-
 TEST(V2Header, AcceptsAndRefuses) {
   const std::pair<Bytes, uint32_t> cases[] = {
       {{'I', 'D', '3', 3, 0, 0x00, 0, 0, 0x02, 0x01}, 257 + 10}, {{'I', 'D', '3', 4, 0, 0x80, 0, 0, 0, 0x10}, 16 + 10},
@@ -177,7 +174,7 @@ TEST(V2Header, AcceptsAndRefuses) {
   ID3Tag track = test::walkTag(Id3v2Builder(5).text("TIT2", Enc::Latin1, "Five").padding(8).build());  // later versions still read
   EXPECT_TRUE(log.has(LogError, "ID3 tag version 2.5 is incompatible (max 2.4)") &&
               log.has(LogWarning, "Warning: Tag version 2.5 found (max allowed is 2.4)"));
-  EXPECT_EQ(title(track) + std::to_string(track.v2Version), "Five5");
+  EXPECT_EQ(utf8(track.tagData.title) + std::to_string(track.v2Version), "Five5");
   // A header that claims more than the file holds is a short read: nothing of the claimed size is allocated.
   test::TempDir dir;
   test::openBytes(dir, "big.tdf", Id3v2Builder(3).text("TIT2", Enc::Latin1, "Big").rawHeaderSize({0x7F, 0x7F, 0x7F, 0x7F}).build(), track);
@@ -245,7 +242,7 @@ TEST(V2Walk, FaultsEndTheWalkKeepModesDecideUnknownFrames) {
     SCOPED_TRACE(c.message);
     test::LogCapture log;
     ID3Tag track = test::walkTag(c.tag.build(), c.keepMode);
-    EXPECT_TRUE(title(track) == "Kept" && track.v2Read && (*c.message == 0 || log.has(c.level, c.message))) << log.dump();
+    EXPECT_TRUE(utf8(track.tagData.title) == "Kept" && track.v2Read && (*c.message == 0 || log.has(c.level, c.message))) << log.dump();
     EXPECT_EQ(track.tagData.privdata, c.kept);
   }
   // 2.3-only IDs stay standard in 2.4.

@@ -55,9 +55,7 @@ TEST(FrameWrite, EveryFrameForm) {
   std::string big = stored(concat({kMarkBE, {0, 'A', 0x4E, 0x2D}})), little = stored(le("A")), latin = "\xFE\xFFx";
   Bytes out;
   bool error = false;
-  writeFrame(out, "TIT2", big, true, error, 3, true);
-  writeFrame(out, "TIT2", little, true, error, 3, false);
-  writeFrame(out, "TIT2", latin, false, error, 3, false);
+  writeFrame(out, "TIT2", big, true, error, 3, true), writeFrame(out, "TIT2", little, true, error, 3, false), writeFrame(out, "TIT2", latin, false, error, 3, false);
   EXPECT_EQ(big + "|" + little + "|" + latin, stored(concat({kMarkLE, {'A', 0, 0x2D, 0x4E}})) + "|" + stored(le("A")) + "|\xFE\xFFx");
   // 200 bytes of content: 2.3 plain 00 00 00 C8, 2.4 syncsafe 00 00 01 48.
   for (auto [version, size] : {std::pair{3, Bytes{0, 0, 0, 0xC8}}, std::pair{4, Bytes{0, 0, 1, 0x48}}}) {

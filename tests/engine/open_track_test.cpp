@@ -21,12 +21,11 @@ Bytes tagWithTitle(uint8_t major, const char* title) { return Id3v2Builder(major
 
 // Four characters after the last dot decide the kind: ".MP3x" is MP3, ".txt" no track.
 TEST(OpenTrack, ContainerChecks) {
-  auto padded = [](Bytes head, size_t zeros) { return head.insert(head.begin(), zeros, 0), head; };
   const std::tuple<const char*, Bytes, const char*> cases[] = {  // name, bytes, refusal (nullptr: opens)
       {"id3.MP3x", tagWithTitle(3, "x"), nullptr},
       {"mp4.mp3", {0, 0, 0, 0x20, 'f', 't', 'y', 'p', 'M', '4', 'A', ' '}, "File appears to be an MP4 not a valid MP3 file"},
-      {"late.mp3", padded(test::mpegHeaderBytes({}), 8192), "File is not a valid MP3 file (0x00000000)"},
-      {"ontime.mp3", padded(test::shortAudio(), 100), nullptr},
+      {"late.mp3", test::concat({Bytes(8192, 0), test::mpegHeaderBytes({})}), "File is not a valid MP3 file (0x00000000)"},
+      {"ontime.mp3", test::concat({Bytes(100, 0), test::shortAudio()}), nullptr},
       {"fffa.mp3", {0x12, 0xFF, 0xFA, 0x90, 0x00, 0x55, 0x55}, nullptr},  // the low layer bit: accepted at once
       {"fffc-last.mp3", {0x12, 0x34, 0xFF, 0xFC}, nullptr},  // FF FC only when it is the last pair examined
       {"fffc-then.mp3", {0x12, 0xFF, 0xFC, 0x00, 0x55}, "File is not a valid MP3 file (0x12FFFFFFFFFFFFFF"},
