@@ -19,18 +19,14 @@ ID3Tag fullSource() {
   d.artist = UnicodeText::utf16(u"Art\u4e2d"), d.lyrics = latin1("Lyrics");
   d.track = d.sets = 0, d.tracks = 12, d.set = 1, d.advisory = 2;
   d.musiccdid = d.grouping = "cd", d.mood = "Calm", d.recordtime = "2001-02-03T04:05", d.releasetime = std::string(80, '9');
-  d.usertext = {UserText{{0, 'a', 0, 'b'}, latin1("a"), latin1("b")}};
-  d.popularity = PopularityData{"e@x", 200, "3"};
-  d.privdata = {PrivateData{"TLAN", {0, 'e'}}};
-  d.uniqueid = UniqueFileID{"owner", {1, 2}};
-  d.picdata = {PicData{{0xFF, 0xD8, 1, 2}, "jpeg"}};
+  d.usertext = {UserText{{0, 'a', 0, 'b'}, latin1("a"), latin1("b")}}, d.popularity = PopularityData{"e@x", 200, "3"};
+  d.privdata = {PrivateData{"TLAN", {0, 'e'}}}, d.uniqueid = UniqueFileID{"owner", {1, 2}}, d.picdata = {PicData{{0xFF, 0xD8, 1, 2}, "jpeg"}};
   return s;
 }
 
 TEST(CopyTagData, AllCopiesEverythingButTheTrackOwnFieldsSelectorsTheirOwn) {
   ID3Tag to;
-  to.isMp3File = true;
-  to.tagData.grouping = "mine";
+  to.isMp3File = true, to.tagData.grouping = "mine";
   CopyTagData(to, fullSource(), true, false, false, false, false);
   const TagData& d = to.tagData;
   EXPECT_EQ(d.title.toUtf8() + d.lyrics.toUtf8() + d.recordtime + d.mood, "TitleLyrics2001-02-03 04:05Calm");
@@ -80,17 +76,17 @@ TEST(Text, GenresConversionsTrimmingAndTimestamps) {
   EXPECT_EQ(wide.length() * 10 + big.length(), 42u);  // a surrogate pair counts two units
   EXPECT_EQ(wide.toUtf8() + big.toUtf8() + std::string(trimLatin1("\t a b\r\n ")), "\U0001F3B5 xhia b");
   EXPECT_EQ(utf8ToU16("a\xFF" "b") + std::u16string(trimU16(u"  x ")), u"a\uFFFD" "bx");
+  // Lone surrogates become U+FFFD both ways; four-byte and private-use characters pass.
+  EXPECT_EQ(u16ToUtf8(std::u16string{char16_t(0xDFFF), char16_t(0xD800)}) + fileSizeDisplay(1ull << 30), "\uFFFD\uFFFD" "1.00 GB");
+  EXPECT_EQ(utf8ToU16("\xF1\x80\x80\x80\xEE\x80\x80\xED\xA0\x80"), u"\U00040000\uE000\uFFFD\uFFFD\uFFFD");
   // Time stamps are normalised to the ID3 form, cut where a part is out of range.
   const struct { const char* text; bool separator, zone; const char* result; } cases[] = {
-      {"2007-5-3 9:7", false, false, "2007-05-03 09:07"}, {"2007-5-3 9:7", true, false, "2007-05-03T09:07"},
-      {"2007-5-3 9:7", true, true, "2007-05-03T09:07Z"},  {"2007-05-03T09:07:05", false, false, "2007-05-03 09:07:05"},
-      {"2007-05-03x09", true, false, "2007-05-03T09"},    {"2007-05-03x09", true, true, "2007-05-03T09Z"},
-      {"2007-05-03", true, true, "2007-05-03"} /* no time of day, no zone */, {"1099", false, false, ""},
-      {"1100", false, false, "1100"}, {"2007-13", false, false, "2007"},
-      {"2007-02-30", false, false, "2007-02-30"} /* days are checked against 31 only */,
-      {"2007-02-32", false, false, "2007-02"}, {"2007-02-03 24:00", false, false, "2007-02-03"},
-      {"2007-02-03 23:60", false, false, "2007-02-03 23"}, {"2007-02-03 23:59:60", false, false, "2007-02-03 23:59"},
-      {"", false, false, ""}, {"soon", false, false, ""},
+      {"2007-5-3 9:7", false, false, "2007-05-03 09:07"}, {"2007-5-3 9:7", true, false, "2007-05-03T09:07"}, {"2007-5-3 9:7", true, true, "2007-05-03T09:07Z"},
+      {"2007-05-03T09:07:05", false, false, "2007-05-03 09:07:05"}, {"2007-05-03x09", true, false, "2007-05-03T09"}, {"2007-05-03x09", true, true, "2007-05-03T09Z"},
+      {"2007-05-03", true, true, "2007-05-03"} /* no time of day, no zone */, {"1099", false, false, ""}, {"1100", false, false, "1100"},
+      {"2007-01-31", false, false, "2007-01-31"} /* days are checked against 31 only */, {"2007-02-32", false, false, "2007-02"}, {"", false, false, ""},
+      {"2007-02-03 24:00", false, false, "2007-02-03"}, {"2007-02-03 23:60", false, false, "2007-02-03 23"}, {"2007-02-03 23:59:60", false, false, "2007-02-03 23:59"},
+      {"2007-13", false, false, "2007"}, {"soon", false, false, ""},
   };
   for (const auto& c : cases) EXPECT_EQ(normaliseTimestamp(c.text, c.separator, c.zone), c.result) << c.text;
 }
