@@ -12,10 +12,7 @@ namespace {
 
 using test::AiffBuilder;
 
-struct Copy {
-  int result;
-  Bytes output;
-};
+struct Copy { int result; Bytes output; };
 
 Copy copyOf(const Bytes& source, bool tolerant, const char* stopAfter = nullptr) {
   test::TempDir dir;
@@ -47,18 +44,13 @@ TEST(AiffCopy, WhatACopyKeepsAndWhatItRefuses) {
   Bytes cutFixed = cut;  // the FORM and sound sizes say what is there
   writeU32BE(&cutFixed[4], static_cast<uint32_t>(cutFixed.size() - 8));
   writeU32BE(&cutFixed[cutFixed.size() - 76 + 4], 68);
-  struct Case {
-    Bytes source;
-    bool tolerant;
-    int result;
-    const char* logged;
-    Bytes output;  // of a copy that succeeds
-  };
+  struct Case { Bytes source; bool tolerant; int result; const char* logged; Bytes output; /* of a copy that succeeds */ };
   const Case cases[] = {
       {AiffBuilder("AIFC").chunk(kComm).chunk(test::id3Chunk({'I', 'D', '3'})).chunk(kSound).chunk("NAME", {'a'})
            .chunk("id3 ", {1, 2}).build(),
        false, 0, nullptr, AiffBuilder("AIFC").chunk(kComm).chunk(kSound).chunk("NAME", {'a'}).build()},
       {riff, true, 5, "Could not find the AIFF form for copying", {}},
+      {AiffBuilder().chunk(kComm).formSize(38).build(), true, 5, "Error reading the AIFF chunk ID", {}},  // 8 bytes short
       {AiffBuilder("WAVE").chunk(kComm).build(), true, 5, "Could not find the AIFF data start for copying", {}},
       {longAfter, true, 0, "AIFF data integrity error for the chunk ANNO (4000/2) (ignoring...)",
        AiffBuilder().chunk(kComm).chunk(kSound).build()},
@@ -73,9 +65,7 @@ TEST(AiffCopy, WhatACopyKeepsAndWhatItRefuses) {
     const Copy copy = copyOf(c.source, c.tolerant);
     EXPECT_EQ(copy.result, c.result);
     EXPECT_TRUE(c.logged == nullptr ? log.count(LogError) == 0 : log.has(LogError, c.logged)) << log.dump();
-    if (c.result == 0) {
-      EXPECT_EQ(copy.output, c.output);
-    }
+    if (c.result == 0) { EXPECT_EQ(copy.output, c.output); }
   }
   // Stopping behind the sound leaves the rest out and fixes the FORM size.
   EXPECT_EQ(copyOf(cases[0].source, false, "ssnd").output, AiffBuilder("AIFC").chunk(kComm).chunk(kSound).build());

@@ -61,6 +61,7 @@ ID3Tag v2Track() {
   d.lyrics = UnicodeText::latin1("la");
   d.popularity = PopularityData{"a@b", 5, "3"};
   d.moreValues = {{"TIT2", u"Title", {u"Second"}}};
+  d.picdata = {PicData{{1}, "png"}};
   return track;
 }
 
@@ -77,6 +78,7 @@ TEST(CompareV2, CodesInTableOrder) {
       {"tracks", [](TagData& d) { d.tracks = 13; }, 109},
       {"genre", [](TagData& d) { d.genre = UnicodeText::latin1("Rock"); }, 110},
       {"url", [](TagData& d) { d.url = "http://x"; }, 114},
+      {"publisher", [](TagData& d) { d.publisher = UnicodeText::latin1("P"); }, 119},
       {"podcast", [](TagData& d) { d.podcast = true; }, 125},
       {"user text count", [](TagData& d) { d.usertext.clear(); }, 129},
       {"sets ignored while set is unset", [](TagData& d) { d.sets = 2; }, 0},
@@ -86,11 +88,14 @@ TEST(CompareV2, CodesInTableOrder) {
       {"ufid data", [](TagData& d) { d.uniqueid.data = {1, 9}; }, 143},
       {"ufid shorter data", [](TagData& d) { d.uniqueid.data = {1, 2}; }, 0},
       {"picture count", [](TagData& d) { d.picdata.push_back(PicData{{1}, "png"}); }, 145},
+      {"first picture's type", [](TagData& d) { d.picdata[0].pictureType = 3; }, 145},
       {"no comment, no language", [](TagData& d) { d.commentLanguage = "fra"; }, 0},
       {"lyrics language eng by default", [](TagData& d) { d.lyricsLanguage = "eng"; }, 0},
+      {"lyrics language", [](TagData& d) { d.lyricsLanguage = "deu"; }, 147},
       {"lyrics description", [](TagData& d) { d.lyricsDescription = UnicodeText::latin1("x"); }, 147},
       {"rating email", [](TagData& d) { d.popularity.email = "b@c"; }, 148},
       {"further values", [](TagData& d) { d.moreValues[0].rest = {u"Other"}; }, 149},
+      {"further values of another first", [](TagData& d) { d.moreValues[0] = {"TIT2", u"Other", {u"Third"}}; }, 0},
   };
   for (const auto& [name, change, code] : cases) {
     ID3Tag reread = v2Track();

@@ -13,10 +13,7 @@ namespace {
 Bytes patterned(size_t size) {
   Bytes bytes(size);
   uint32_t state = 12345;
-  for (uint8_t& byte : bytes) {
-    state = state * 1103515245u + 12345u;
-    byte = static_cast<uint8_t>(state >> 16);
-  }
+  for (uint8_t& byte : bytes) byte = static_cast<uint8_t>((state = state * 1103515245u + 12345u) >> 16);
   return bytes;
 }
 
@@ -24,16 +21,9 @@ Bytes patterned(size_t size) {
 // the old audio: what arrives is the head and the copied part of the source, whatever stops the copy.
 TEST(OutputFileCopy, WhatArrivesAndWhy) {
   constexpr size_t kBlock = kCopyBlockSize;
-  struct Case {
-    const char* name;
-    size_t sourceSize, head;
-    uint64_t offset;
-    FileOp op = FileOp::Open;  // Open: no fault
-    int nth = 0;
-    int error = 0;       // injected
-    bool stops = false;  // the fault ends the copy with errno `error`
-    uint64_t beyond = 0;  // asked for past the end of the source
-  };
+  // A fault at the NTH call of OP (Open: none) fails with ERROR and, if STOPS, ends the copy; BEYOND asks for
+  // that much past the end of the source.
+  struct Case { const char* name; size_t sourceSize, head; uint64_t offset; FileOp op = FileOp::Open; int nth = 0, error = 0; bool stops = false; uint64_t beyond = 0; };
   const Case cases[] = {
       // More than two buffers and writeback pieces, and not a multiple of either.
       // Same place within the disk blocks (the kernel's copy), shifted by an odd
@@ -74,14 +64,8 @@ TEST(OutputFileCopy, WhatArrivesAndWhy) {
     scope.reset();
     ASSERT_TRUE(output.finish());
     EXPECT_TRUE(c.nth == 0 || fail.fired());
-    if (c.stops || c.beyond > 0) {
-      EXPECT_EQ(error, c.error);
-    }
-    if (c.stops) {
-      EXPECT_LT(copied, source.size());
-    } else {
-      EXPECT_EQ(copied, source.size() - c.offset);
-    }
+    if (c.stops || c.beyond > 0) { EXPECT_EQ(error, c.error); }
+    EXPECT_TRUE(c.stops ? copied < source.size() : copied == source.size() - c.offset) << copied;
     Bytes expected(c.head, 0xAA);
     expected.insert(expected.end(), source.begin() + static_cast<long>(c.offset), source.begin() + static_cast<long>(c.offset + copied));
     EXPECT_EQ(test::readFile(output.path()), expected);

@@ -7,6 +7,7 @@
 #include "engine/log.h"
 #include "engine/open_track.h"
 #include "tests/support/ape_builder.h"
+#include "tests/support/fault_injector.h"
 #include "tests/support/id3v1_builder.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/mp3_file_builder.h"
@@ -18,11 +19,7 @@ namespace {
 using test::readFile;
 
 const Bytes kAudioOnly = test::mp3File({{}, test::shortAudio(8), {}, {}});
-const Bytes kOldV1 = [] {
-  test::Id3v1Fields fields;
-  fields.title = "Old";
-  return test::id3v1Tag(fields);
-}();
+const Bytes kOldV1 = test::id3v1Tag({"Old", "", "", "", "", 0, 255});
 const Bytes kApe = [] {
   test::ApeTag tag;
   tag.items = {test::apeText("Title", "ape")};
@@ -46,11 +43,7 @@ ID3Tag opened(const test::TempDir& dir, const std::string& name, const Bytes& by
 
 // What a field becomes on its way through the 128 bytes, as the track holds it and as it is read again.
 TEST(V1Save, FieldRules) {
-  struct Case {
-    void (*change)(V1Tag&);
-    bool trim;
-    void (*readBack)(V1Tag&);
-  };
+  struct Case { void (*change)(V1Tag&); bool trim; void (*readBack)(V1Tag&); };
   const Case cases[] = {
       {[](V1Tag& t) { t.title = std::string(31, 't'); }, false, [](V1Tag& t) { t.title = std::string(30, 't'); }},
       // A 29-character comment fills byte 125: no terminator before the track.
@@ -61,6 +54,7 @@ TEST(V1Save, FieldRules) {
       {[](V1Tag& t) { t.track = 0; }, false, [](V1Tag& t) { t.track = kUnsetV1; }},
       {[](V1Tag& t) { t.track = 255; }, false, [](V1Tag& t) { t.track = kUnsetV1; }},
       {[](V1Tag& t) { t.track = 254; }, false, [](V1Tag& t) { t.track = 254; }},
+      {[](V1Tag& t) { t.track = 1; }, false, [](V1Tag& t) { t.track = 1; }},
       {[](V1Tag& t) { t.genre = 255; }, false, [](V1Tag& t) { t.genre = 12; }},  // read as Other
   };
   for (const Case& c : cases) {
@@ -78,21 +72,32 @@ TEST(V1Save, FieldRules) {
   }
 }
 
-// A second save overwrites the first, and an APE tag is cut with the old V1 tag when asked: one tag stays,
-// laid out as readers expect it.
+// A second save overwrites the first, and an APE tag is cut with the old V1 tag when asked, even one at the very
+// start: one tag stays, laid out as readers expect it.
 TEST(V1Save, OverwritesOrAppendsAndLeavesOneTag) {
-  const test::Id3v1Fields fields{"Title", "Artist", "Album", "1999", "Comment", 7, 17};
-  for (bool withApe : {false, true}) {
+  const Bytes expected = test::id3v1Tag({"Title", "Artist", "Album", "1999", "Comment", 7, 17});
+  const std::tuple<Bytes, bool, Bytes> cases[] = {{kAudioOnly, false, kAudioOnly},
+                                                  {test::concat({kAudioOnly, kApe, kOldV1}), true, kAudioOnly},
+                                                  {test::concat({kApe, kOldV1}), true, {}}};
+  for (const auto& [original, withApe, kept] : cases) {
     test::TempDir dir;
-    ID3Tag track = opened(dir, "a.mp3", withApe ? test::concat({kAudioOnly, kApe, kOldV1}) : kAudioOnly);
+    ID3Tag track;
+    test::openBytes(dir, "a.mp3", original, track);  // no audio to open in the last, but a file to save
     track.v1 = sample();
     ASSERT_EQ(updateV1ToTrack(track, withApe, false, false), 0);
     ASSERT_EQ(updateV1ToTrack(track, withApe, false, false), 0);
-    EXPECT_EQ(readFile(track.path()), test::concat({kAudioOnly, test::id3v1Tag(fields)}));
+    EXPECT_EQ(readFile(track.path()), test::concat({kept, expected}));
   }
 }
 
-TEST(V1Save, NotAnMp3OrNoPathIsCode1) {
+// Fails the first write and every unlink: the copy without the APE tag fails and its temporary file stays.
+struct CopyAndCleanupFail : FaultInjector {
+  int failure(FileOp op) noexcept override { return op == FileOp::Unlink || (op == FileOp::Write && ++writes == 1) ? EIO : 0; }
+  int writes = 0;
+};
+
+// Not an MP3 or no path is code 1, a copy that fails is 5; the file stays as it was.
+TEST(V1Save, WhatCannotBeSavedIsLeftAlone) {
   ID3Tag none;
   none.isMp3File = true;
   EXPECT_EQ(updateV1ToTrack(none, false, false, false), 1);
@@ -104,6 +109,16 @@ TEST(V1Save, NotAnMp3OrNoPathIsCode1) {
   tdf.setPath(path);
   EXPECT_EQ(updateV1ToTrack(tdf, false, false, false), 1);
   EXPECT_TRUE(readFile(path).empty());
+  const Bytes original = test::concat({kAudioOnly, kApe, kOldV1});
+  ID3Tag track = opened(dir, "a.mp3", original);
+  track.v1 = sample();
+  CopyAndCleanupFail fail;
+  test::LogCapture log;
+  {
+    test::ScopedInjector scoped(fail);
+    EXPECT_EQ(updateV1ToTrack(track, true, false, false), 5);
+  }
+  EXPECT_EQ(readFile(track.path()), original);
 }
 
 // Only a tag is cut; with the APE tag both go, and the dates can be kept.
