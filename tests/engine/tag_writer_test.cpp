@@ -45,12 +45,6 @@ Frames framesOf(const Bytes& tag) {
   return frames;
 }
 
-std::vector<std::string> idsOf(const Bytes& tag) {
-  std::vector<std::string> ids;
-  for (const auto& f : framesOf(tag)) ids.push_back(f.first);
-  return ids;
-}
-
 Bytes build(ID3Tag& track, int version, bool trim = false, bool keepExtraFrames = false) {
   Bytes out;
   const uint32_t size = buildV2Tag(track, out, version, trim, keepExtraFrames);
@@ -74,11 +68,7 @@ ID3Tag trackWith(const Fill& setup) {
 }
 
 // One case per row of the frame table: the field as held and the frame's content as written.
-struct RowCase {
-  std::string id;
-  Fill setup;
-  Bytes content;
-};
+struct RowCase { std::string id; Fill setup; Bytes content; };
 
 std::vector<RowCase> rowCases() {
   const Bytes jpeg = test::jpegBytes(8);
@@ -156,7 +146,9 @@ TEST(TagWriter, EveryRowOfTheFrameTable) {
   all.tagData.picdata.push_back(PicData{test::pngBytes(12), "png"});
   all.tagData.privdata = {PrivateData{"PRIV", {1}}, PrivateData{"TLAN", {0, 'x'}}};
   ids.insert(ids.end(), {"PRIV", "TLAN"});
-  EXPECT_EQ(idsOf(build(all, 4)), ids);
+  std::vector<std::string> built;
+  for (const auto& f : framesOf(build(all, 4))) built.push_back(f.first);
+  EXPECT_EQ(built, ids);
   std::set<std::string> covered(ids.begin(), ids.end());
   for (const FrameSpec& spec : kFrameTable) EXPECT_TRUE(covered.count(std::string(spec.id))) << spec.id;
 }
@@ -169,12 +161,11 @@ TEST(TagWriter, PaddingRule) {
   for (int version : {3, 4}) {
     // A title of 97 characters makes a frame of 10 + 1 + 97 = 108 bytes; one more needs 256.
     ID3Tag track = trackWith([](TagData& d) { d.title = narrow(std::string(97, 'x')); });
-    Bytes tag = build(track, version);
-    EXPECT_EQ(tag.size(), 128u);
-    EXPECT_EQ(Bytes(tag.begin(), tag.begin() + 10), (Bytes{'I', 'D', '3', static_cast<uint8_t>(version), 0 /* revision */,
-                                                          0 /* flags */, 0, 0, 0, 118 /* 108 + 10, syncsafe */}));
+    EXPECT_EQ(build(track, version), concat({{'I', 'D', '3', static_cast<uint8_t>(version), 0 /* revision */, 0 /* flags */, 0, 0, 0,
+                                              118 /* 108 + 10, syncsafe */}, {'T', 'I', 'T', '2', 0, 0, 0, 98, 0, 0, 0},
+                                             Bytes(97, 'x'), Bytes(10, 0)}));
     track.tagData.title.data += 'x';
-    tag = build(track, version);
+    const Bytes tag = build(track, version);
     EXPECT_EQ(tag.size(), 256u);
     EXPECT_EQ(Bytes(tag.begin() + 6, tag.begin() + 10), (Bytes{0, 0, 1, 0x76}));  // 109 + 137 = 246
   }
@@ -186,14 +177,10 @@ TEST(TagWriter, PaddingRule) {
 }
 
 TEST(TagWriter, TrimDropsBlankTitlesAndStripsTexts) {
-  ID3Tag track = trackWith([](TagData& d) {
-    d.title = narrow("   ");
-    d.artist = UnicodeText::utf16(u" A ");
-    d.iswc = " T-1 ";  // never trimmed
-  });
+  ID3Tag track = trackWith([](TagData& d) { d.title = narrow("   "), d.artist = UnicodeText::utf16(u" A "), d.iswc = " T-1 " /* never trimmed */; });
   EXPECT_EQ(framesOf(build(track, 3, true)), (Frames{{"TPE1", W("A")}, {"TSWC", L(" T-1 ")}}));
   EXPECT_EQ(track.tagData.title.data, "   ");
-  EXPECT_EQ(idsOf(build(track, 3, false)), (std::vector<std::string>{"TIT2", "TPE1", "TSWC"}));
+  EXPECT_EQ(framesOf(build(track, 3, false)), (Frames{{"TIT2", L("   ")}, {"TPE1", W(" A ")}, {"TSWC", L(" T-1 ")}}));
 }
 
 // Whether extra frames are kept or not; a kept ID that is not four characters cannot head a frame. 2.3
@@ -219,14 +206,6 @@ TEST(TagWriter, UserTextsAndKeptFramesAreAlwaysWritten) {
   EXPECT_TRUE(log.has(LogWarning, "'TT2'"));
 }
 
-TEST(TagWriter, APictureKeepsItsTypeAndDescriptionUnderAMimeOfItsKind) {
-  const Bytes jpeg = test::jpegBytes(20);
-  ID3Tag track = reread(test::Id3v2Builder(3).frame(test::pictureFrame(Enc::Utf16LE, "IMAGE/JPG", 3, "cover", jpeg)).build());
-  EXPECT_EQ(framesOf(build(track, 3)),
-            (Frames{{"APIC", concat({{1} /* UTF-16 */, ascii("image/jpeg"), {0} /* MIME end */, {3} /* front cover */,
-                                     test::encodeText(Enc::Utf16LE, "cover", true), jpeg})}}));
-}
-
 // A 2.4 tag as a peer tagger writes it: parts of frames that no field shows,
 // two values in one frame, and UTF-8 in frames that are kept whole.
 Bytes peerTag24() {
@@ -246,8 +225,7 @@ TEST(TagWriter, ASaveKeepsWhatTheFieldsDoNotShow) {
   ID3Tag track = reread(peerTag24());
   const TagData& read = track.tagData;
   ASSERT_EQ(read.picdata.size(), 1u);
-  EXPECT_EQ(read.picdata[0].pictureType, kPictureFrontCover);
-  EXPECT_EQ(read.picdata[0].description.toU16(), u"Fa\u00e7ade");
+  EXPECT_TRUE(read.picdata[0].pictureType == kPictureFrontCover && read.picdata[0].description.toU16() == u"Fa\u00e7ade");
   EXPECT_EQ(read.commentLanguage, "fra");
   EXPECT_EQ(read.lyricsDescription.toU16(), u"lyrics note");
   EXPECT_EQ(read.popularity, (PopularityData{"me@example.org", 196, "7"}));
@@ -279,15 +257,9 @@ ID3Tag v1Track() {
 
 TEST(CompareV1, FirstDifferingFieldWins) {
   const std::pair<void (*)(V1Tag&), unsigned> cases[] = {
-      {[](V1Tag&) {}, 0},
-      {[](V1Tag& t) { t.title = "x"; }, 3},
-      {[](V1Tag& t) { t.album = "x"; }, 4},
-      {[](V1Tag& t) { t.artist = "x"; }, 5},
-      {[](V1Tag& t) { t.comment = "x"; }, 6},
-      {[](V1Tag& t) { t.year = "1999"; }, 7},
-      {[](V1Tag& t) { t.track = 4; }, 8},
-      {[](V1Tag& t) { t.genre = 12; }, 10},
-      {[](V1Tag& t) { t.genre = 12; t.title = "Other"; }, 3},
+      {[](V1Tag&) {}, 0}, {[](V1Tag& t) { t.title = "x"; }, 3}, {[](V1Tag& t) { t.album = "x"; }, 4},
+      {[](V1Tag& t) { t.artist = "x"; }, 5}, {[](V1Tag& t) { t.comment = "x"; }, 6}, {[](V1Tag& t) { t.year = "1999"; }, 7},
+      {[](V1Tag& t) { t.track = 4; }, 8}, {[](V1Tag& t) { t.genre = 12; }, 10}, {[](V1Tag& t) { t.genre = 12, t.title = "Other"; }, 3},
   };
   for (const auto& [change, code] : cases) {
     ID3Tag reread = v1Track();
@@ -308,22 +280,18 @@ TEST(CompareV1, FirstDifferingFieldWins) {
 }
 
 ID3Tag v2Track() {
-  ID3Tag track;
-  track.v2Read = true;
-  TagData& d = track.tagData;
-  d.enabled = true;
-  d.title = UnicodeText::latin1("Title");
-  d.album = UnicodeText::utf16(u"Album");
-  d.track = 3;
-  d.tracks = 12;
-  d.set = kUnsetNumber;
-  d.year = d.recordtime = "2001";
-  d.usertext.push_back(UserText{});
-  d.uniqueid = UniqueFileID{"owner", {1, 2, 3}};
-  d.lyrics = UnicodeText::latin1("la");
-  d.popularity = PopularityData{"a@b", 5, "3"};
-  d.moreValues = {{"TIT2", u"Title", {u"Second"}}};
-  d.picdata = {PicData{{1}, "png"}};
+  ID3Tag track = trackWith([](TagData& d) {
+    d.title = UnicodeText::latin1("Title");
+    d.album = UnicodeText::utf16(u"Album");
+    d.track = 3, d.tracks = 12, d.set = kUnsetNumber;
+    d.year = d.recordtime = "2001";
+    d.usertext.push_back(UserText{});
+    d.uniqueid = UniqueFileID{"owner", {1, 2, 3}};
+    d.lyrics = UnicodeText::latin1("la");
+    d.popularity = PopularityData{"a@b", 5, "3"};
+    d.moreValues = {{"TIT2", u"Title", {u"Second"}}};
+    d.picdata = {PicData{{1}, "png"}};
+  });
   return track;
 }
 
