@@ -10,9 +10,7 @@
 #include <regex>
 #include <thread>
 
-#include "engine/file_state.h"
 #include "engine/log.h"
-#include "engine/output_file.h"
 #include "engine/tag_writer.h"
 #include "engine/trash.h"
 #include "tests/support/aiff_builder.h"
