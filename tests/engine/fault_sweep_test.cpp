@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <functional>
+#include <numeric>
 #include <optional>
 #include <regex>
 
@@ -35,20 +36,13 @@ using test::Enc;
 using test::readFile;
 
 Bytes oldTag() { return test::Id3v2Builder(3).text("TIT2", Enc::Latin1, "Old").padding(40).build(); }
-
-
-Bytes apeBlock() {
-  test::ApeTag tag;
-  tag.items = {test::apeText("Title", "ape")};
-  return test::apeTag(tag);
-}
+Bytes apeBlock() { return test::apeTag({{test::apeText("Title", "ape")}, true, true, false, 2000, {}}); }
 
 Bytes mp3() { return test::mp3File({oldTag(), test::shortAudio(12), apeBlock(), test::id3v1Tag({"Old V1", "", "", "", "", 0, 255})}); }
 Bytes mp3WithoutV1() { return test::mp3File({oldTag(), test::shortAudio(12), {}, {}}); }
 
 Bytes aiff() {
-  return test::AiffBuilder().chunk(test::commChunk(1, 4, 8, 8000.0)).chunk(test::id3Chunk(oldTag())).chunk(test::ssndChunk(Bytes(300, 9)))
-      .chunk("ANNO", {'a', 'b', 'c'}).build();
+  return test::AiffBuilder().chunk(test::commChunk(1, 4, 8, 8000.0)).chunk(test::id3Chunk(oldTag())).chunk(test::ssndChunk(Bytes(300, 9))).chunk("ANNO", {'a', 'b', 'c'}).build();
 }
 
 // RUN changes the opened track FILE and runs the operation, returning its result; OUTPUTNAME is a save under
@@ -60,15 +54,10 @@ struct Scenario { const char* name; const char* file; Bytes (*bytes)(); std::fun
 void newTag(ID3Tag& t) {
   t.tagData = test::fullTagData(true);
   t.tagData.releasetime = t.tagData.recordtime = t.tagData.producednotice = t.tagData.mood = "";
-  t.v1.enabled = true;
-  t.v1.title = "New V1";
-  t.v1.track = 4;
+  t.v1.enabled = true, t.v1.title = "New V1", t.v1.track = 4;
 }
 
-int titleOnly(ID3Tag& t, const std::string&) {
-  t.tagData.title = UnicodeText::latin1("New");
-  return updateV2ToTrack(t, false, 3, false, false, 0);
-}
+int titleOnly(ID3Tag& t, const std::string&) { return t.tagData.title = UnicodeText::latin1("New"), updateV2ToTrack(t, false, 3, false, false, 0); }
 
 std::vector<Scenario> scenarios() {
   using F = const std::string&;
@@ -96,9 +85,7 @@ constexpr FileOp kOps[] = {FileOp::Open,   FileOp::Read,     FileOp::Write,     
                            FileOp::Unlink, FileOp::Truncate, FileOp::Utimensat, FileOp::Link,  FileOp::Chmod};
 
 int callsOf(const test::CountingInjector& counter) {
-  int calls = 0;
-  for (FileOp op : kOps) calls += counter.count(op);
-  return calls;
+  return std::accumulate(std::begin(kOps), std::end(kOps), 0, [&](int n, FileOp op) { return n + counter.count(op); });
 }
 
 std::vector<std::string> temporaries(const std::string& folder) {
@@ -144,7 +131,6 @@ Outcome runOnce(const Scenario& s, FaultInjector* injector, bool afterOpen = fal
 }
 
 TEST(FaultSweep, NoFaultLosesTheFile) {
-  int neither = 0;
   for (const Scenario& s : scenarios()) {
     SCOPED_TRACE(s.name);
     test::CountingInjector counter;
@@ -154,7 +140,6 @@ TEST(FaultSweep, NoFaultLosesTheFile) {
     const Bytes original = s.bytes();
     const Bytes& saved = s.outputName != nullptr ? *clean.output : clean.track;
     ASSERT_NE(saved, original);
-
     int readFailures = 0;
     EXPECT_GE(callsOf(counter), 3) << "the counter sees the operations";
     for (FileOp op : kOps) {
@@ -163,14 +148,9 @@ TEST(FaultSweep, NoFaultLosesTheFile) {
         test::FailNth fail(op, n);
         const Outcome o = runOnce(s, &fail);
         EXPECT_TRUE(o.leftovers.empty()) << o.leftovers.front();
-        if (o.readFailed) {
-          ++readFailures;
-          EXPECT_NE(o.result, 0);
-          EXPECT_EQ(o.track, original);
-          EXPECT_TRUE(o.readLogged);
-        }
+        readFailures += o.readFailed;
+        EXPECT_TRUE(!o.readFailed || (o.result != 0 && o.track == original && o.readLogged)) << "a read failure was written back";
         const Bytes& now = s.outputName != nullptr && o.output ? *o.output : o.track;
-        neither += now != original && now != saved;
         if (s.outputName != nullptr) {
           EXPECT_EQ(o.track, original);
           EXPECT_TRUE(!o.output || *o.output == saved);
@@ -184,7 +164,6 @@ TEST(FaultSweep, NoFaultLosesTheFile) {
     }
     EXPECT_GT(readFailures, 0) << "no read of the open was made to fail";
   }
-  EXPECT_EQ(neither, 0) << "faults that left neither the old nor the new file";
 }
 
 // Ends the process at the n-th file call of any kind, as a kill would.

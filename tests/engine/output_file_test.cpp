@@ -32,10 +32,8 @@ TEST(OutputFileCopy, WhatArrivesAndWhy) {
       // More than two buffers and writeback pieces, and not a multiple of either.
       // Same place within the disk blocks (the kernel's copy), shifted by an odd
       // count either way (our own buffered copy), and from the very start.
-      {"in place", 2 * kBlock + 70001, 4096, 8192},
-      {"shifted forward", 2 * kBlock + 70001, 141184, 152260},
-      {"shifted back", 2 * kBlock + 70001, 152260, 141184},
-      {"from the start behind a head", 2 * kBlock + 70001, 10, 0},
+      {"in place", 2 * kBlock + 70001, 4096, 8192}, {"shifted forward", 2 * kBlock + 70001, 141184, 152260},
+      {"shifted back", 2 * kBlock + 70001, 152260, 141184}, {"from the start behind a head", 2 * kBlock + 70001, 10, 0},
       {"from the start", 2 * kBlock + 70001, 0, 0},
       // The head is written with the first write, so the second call fails
       // during the copy itself: in the kernel's copy and in the buffered one.
@@ -84,8 +82,7 @@ Copy copyOf(const Bytes& source, bool tolerant, const char* stopAfter = nullptr)
   test::TempDir dir;
   const std::string path = dir.write("in.aif", source);
   ID3Tag track;
-  track.isAiffFile = true;
-  track.aiffSizeTolerance = tolerant;
+  track.isAiffFile = true, track.aiffSizeTolerance = tolerant;
   File input = File::openRead(path);
   OutputFile output = OutputFile::createBeside(path);
   Copy copy{CopyAiffChunks(track, input, output, stopAfter, nullptr), {}};

@@ -24,11 +24,7 @@ using test::readFile;
 const Bytes kAudio = test::shortAudio(8);
 const Bytes kV2 = test::Id3v2Builder(3).text("TIT2", test::Enc::Latin1, "Title").padding(64).build();
 const Bytes kV1 = test::id3v1Tag({"Old", "", "", "", "", 0, 255});
-const Bytes kApe = [] {
-  test::ApeTag tag;
-  tag.items = {test::apeText("Title", "ape")};
-  return test::apeTag(tag);
-}();
+const Bytes kApe = test::apeTag({{test::apeText("Title", "ape")}, true, true, false, 2000, {}});
 
 V1Tag sample() { return V1Tag{true, "Title", "Artist", "Album", "1999", "Comment", 7, 17}; }
 
