@@ -154,17 +154,6 @@ TEST(TagWriter, EveryRowOfTheFrameTable) {
 TEST(TagWriter, PaddingRule) {
   const std::pair<uint32_t, uint32_t> cases[] = {{0, 118}, {108, 10}, {109, 137}, {117, 129}, {118, 128}, {236, 10}, {237, 137}};
   for (const auto& [frames, padding] : cases) EXPECT_EQ(paddingFor(frames), padding) << frames;
-  for (int version : {3, 4}) {
-    // A title of 97 characters makes a frame of 10 + 1 + 97 = 108 bytes; one more needs 256.
-    ID3Tag track = trackWith([](TagData& d) { d.title = narrow(std::string(97, 'x')); });
-    EXPECT_EQ(build(track, version), concat({{'I', 'D', '3', static_cast<uint8_t>(version), 0 /* revision */, 0 /* flags */, 0, 0, 0,
-                                              118 /* 108 + 10, syncsafe */}, {'T', 'I', 'T', '2', 0, 0, 0, 98, 0, 0, 0},
-                                             Bytes(97, 'x'), Bytes(10, 0)}));
-    track.tagData.title.data += 'x';
-    const Bytes tag = build(track, version);
-    EXPECT_EQ(tag.size(), 256u);
-    EXPECT_EQ(Bytes(tag.begin() + 6, tag.begin() + 10), (Bytes{0, 0, 1, 0x76}));  // 109 + 137 = 246
-  }
   ID3Tag empty = trackWith([](TagData&) {});
   Bytes out{'x', 'y'};
   EXPECT_EQ(buildV2Tag(empty, out, 3, false, false), 128u);
@@ -334,18 +323,6 @@ TEST(CompareV2, AWrittenTagMissingOnRereadIsADifference) {
   EXPECT_EQ(CompareV2Tags(a, b, 3), kCompareNoV2Tag);
   EXPECT_TRUE(log.has(LogWarning, "Comparing V2 enabled state failed (1 != 0)"));
   EXPECT_EQ(CompareV2Tags(b, a, 3), 0u);  // nothing written, nothing to find
-}
-
-TEST(DescribeTagVersions, Texts) {
-  const std::tuple<bool, bool, bool, int, const char*> cases[] = {
-      {true, true, false, 3, "V1 and V2.3"}, {false, true, false, 4, "V2.4"}, {true, false, false, 0, "V1"},
-      {false, false, false, 0, ""}, {false, true, false, 5, "V2.5 (unsupported)"}, {false, true, true, 3, "V2.3 (podcast)"}};
-  for (const auto& [v1, v2, podcast, version, text] : cases) {
-    ID3Tag track;
-    track.v1Loaded = v1, track.v2Read = v2, track.tagData.podcast = podcast;
-    DescribeTagVersions(track, version);
-    EXPECT_TRUE(track.versionText == text && track.v2Version == version) << text;
-  }
 }
 
 }  // namespace
