@@ -230,8 +230,6 @@ TEST(FaultSweep, EachFailureHasItsCodeAndMessage) {
       {"V1 save over the old V1 tag", FileOp::Open, 1, 1, 2, "for writing (error: "},
       {"V1 save over the old V1 tag", FileOp::Read, 1, 1, 5, "Failed to save the version 1 tag data (pos 0)"},
       {"V1 save over the old V1 tag", FileOp::Write, 1, 1, 5, "Failed to save the version 1 tag data (pos 0)"},
-      {"V1 save onto a track without one", FileOp::Open, 1, 1, 2, "for writing (error: "},
-      {"V1 save onto a track without one", FileOp::Read, 1, 1, 5, "Failed to save the version 1 tag data (pos 0)"},
       {"V1 save onto a track without one", FileOp::Write, 1, 1, 5, "Failed to save the version 1 tag data (pos 0)"},
       {"V1 removal", FileOp::Open, 1, 1, 2, "to remove the version 1 tag (error: "},
       {"V1 removal", FileOp::Read, 1, 1, 5, "Failed to remove the version 1 tag from"},

@@ -173,9 +173,7 @@ TEST(TagWriter, TrimDropsBlankTitlesAndStripsTexts) {
 TEST(TagWriter, UserTextsAndKeptFramesAreAlwaysWritten) {
   test::LogCapture log;
   const UserText latin1 = test::userText(Enc::Latin1, "MOOD", "happy");
-  UserText utf8, bare;
-  utf8.body = test::userTextBody(Enc::Utf8, "d\xC3\xA9", "v");  // "dé", "v"
-  bare.body = {3, 0 /* no description */, 'v'};
+  const UserText utf8{test::userTextBody(Enc::Utf8, "d\xC3\xA9", "v"), {}, {}} /* "dé", "v" */, bare{{3, 0 /* no description */, 'v'}, {}, {}};
   for (bool keepExtraFrames : {false, true}) {
     ID3Tag track = trackWith([&](TagData& d) {
       d.usertext = {latin1, utf8, bare};
@@ -248,8 +246,7 @@ TEST(CompareV1, FirstDifferingFieldWins) {
   }
   // Not an MP3, or a tag not there on either side: nothing to compare, but a missing tag is logged.
   ID3Tag a = v1Track(), b = v1Track();
-  b.v1.title = "other";
-  a.isMp3File = false;
+  b.v1.title = "other", a.isMp3File = false;
   EXPECT_EQ(CompareV1Tags(a, b), 0u);
   a.isMp3File = true;
   b.v1.enabled = b.v1Loaded = false;
@@ -261,16 +258,10 @@ TEST(CompareV1, FirstDifferingFieldWins) {
 
 ID3Tag v2Track() {
   ID3Tag track = trackWith([](TagData& d) {
-    d.title = UnicodeText::latin1("Title");
-    d.album = UnicodeText::utf16(u"Album");
-    d.track = 3, d.tracks = 12, d.set = kUnsetNumber;
-    d.year = d.recordtime = "2001";
-    d.usertext.push_back(UserText{});
-    d.uniqueid = UniqueFileID{"owner", {1, 2, 3}};
-    d.lyrics = UnicodeText::latin1("la");
-    d.popularity = PopularityData{"a@b", 5, "3"};
-    d.moreValues = {{"TIT2", u"Title", {u"Second"}}};
-    d.picdata = {PicData{{1}, "png"}};
+    d.title = UnicodeText::latin1("Title"), d.album = UnicodeText::utf16(u"Album"), d.lyrics = UnicodeText::latin1("la");
+    d.track = 3, d.tracks = 12, d.set = kUnsetNumber, d.year = d.recordtime = "2001";
+    d.usertext = {UserText{}}, d.uniqueid = UniqueFileID{"owner", {1, 2, 3}}, d.popularity = PopularityData{"a@b", 5, "3"};
+    d.moreValues = {{"TIT2", u"Title", {u"Second"}}}, d.picdata = {PicData{{1}, "png"}};
   });
   return track;
 }

@@ -35,11 +35,7 @@ ID3Tag reopen(const std::string& path) {
 }
 
 // Writes the bytes to NAME in the folder and opens them as a track.
-ID3Tag opened(const test::TempDir& dir, const std::string& name, const Bytes& bytes) {
-  ID3Tag track;
-  EXPECT_NE(test::openBytes(dir, name, bytes, track), 0u);
-  return track;
-}
+ID3Tag opened(const test::TempDir& dir, const std::string& name, const Bytes& bytes) { return reopen(dir.write(name, bytes)); }
 
 // What a field becomes on its way through the 128 bytes, as the track holds it and as it is read again.
 TEST(V1Save, FieldRules) {

@@ -75,9 +75,8 @@ TEST(V2Save, RoundTripsEveryFieldAndKeepsTheRest) {
         SCOPED_TRACE(std::to_string(where) + " 2." + std::to_string(version) + (unicode ? " utf16" : " latin1"));
         test::TempDir dir;
         ID3Tag track = opened(dir, where < 0 ? "a.mp3" : "a.aif", where < 0 ? kMp3 : aiffWith(kOldTag, 0));
-        track.id3ChunkAfterSound = where == 1;
         track.tagData = test::fullTagData(unicode);
-        track.tagData.enabled = track.v2Changed = true;
+        track.tagData.enabled = track.v2Changed = true, track.id3ChunkAfterSound = where == 1;
         if (version < 4) track.tagData.releasetime = track.tagData.recordtime = track.tagData.producednotice = track.tagData.mood = "";
         ASSERT_EQ(updateV2ToTrack(track, false, version, false, unicode, 0), kSaveOk) << log.dump();
         EXPECT_FALSE(track.v2Changed);
