@@ -28,6 +28,7 @@ using Fill = std::function<void(TagData&)>;
 Bytes L(const char* text) { return concat({{0x00}, ascii(text)}); }
 Bytes W(const char* text) { return concat({{0x01, 0xFF, 0xFE}, units(text), {0, 0} /* terminator */}); }
 UnicodeText narrow(std::string text) { return UnicodeText::latin1(std::move(text)); }
+template <typename T, typename V> std::function<void(TagData&)> set(T TagData::*field, V value) { return [=](TagData& d) { d.*field = static_cast<T>(value); }; }
 
 // The frames of a built tag, as ID and content, up to the padding.
 Frames framesOf(const Bytes& tag) {
@@ -75,43 +76,38 @@ std::vector<RowCase> rowCases() {
   return {
       {"TRCK", [](TagData& d) { d.track = 3; d.tracks = 12; }, L("3/12")},
       {"TIT2", [](TagData& d) { d.title = UnicodeText{encodeUtf16(u"Hi", true), true}; }, W("Hi")},  // big-endian held
-      {"TPE1", [](TagData& d) { d.artist = narrow("Artist"); }, L("Artist")},
-      {"TALB", [](TagData& d) { d.album = UnicodeText::utf16(u"Al"); }, W("Al")},
-      {"TYER", [](TagData& d) { d.year = "1999"; }, L("1999")},
-      {"TCON", [](TagData& d) { d.genre = narrow("Rock"); }, L("(17)Rock")},
+      {"TPE1", set(&TagData::artist, narrow("Artist")), L("Artist")},
+      {"TALB", set(&TagData::album, UnicodeText::utf16(u"Al")), W("Al")},
+      {"TYER", set(&TagData::year, "1999"), L("1999")}, {"TCON", set(&TagData::genre, narrow("Rock")), L("(17)Rock")},
       {"COMM", [](TagData& d) { d.comment = narrow("c"); }, concat({L("eng"), {0} /* empty description */, ascii("c")})},
-      {"TCOM", [](TagData& d) { d.composer = narrow("Comp"); }, L("Comp")},
-      {"TCOP", [](TagData& d) { d.copyright = narrow("(c) 2001"); }, L("(c) 2001")},
-      {"TOPE", [](TagData& d) { d.origArtist = UnicodeText::utf16(u"O"); }, W("O")},
-      {"TENC", [](TagData& d) { d.encodedBy = "LAME"; }, L("LAME")},
+      {"TCOM", set(&TagData::composer, narrow("Comp")), L("Comp")},
+      {"TCOP", set(&TagData::copyright, narrow("(c) 2001")), L("(c) 2001")},
+      {"TOPE", set(&TagData::origArtist, UnicodeText::utf16(u"O")), W("O")},
+      {"TENC", set(&TagData::encodedBy, "LAME"), L("LAME")},
       {"WXXX", [](TagData& d) { d.url = "http://u"; }, concat({{0, 0} /* encoding, description */, ascii("http://u")})},
-      {"TCMP", [](TagData& d) { d.compilation = true; }, L("1")},
-      {"TPE3", [](TagData& d) { d.conductor = narrow("Cond"); }, L("Cond")},
-      {"TEXT", [](TagData& d) { d.lyricist = narrow("Lyr"); }, L("Lyr")},
-      {"TPUB", [](TagData& d) { d.publisher = narrow("Pub"); }, L("Pub")},
-      {"TPE2", [](TagData& d) { d.orchestra = narrow("Band"); }, L("Band")},
-      {"TIT1", [](TagData& d) { d.content = narrow("Group"); }, L("Group")},
-      {"TIT3", [](TagData& d) { d.subtitle = narrow("Sub"); }, L("Sub")},
-      {"TSSE", [](TagData& d) { d.encsettings = narrow("-V2"); }, L("-V2")},
+      {"TCMP", set(&TagData::compilation, true), L("1")}, {"TPE3", set(&TagData::conductor, narrow("Cond")), L("Cond")},
+      {"TEXT", set(&TagData::lyricist, narrow("Lyr")), L("Lyr")}, {"TPUB", set(&TagData::publisher, narrow("Pub")), L("Pub")},
+      {"TPE2", set(&TagData::orchestra, narrow("Band")), L("Band")},
+      {"TIT1", set(&TagData::content, narrow("Group")), L("Group")}, {"TIT3", set(&TagData::subtitle, narrow("Sub")), L("Sub")},
+      {"TSSE", set(&TagData::encsettings, narrow("-V2")), L("-V2")},
       {"TPOS", [](TagData& d) { d.set = 1; d.sets = 2; }, L("1/2")},
-      {"TSRC", [](TagData& d) { d.isrc = "USRC17607839"; }, L("USRC17607839")},
-      {"TBPM", [](TagData& d) { d.bpm = "120"; }, L("120")}, {"TKEY", [](TagData& d) { d.initialkey = "Dbm"; }, L("Dbm")},
-      {"WOAR", [](TagData& d) { d.artisturl = "http://a"; }, ascii("http://a")},
+      {"TSRC", set(&TagData::isrc, "USRC17607839"), L("USRC17607839")},
+      {"TBPM", set(&TagData::bpm, "120"), L("120")}, {"TKEY", set(&TagData::initialkey, "Dbm"), L("Dbm")},
+      {"WOAR", set(&TagData::artisturl, "http://a"), ascii("http://a")},
       {"POPM", [](TagData& d) { d.popularity.rate = 196; }, {0x00 /* empty email */, 0xC4 /* rating */}},
-      {"UFID", [](TagData& d) { d.uniqueid = UniqueFileID{"o", {'a', 'b'}}; }, ascii(std::string_view("o\0ab", 4))},
-      {"MCDI", [](TagData& d) { d.musiccdid = "0A1B"; }, ascii("0A1B")},
-      {"TDRL", [](TagData& d) { d.releasetime = "2001-02-03"; }, L("2001-02-03")},
-      {"TDRC", [](TagData& d) { d.recordtime = "2004-05-06 07:08"; }, L("2004-05-06T07:08")},
-      {"TPRO", [](TagData& d) { d.producednotice = "2004 Label"; }, L("2004 Label")},
-      {"TMOO", [](TagData& d) { d.mood = "Calm"; }, L("Calm")}, {"PCST", [](TagData& d) { d.podcast = true; }, {0, 0, 0, 0}},
-      {"TGID", [](TagData& d) { d.podcastid = narrow("id-1"); }, L("id-1")},
-      {"WFED", [](TagData& d) { d.podcastfeed = "http://f"; }, L("http://f")},
-      {"TDES", [](TagData& d) { d.podcastdesc = UnicodeText::utf16(u"D"); }, W("D")},
-      {"TRTG", [](TagData& d) { d.advisory = 2; }, L("2")}, {"TSWC", [](TagData& d) { d.iswc = "T-123"; }, L("T-123")},
+      {"UFID", set(&TagData::uniqueid, UniqueFileID{"o", {'a', 'b'}}), ascii(std::string_view("o\0ab", 4))},
+      {"MCDI", set(&TagData::musiccdid, "0A1B"), ascii("0A1B")},
+      {"TDRL", set(&TagData::releasetime, "2001-02-03"), L("2001-02-03")},
+      {"TDRC", set(&TagData::recordtime, "2004-05-06 07:08"), L("2004-05-06T07:08")},
+      {"TPRO", set(&TagData::producednotice, "2004 Label"), L("2004 Label")},
+      {"TMOO", set(&TagData::mood, "Calm"), L("Calm")}, {"PCST", set(&TagData::podcast, true), {0, 0, 0, 0}},
+      {"TGID", set(&TagData::podcastid, narrow("id-1")), L("id-1")},
+      {"WFED", set(&TagData::podcastfeed, "http://f"), L("http://f")},
+      {"TDES", set(&TagData::podcastdesc, UnicodeText::utf16(u"D")), W("D")},
+      {"TRTG", set(&TagData::advisory, 2), L("2")}, {"TSWC", set(&TagData::iswc, "T-123"), L("T-123")},
       {"TXXX", [mood](TagData& d) { d.usertext = {mood}; }, mood.body},
-      {"USLT", [](TagData& d) { d.lyrics = narrow("la"); }, concat({L("eng"), {0}, ascii("la")})},
-      {"APIC", [jpeg](TagData& d) { d.picdata = {PicData{jpeg, "jpeg"}}; },
-       concat({L("image/jpeg"), {0} /* MIME end */, {0} /* type */, {0} /* description */, jpeg})},
+      {"USLT", set(&TagData::lyrics, narrow("la")), concat({L("eng"), {0}, ascii("la")})},
+      {"APIC", [jpeg](TagData& d) { d.picdata = {PicData{jpeg, "jpeg"}}; }, concat({L("image/jpeg"), {0} /* MIME end */, {0} /* type */, {0} /* description */, jpeg})},
   };
 }
 
@@ -267,29 +263,21 @@ ID3Tag v2Track() {
 }
 
 TEST(CompareV2, CodesInTableOrder) {
-  const std::pair<void (*)(TagData&), unsigned> cases[] = {
-      {[](TagData&) {}, 0}, {[](TagData& d) { d.title = UnicodeText::utf16(u"Title"); }, 103},
-      {[](TagData& d) { d.title = UnicodeText::latin1(" Title\n"); }, 0},  // title trimmed
-      {[](TagData& d) { d.title = UnicodeText::latin1("title"); }, 103}, {[](TagData& d) { d.title = UnicodeText{}; }, 103},
-      {[](TagData& d) { d.album = UnicodeText{encodeUtf16(u"Album", true), true}; }, 104},
-      {[](TagData& d) { d.year = "1999"; }, 0},  // year only
-      {[](TagData& d) { d.track = 4; }, 108}, {[](TagData& d) { d.tracks = 13; }, 109},
-      {[](TagData& d) { d.genre = UnicodeText::latin1("Rock"); }, 110}, {[](TagData& d) { d.url = "http://x"; }, 114},
-      {[](TagData& d) { d.publisher = UnicodeText::latin1("P"); }, 119}, {[](TagData& d) { d.podcast = true; }, 125},
-      {[](TagData& d) { d.usertext.clear(); }, 129},
-      {[](TagData& d) { d.sets = 2; }, 0},  // sets ignored while set is unset
-      {[](TagData& d) { d.recordtime = "1999"; }, 0},  // record time never differs
-      {[](TagData& d) { d.mood = "Calm"; }, 140}, {[](TagData& d) { d.uniqueid.owner = "other"; }, 142},
-      {[](TagData& d) { d.uniqueid.data = {1, 9}; }, 143},
-      {[](TagData& d) { d.uniqueid.data = {1, 2}; }, 0},  // ufid shorter data
-      {[](TagData& d) { d.picdata.push_back(PicData{{1}, "png"}); }, 145},
-      {[](TagData& d) { d.picdata[0].pictureType = 3; }, 145},
-      {[](TagData& d) { d.commentLanguage = "fra"; }, 0},  // no comment, no language
-      {[](TagData& d) { d.lyricsLanguage = "eng"; }, 0},  // lyrics language eng by default
-      {[](TagData& d) { d.lyricsLanguage = "deu"; }, 147},
-      {[](TagData& d) { d.lyricsDescription = UnicodeText::latin1("x"); }, 147},
+  using T = TagData;
+  const std::pair<Fill, unsigned> cases[] = {
+      {[](TagData&) {}, 0}, {set(&T::title, UnicodeText::utf16(u"Title")), 103}, {set(&T::title, narrow("title")), 103},
+      {set(&T::title, narrow(" Title\n")), 0} /* trimmed */, {set(&T::title, UnicodeText{}), 103},
+      {set(&T::album, UnicodeText{encodeUtf16(u"Album", true), true}), 104} /* other byte order */, {set(&T::year, "1999"), 0},
+      {set(&T::track, 4), 108}, {set(&T::tracks, 13), 109}, {set(&T::genre, narrow("Rock")), 110}, {set(&T::url, "http://x"), 114},
+      {set(&T::publisher, narrow("P")), 119}, {set(&T::podcast, true), 125}, {set(&T::usertext, std::vector<UserText>{}), 129},
+      {set(&T::sets, 2), 0} /* ignored while set is unset */, {set(&T::recordtime, "1999"), 0} /* never differs */,
+      {set(&T::mood, "Calm"), 140}, {[](TagData& d) { d.uniqueid.owner = "other"; }, 142},
+      {[](TagData& d) { d.uniqueid.data = {1, 9}; }, 143}, {[](TagData& d) { d.uniqueid.data = {1, 2}; }, 0} /* shorter */,
+      {[](TagData& d) { d.picdata.push_back(PicData{{1}, "png"}); }, 145}, {[](TagData& d) { d.picdata[0].pictureType = 3; }, 145},
+      {set(&T::commentLanguage, "fra"), 0} /* no comment, no language */, {set(&T::lyricsLanguage, "eng"), 0} /* the default */,
+      {set(&T::lyricsLanguage, "deu"), 147}, {set(&T::lyricsDescription, narrow("x")), 147},
       {[](TagData& d) { d.popularity.email = "b@c"; }, 148}, {[](TagData& d) { d.moreValues[0].rest = {u"Other"}; }, 149},
-      {[](TagData& d) { d.moreValues[0] = {"TIT2", u"Other", {u"Third"}}; }, 0},  // further values of another first
+      {set(&T::moreValues, std::vector<MoreValues>{{"TIT2", u"Other", {u"Third"}}}), 0} /* values of another first text */,
   };
   for (const auto& c : cases) {
     ID3Tag reread = v2Track();
