@@ -121,9 +121,7 @@ Outcome runOnce(const Scenario& s, FaultInjector* injector, bool afterOpen = fal
   setFaultInjector(nullptr);
   outcome.readLogged = log.hasText("Failed to read the file '" + path + "'");
   outcome.track = readFile(path);
-  struct stat st {};
-  ::stat(path.c_str(), &st);
-  outcome.mode = st.st_mode & 07777;
+  outcome.mode = static_cast<mode_t>(fs::status(path).permissions() & fs::perms::mask);
   if (s.outputName != nullptr && fs::exists(dir.file(s.outputName))) outcome.output = readFile(dir.file(s.outputName));
   for (const test::LogLine& line : log.lines()) outcome.errors += line.level == LogError ? line.message + "\n" : "";
   outcome.leftovers = temporaries(dir.path());

@@ -109,8 +109,7 @@ TEST(AiffCopy, WhatACopyKeepsAndWhatItRefuses) {
   writeU32BE(&cutFixed[cutFixed.size() - 76 + 4], 68);
   struct Case { Bytes source; bool tolerant; int result; const char* logged; Bytes output; /* of a copy that succeeds */ };
   const Case cases[] = {
-      {AiffBuilder("AIFC").chunk(kComm).chunk(test::id3Chunk({'I', 'D', '3'})).chunk(kSound).chunk("NAME", {'a'})
-           .chunk("id3 ", {1, 2}).build(),
+      {AiffBuilder("AIFC").chunk(kComm).chunk(test::id3Chunk({'I', 'D', '3'})).chunk(kSound).chunk("NAME", {'a'}).chunk("id3 ", {1, 2}).build(),
        false, 0, nullptr, AiffBuilder("AIFC").chunk(kComm).chunk(kSound).chunk("NAME", {'a'}).build()},
       {riff, true, 5, "Could not find the AIFF form for copying", {}},
       {AiffBuilder().chunk(kComm).formSize(38).build(), true, 5, "Error reading the AIFF chunk ID", {}},  // 8 bytes short

@@ -166,10 +166,8 @@ TEST(V2Save, WhatCannotBeSavedOrGoesElsewhereLeavesTheOriginal) {
   EXPECT_EQ(readFile(path), broken);
   ID3Tag original = opened(dir, "a.mp3", kMp3);
   const std::string copy = dir.file("copy.mp3"), same = dir.file("COPY.mp3");
-  original.tagData.title = UnicodeText::latin1("Copy");
   ASSERT_EQ(updateV2ToTrack(original, true, 3, false, false, 0, &copy), kSaveOk);
   EXPECT_EQ(readFile(dir.file("a.mp3")), kMp3);
-  EXPECT_EQ(reopen(copy).tagData.title.data, "Copy");
   ASSERT_EQ(save(original, &same), kSaveOk);
   EXPECT_EQ(original.path(), copy);
   EXPECT_FALSE(fs::exists(same));
