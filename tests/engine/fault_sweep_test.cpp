@@ -32,10 +32,9 @@ namespace melos {
 namespace {
 
 namespace fs = std::filesystem;
-using test::Enc;
 using test::readFile;
 
-Bytes oldTag() { return test::Id3v2Builder(3).text("TIT2", Enc::Latin1, "Old").padding(40).build(); }
+Bytes oldTag() { return test::Id3v2Builder(3).text("TIT2", test::Enc::Latin1, "Old").padding(40).build(); }
 Bytes apeBlock() { return test::apeTag({{test::apeText("Title", "ape")}, true, true, false, 2000, {}}); }
 
 Bytes mp3() { return test::mp3File({oldTag(), test::shortAudio(12), apeBlock(), test::id3v1Tag({"Old V1", "", "", "", "", 0, 255})}); }

@@ -20,13 +20,12 @@ namespace {
 using test::Enc;
 using test::ascii;
 using test::concat;
-using test::units;
 using Frames = std::vector<std::pair<std::string, Bytes>>;
 using Fill = std::function<void(TagData&)>;
 
 // Frame contents: the encoding byte (0 Latin-1, 1 UTF-16 with its mark), then the text.
 Bytes L(const char* text) { return concat({{0x00}, ascii(text)}); }
-Bytes W(const char* text) { return concat({{0x01, 0xFF, 0xFE}, units(text), {0, 0} /* terminator */}); }
+Bytes W(const char* text) { return concat({{0x01, 0xFF, 0xFE}, test::units(text), {0, 0} /* terminator */}); }
 UnicodeText narrow(std::string text) { return UnicodeText::latin1(std::move(text)); }
 template <typename T, typename V> std::function<void(TagData&)> set(T TagData::*field, V value) { return [=](TagData& d) { d.*field = static_cast<T>(value); }; }
 
@@ -177,7 +176,7 @@ TEST(TagWriter, UserTextsAndKeptFramesAreAlwaysWritten) {
                     {"WXXX", {3, 'd', 0, 'u'}}};
     });
     EXPECT_EQ(framesOf(build(track, 3, false, keepExtraFrames)),
-              (Frames{{"TXXX", latin1.body}, {"TXXX", concat({W("d\xE9"), {0xFF, 0xFE}, units("v")})},
+              (Frames{{"TXXX", latin1.body}, {"TXXX", concat({W("d\xE9"), {0xFF, 0xFE}, test::units("v")})},
                       {"TXXX", {1, 0xFF, 0xFE, 0, 0, 0xFF, 0xFE, 'v', 0}}, {"PRIV", {3, 'x'}}, {"TSOP", W("S\xE9")},
                       {"TLAN", {0, 'e'}}, {"WXXX", {1, 0xFF, 0xFE, 'd', 0, 0, 0, 'u'} /* the URL stays Latin-1 */}}));
     EXPECT_EQ(framesOf(build(track, 4))[1].second, utf8.body);

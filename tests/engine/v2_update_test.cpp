@@ -4,7 +4,6 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 
-#include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <regex>
@@ -292,22 +291,22 @@ TEST(V2Save, ASaveWaitsForTheLockAndRereadsWhatItHolds) {
     EXPECT_EQ(readFile(path), kMp3);
   }
   holder.close();
-  std::atomic<int> ready{0};
-  auto lockedSave = [&](void (*change)(TagData&)) {
+  std::thread second;
+  {
     TrackLock lock = TrackLock::acquire(path);
-    ++ready;
-    EXPECT_TRUE(lock.isHeld());
-    ID3Tag track;
-    EXPECT_NE(OpenTrack(track, path, kScanNone, nullptr, true), 0u);
+    ASSERT_TRUE(lock.isHeld());
+    second = std::thread([&path] {
+      TrackLock wait = TrackLock::acquire(path);
+      ID3Tag track = reopen(path);
+      track.tagData.title = UnicodeText::latin1("Title B");
+      EXPECT_EQ(save(track), kSaveOk);
+    });
+    ID3Tag track = reopen(path);
     std::this_thread::sleep_for(std::chrono::milliseconds(50));  // the other thread waits for the lock
-    change(track.tagData);
+    track.tagData.album = UnicodeText::latin1("Album A");
     EXPECT_EQ(save(track), kSaveOk);
-  };
-  std::thread a(lockedSave, [](TagData& d) { d.album = UnicodeText::latin1("Album A"); });
-  while (ready == 0) std::this_thread::yield();
-  std::thread b(lockedSave, [](TagData& d) { d.title = UnicodeText::latin1("Title B"); });
-  a.join();
-  b.join();
+  }
+  second.join();
   const ID3Tag again = reopen(path);
   EXPECT_TRUE(again.tagData.album == UnicodeText::latin1("Album A") && again.tagData.title == UnicodeText::latin1("Title B"));
 }
