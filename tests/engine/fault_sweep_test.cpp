@@ -80,8 +80,7 @@ std::vector<Scenario> scenarios() {
   };
 }
 
-constexpr FileOp kOps[] = {FileOp::Open,   FileOp::Read,     FileOp::Write,     FileOp::Fsync, FileOp::Rename,
-                           FileOp::Unlink, FileOp::Truncate, FileOp::Utimensat, FileOp::Link,  FileOp::Chmod};
+constexpr FileOp kOps[] = {FileOp::Open, FileOp::Read, FileOp::Write, FileOp::Fsync, FileOp::Rename, FileOp::Unlink, FileOp::Truncate, FileOp::Utimensat, FileOp::Link, FileOp::Chmod};
 
 int callsOf(const test::CountingInjector& counter) {
   return std::accumulate(std::begin(kOps), std::end(kOps), 0, [&](int n, FileOp op) { return n + counter.count(op); });
@@ -166,10 +165,7 @@ TEST(FaultSweep, NoFaultLosesTheFile) {
 // Ends the process at the n-th file call of any kind, as a kill would.
 struct KillAtNth : FaultInjector {
   explicit KillAtNth(int nth) : n(nth) {}
-  int failure(FileOp) noexcept override {
-    if (++seen == n) ::_exit(kKilled);
-    return 0;
-  }
+  int failure(FileOp) noexcept override { return ++seen == n ? (::_exit(kKilled), 0) : 0; }
   static constexpr int kKilled = 137;
   int n, seen = 0;
 };

@@ -82,10 +82,9 @@ Copy copyOf(const Bytes& source, bool tolerant, const char* stopAfter = nullptr)
   track.isAiffFile = true, track.aiffSizeTolerance = tolerant;
   File input = File::openRead(path);
   OutputFile output = OutputFile::createBeside(path);
-  Copy copy{CopyAiffChunks(track, input, output, stopAfter, nullptr), {}};
+  const int result = CopyAiffChunks(track, input, output, stopAfter, nullptr);
   output.finish();
-  copy.output = test::readFile(output.path());
-  return copy;
+  return {result, test::readFile(output.path())};
 }
 
 const test::AiffChunk kComm = test::commChunk(1, 4, 8, 8000.0);

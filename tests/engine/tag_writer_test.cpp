@@ -33,12 +33,11 @@ template <typename T, typename V> std::function<void(TagData&)> set(T TagData::*
 Frames framesOf(const Bytes& tag) {
   Frames frames;
   size_t pos = 10;
-  while (pos + 10 <= tag.size() && tag[pos] != 0) {
-    const uint32_t size = tag[3] >= 4 ? syncsafeDecode(&tag[pos + 4]) : readU32BE(&tag[pos + 4]);
+  for (uint32_t size = 0; pos + 10 <= tag.size() && tag[pos] != 0; pos += 10 + size) {
+    size = tag[3] >= 4 ? syncsafeDecode(&tag[pos + 4]) : readU32BE(&tag[pos + 4]);
     EXPECT_EQ(tag[pos + 8] | tag[pos + 9], 0) << "frame flags";
     const auto at = tag.begin() + static_cast<long>(pos);
     frames.emplace_back(std::string(at, at + 4), Bytes(at + 10, at + 10 + size));
-    pos += 10 + size;
   }
   for (; pos < tag.size(); ++pos) EXPECT_EQ(tag[pos], 0) << "padding at " << pos;
   return frames;
@@ -248,13 +247,12 @@ TEST(CompareV1, FirstDifferingFieldWins) {
 }
 
 ID3Tag v2Track() {
-  ID3Tag track = trackWith([](TagData& d) {
+  return trackWith([](TagData& d) {
     d.title = UnicodeText::latin1("Title"), d.album = UnicodeText::utf16(u"Album"), d.lyrics = UnicodeText::latin1("la");
     d.track = 3, d.tracks = 12, d.set = kUnsetNumber, d.year = d.recordtime = "2001";
     d.usertext = {UserText{}}, d.uniqueid = UniqueFileID{"owner", {1, 2, 3}}, d.popularity = PopularityData{"a@b", 5, "3"};
     d.moreValues = {{"TIT2", u"Title", {u"Second"}}}, d.picdata = {PicData{{1}, "png"}};
   });
-  return track;
 }
 
 TEST(CompareV2, CodesInTableOrder) {
