@@ -31,7 +31,8 @@ summary="$build/coverage-summary.json"
 # Branches that only exist for exceptions the compiler might throw, or that the
 # compiler proved unreachable, are not decisions in our code and would only
 # blur the branch figure.
-gcovr --root . --object-directory "$build" -j "$jobs" \
+# Only this build's counts: another build folder's stale ones would be read too.
+gcovr "$build" --root . --object-directory "$build" -j "$jobs" \
   --filter 'engine/' --filter 'operations/' --filter 'preferences/' --filter 'cli/' \
   --exclude 'tests/' --exclude 'bench/' --exclude 'fuzz/' --exclude 'samples/' \
   --exclude 'build.*/' \
