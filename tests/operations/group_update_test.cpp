@@ -377,9 +377,9 @@ TEST_F(GroupUpdateTest, StoppingBeginsNoOtherTrack) {
     ASSERT_TRUE(update->updateTracks());
     update->wait();
     EXPECT_TRUE(update->cancelled());
-    for (size_t i = 3; i < paths.size(); ++i) EXPECT_TRUE(untouched(i)) << i;
+    // One after another, the track after the stopped one never begins.
+    for (size_t i = jobs == 1 ? 1 : 3; i < paths.size(); ++i) EXPECT_TRUE(untouched(i)) << i;
   }
-  EXPECT_TRUE(untouched(1));
   EXPECT_EQ(writer.reopens, 0);
 }
 
