@@ -29,48 +29,33 @@ class DocumentControllerTest : public QObject {
   Q_OBJECT
 
  private:
-  std::unique_ptr<TempDir> dir_;
-  std::unique_ptr<PreferencesController> preferences_;
-  std::unique_ptr<ScriptedQuestions> questions_;
-  std::unique_ptr<ScriptedChooser> chooser_;
-  std::unique_ptr<ui::DocumentController> controller_;
+  std::unique_ptr<ControllerRig> rig_;
 
-  QString track(const std::string& name, const std::string& title) {
-    return QString::fromStdString(dir_->write(name, sampleMp3(title)));
-  }
-  bool enabled(MenuItem item) { return controller_->action(item)->isEnabled(); }
+  bool enabled(MenuItem item) { return rig_->controller.action(item)->isEnabled(); }
   QString frontText() {
-    auto* facts = findByName<QPlainTextEdit>(controller_->frontWindow(), "trackFacts");
+    auto* facts = findByName<QPlainTextEdit>(rig_->controller.frontWindow(), "trackFacts");
     return facts ? facts->toPlainText() : QString();
   }
   void bringToFront(ui::DocumentWindow* window) {
     window->activateWindow();
     QVERIFY(QTest::qWaitForWindowActive(window));
-    QCOMPARE(controller_->frontWindow(), window);
+    QCOMPARE(rig_->controller.frontWindow(), window);
   }
 
  private slots:
   void initTestCase() { prepareWindowTests(); }
 
-  void init() {
-    dir_ = std::make_unique<TempDir>();
-    preferences_ = std::make_unique<PreferencesController>(std::make_unique<MemoryPreferenceStore>(), dir_->path());
-    questions_ = std::make_unique<ScriptedQuestions>();
-    chooser_ = std::make_unique<ScriptedChooser>();
-    controller_ = std::make_unique<ui::DocumentController>(*preferences_, *questions_, *chooser_);
-    controller_->setCtrlHeld([] { return false; });
-  }
+  void init() { rig_ = std::make_unique<ControllerRig>(); }
 
   void cleanup() {
-    for (ui::DocumentWindow* window : controller_->windows()) delete window;
-    controller_.reset();
-    QVERIFY(!questions_->unscripted);
+    QVERIFY(rig_->closeWindows());
+    rig_.reset();
   }
 
   void theMenusUseTheStandardKeysAndStartWithTheGeneralItems() {
-    QCOMPARE(controller_->action(MenuItem::Open)->shortcut(), QKeySequence(QKeySequence::Open));
-    QCOMPARE(controller_->action(MenuItem::Update)->shortcut(), QKeySequence(QKeySequence::Save));
-    QCOMPARE(controller_->action(MenuItem::Quit)->shortcut(), QKeySequence(QKeySequence::Quit));
+    QCOMPARE(rig_->controller.action(MenuItem::Open)->shortcut(), QKeySequence(QKeySequence::Open));
+    QCOMPARE(rig_->controller.action(MenuItem::Update)->shortcut(), QKeySequence(QKeySequence::Save));
+    QCOMPARE(rig_->controller.action(MenuItem::Quit)->shortcut(), QKeySequence(QKeySequence::Quit));
     // Without a document only the general items are enabled.
     QVERIFY(enabled(MenuItem::Open) && enabled(MenuItem::OpenGroup) && enabled(MenuItem::ExportAsXML));
     QVERIFY(!enabled(MenuItem::Update) && !enabled(MenuItem::CopyTagData) && !enabled(MenuItem::PasteTagData));
@@ -78,84 +63,84 @@ class DocumentControllerTest : public QObject {
 
   void aTrackOpensInItsWindowAndTheMenusFollowIt() {
     // Ctrl held while opening makes a group instead.
-    controller_->setCtrlHeld([] { return true; });
-    QVERIFY(controller_->openFiles({track("g.mp3", "Grouped")}));
-    QVERIFY(qobject_cast<ui::GroupWindow*>(controller_->frontWindow()));
-    controller_->setCtrlHeld([] { return false; });
-    QVERIFY(controller_->openFiles({track("a.mp3", "Alpha")}));
-    QCOMPARE(controller_->windows().size(), size_t{2});
-    QVERIFY(qobject_cast<ui::TrackWindow*>(controller_->frontWindow()));
+    rig_->controller.setCtrlHeld([] { return true; });
+    QVERIFY(rig_->controller.openFiles({rig_->track("g.mp3", "Grouped")}));
+    QVERIFY(qobject_cast<ui::GroupWindow*>(rig_->controller.frontWindow()));
+    rig_->controller.setCtrlHeld([] { return false; });
+    QVERIFY(rig_->controller.openFiles({rig_->track("a.mp3", "Alpha")}));
+    QCOMPARE(rig_->controller.windows().size(), size_t{2});
+    QVERIFY(qobject_cast<ui::TrackWindow*>(rig_->controller.frontWindow()));
     QVERIFY(frontText().contains(QStringLiteral("Alpha")));
-    QVERIFY(controller_->frontWindow()->menuBar()->findChild<QMenu*>(QStringLiteral("fileMenu")));
+    QVERIFY(rig_->controller.frontWindow()->menuBar()->findChild<QMenu*>(QStringLiteral("fileMenu")));
     QVERIFY(enabled(MenuItem::CopyTagData) && enabled(MenuItem::CopyV1ToV2) && enabled(MenuItem::Revert));
     QVERIFY(!enabled(MenuItem::Update) && !enabled(MenuItem::PasteTagData));
   }
 
   void copyAllAndPasteIntoAnotherTrackThroughTheMenus() {
-    QVERIFY(controller_->openFiles({track("a.mp3", "Alpha"), track("b.mp3", "Beta")}));
-    auto windows = controller_->windows();
+    QVERIFY(rig_->controller.openFiles({rig_->track("a.mp3", "Alpha"), rig_->track("b.mp3", "Beta")}));
+    auto windows = rig_->controller.windows();
     QCOMPARE(windows.size(), size_t{2});
     bringToFront(windows[1]);
-    controller_->action(MenuItem::CopyAllTagData)->trigger();
+    rig_->controller.action(MenuItem::CopyAllTagData)->trigger();
     QVERIFY(enabled(MenuItem::PasteTagData));
     bringToFront(windows[0]);
-    controller_->action(MenuItem::PasteTagData)->trigger();
+    rig_->controller.action(MenuItem::PasteTagData)->trigger();
     QVERIFY(frontText().contains(QStringLiteral("Beta")));
     QVERIFY(enabled(MenuItem::Update));
     QVERIFY(windows[0]->isWindowModified());
   }
 
   void aFolderOpensAsAGroupWithTheGroupsMenus() {
-    const std::string folder = dir_->path() + "/album";
+    const std::string folder = rig_->dir.path() + "/album";
     std::filesystem::create_directory(folder);
-    dir_->write("album/1.mp3", sampleMp3("One"));
-    dir_->write("album/2.aif", sampleAiff("Two"));
-    QVERIFY(controller_->openFiles({QString::fromStdString(folder)}));
-    auto* group = qobject_cast<ui::GroupWindow*>(controller_->frontWindow());
+    rig_->dir.write("album/1.mp3", sampleMp3("One"));
+    rig_->dir.write("album/2.aif", sampleAiff("Two"));
+    QVERIFY(rig_->controller.openFiles({QString::fromStdString(folder)}));
+    auto* group = qobject_cast<ui::GroupWindow*>(rig_->controller.frontWindow());
     QVERIFY(group);
     QCOMPARE(group->trackCount(), size_t{2});
     QVERIFY(!enabled(MenuItem::Revert) && !enabled(MenuItem::ExportAsXML) && !enabled(MenuItem::Update));
     QVERIFY(enabled(MenuItem::CopyTagData));
-    controller_->action(MenuItem::ClearTagData)->trigger();
+    rig_->controller.action(MenuItem::ClearTagData)->trigger();
     QVERIFY(enabled(MenuItem::Update));
-    QCOMPARE(controller_->recentGroups().list(), std::vector<std::string>{folder});
+    QCOMPARE(rig_->controller.recentGroups().list(), std::vector<std::string>{folder});
   }
 
   void failuresAreToldOnceAndNoWindowOpens() {
-    QVERIFY(!controller_->openFiles({QString::fromStdString(dir_->path() + "/gone.mp3")}));
-    QCOMPARE(questions_->asked.size(), size_t{1});
-    QCOMPARE(questions_->asked[0].title, std::string("Could not open the file"));
-    QVERIFY(controller_->windows().empty());
-    std::filesystem::create_directory(dir_->path() + "/nothing");
-    questions_->asked.clear();
-    QVERIFY(controller_->openFiles({QString::fromStdString(dir_->path() + "/nothing")}));
-    QCOMPARE(questions_->asked.size(), size_t{1});
-    QCOMPARE(questions_->asked[0].title, std::string("No tracks found"));
-    QVERIFY(controller_->windows().empty());
+    QVERIFY(!rig_->controller.openFiles({QString::fromStdString(rig_->dir.path() + "/gone.mp3")}));
+    QCOMPARE(rig_->questions.asked.size(), size_t{1});
+    QCOMPARE(rig_->questions.asked[0].title, std::string("Could not open the file"));
+    QVERIFY(rig_->controller.windows().empty());
+    std::filesystem::create_directory(rig_->dir.path() + "/nothing");
+    rig_->questions.asked.clear();
+    QVERIFY(rig_->controller.openFiles({QString::fromStdString(rig_->dir.path() + "/nothing")}));
+    QCOMPARE(rig_->questions.asked.size(), size_t{1});
+    QCOMPARE(rig_->questions.asked[0].title, std::string("No tracks found"));
+    QVERIFY(rig_->controller.windows().empty());
   }
 
   void openRecentListsOpenedTracksAndIsCleared() {
-    const QString path = track("r.mp3", "Recent");
-    QVERIFY(controller_->openFiles({path}));
-    QMenu* recent = controller_->recentMenu();
+    const QString path = rig_->track("r.mp3", "Recent");
+    QVERIFY(rig_->controller.openFiles({path}));
+    QMenu* recent = rig_->controller.recentMenu();
     emit recent->aboutToShow();
     QCOMPARE(recent->actions().first()->text(), path);
     auto* clear = recent->findChild<QAction*>(QStringLiteral("clearRecentMenuItem"));
     QVERIFY(clear && clear->isEnabled());
     clear->trigger();
-    QVERIFY(controller_->recentTracks().list().empty());
-    QVERIFY(!preferences_->getRecentList(kRecentTracksKey));
+    QVERIFY(rig_->controller.recentTracks().list().empty());
+    QVERIFY(!rig_->preferences.getRecentList(kRecentTracksKey));
   }
 
   void theStartPanelOpensAndListsRecentTracks() {
-    const QString path = track("s.mp3", "Start");
-    chooser_->tracks = {path};
-    ui::StartPanel* panel = controller_->showStartPanel();
+    const QString path = rig_->track("s.mp3", "Start");
+    rig_->chooser.tracks = {path};
+    ui::StartPanel* panel = rig_->controller.showStartPanel();
     auto* open = findByName<QPushButton>(panel, "startOpenButton");
     QVERIFY(open && !open->accessibleName().isEmpty());
     QVERIFY(findByName<QPushButton>(panel, "startOpenGroupButton"));
     open->click();
-    QCOMPARE(controller_->windows().size(), size_t{1});
+    QCOMPARE(rig_->controller.windows().size(), size_t{1});
     auto* recent = findByName<QListView>(panel, "recentTracksList");
     QCOMPARE(recent->model()->rowCount(), 1);
     QCOMPARE(recent->model()->index(0, 0).data().toString(), path);
@@ -163,37 +148,37 @@ class DocumentControllerTest : public QObject {
   }
 
   void filesDroppedOnAWindowOpenThroughTheController() {
-    QVERIFY(controller_->openFiles({track("first.mp3", "First")}));
-    ui::DocumentWindow* window = controller_->frontWindow();
+    QVERIFY(rig_->controller.openFiles({rig_->track("first.mp3", "First")}));
+    ui::DocumentWindow* window = rig_->controller.frontWindow();
     QMimeData data;
-    data.setUrls({QUrl::fromLocalFile(track("dropped.mp3", "Dropped"))});
+    data.setUrls({QUrl::fromLocalFile(rig_->track("dropped.mp3", "Dropped"))});
     data.setText(QStringLiteral("not a path"));
     QCOMPARE(ui::droppedPaths(&data).size(), 1);
     emit window->filesDropped(ui::droppedPaths(&data));
-    QCOMPARE(controller_->windows().size(), size_t{2});
+    QCOMPARE(rig_->controller.windows().size(), size_t{2});
     QVERIFY(frontText().contains(QStringLiteral("Dropped")));
   }
 
   void loadAndSaveTagDataStartInTheDefaultPath() {
-    preferences_->setStringPreferenceNamed("Default path", dir_->path());
-    QVERIFY(controller_->openFiles({track("t.mp3", "Target")}));
-    chooser_->tagSource = QString::fromStdString(dir_->write("in.tdf", sampleTagData("Loaded album")));
-    controller_->action(MenuItem::LoadTagData)->trigger();
-    QCOMPARE(chooser_->startFolder.toStdString(), dir_->path());
+    rig_->preferences.setStringPreferenceNamed("Default path", rig_->dir.path());
+    QVERIFY(rig_->controller.openFiles({rig_->track("t.mp3", "Target")}));
+    rig_->chooser.tagSource = QString::fromStdString(rig_->dir.write("in.tdf", sampleTagData("Loaded album")));
+    rig_->controller.action(MenuItem::LoadTagData)->trigger();
+    QCOMPARE(rig_->chooser.startFolder.toStdString(), rig_->dir.path());
     QVERIFY(frontText().contains(QStringLiteral("Loaded album")));
-    chooser_->tagDestination = QString::fromStdString(dir_->file("out.tdf"));
-    controller_->action(MenuItem::SaveTagData)->trigger();
-    QVERIFY(std::filesystem::exists(dir_->file("out.tdf")));
-    QVERIFY(questions_->asked.empty());
+    rig_->chooser.tagDestination = QString::fromStdString(rig_->dir.file("out.tdf"));
+    rig_->controller.action(MenuItem::SaveTagData)->trigger();
+    QVERIFY(std::filesystem::exists(rig_->dir.file("out.tdf")));
+    QVERIFY(rig_->questions.asked.empty());
   }
 
   void theOpenPanelComesOneSecondAfterStartOnlyWhenWanted() {
-    controller_->startOpenPanelTimer(0);
-    QTRY_COMPARE(chooser_->tracksAsked, 1);
-    preferences_->setBoolPreferenceNamed("Show open file at start up", false);
-    controller_->startOpenPanelTimer(0);
+    rig_->controller.startOpenPanelTimer(0);
+    QTRY_COMPARE(rig_->chooser.tracksAsked, 1);
+    rig_->preferences.setBoolPreferenceNamed("Show open file at start up", false);
+    rig_->controller.startOpenPanelTimer(0);
     QTest::qWait(50);
-    QCOMPARE(chooser_->tracksAsked, 1);
+    QCOMPARE(rig_->chooser.tracksAsked, 1);
   }
 };
 

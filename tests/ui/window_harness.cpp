@@ -1,6 +1,11 @@
 #include "tests/ui/window_harness.h"
 
+#include <QApplication>
 #include <QStandardPaths>
+
+#include "preferences/store.h"
+#include "ui/document_window.h"
+#include "ui/start_panel.h"
 
 namespace melos::test {
 
@@ -12,6 +17,22 @@ std::string ScriptedQuestions::ask(const std::string& title, const std::string& 
   if (buttons == std::vector<std::string>{"OK"}) return "OK";
   unscripted = true;
   return buttons.empty() ? std::string() : buttons.back();
+}
+
+ControllerRig::ControllerRig()
+    : preferences(std::make_unique<MemoryPreferenceStore>(), dir.path()), controller(preferences, questions, chooser) {
+  controller.setCtrlHeld([] { return false; });
+}
+
+QString ControllerRig::track(const std::string& name, const std::string& title) {
+  return QString::fromStdString(dir.write(name, sampleMp3(title)));
+}
+
+bool ControllerRig::closeWindows() {
+  for (ui::DocumentWindow* window : controller.windows()) delete window;
+  for (QWidget* window : QApplication::topLevelWidgets())
+    if (qobject_cast<ui::StartPanel*>(window)) delete window;
+  return !questions.unscripted;
 }
 
 void prepareWindowTests() { QStandardPaths::setTestModeEnabled(true); }

@@ -10,8 +10,10 @@
 #include <vector>
 
 #include "operations/questions.h"
+#include "preferences/preferences_controller.h"
 #include "tests/support/sample_tracks.h"
 #include "tests/support/temp_dir.h"
+#include "ui/document_controller.h"
 #include "ui/file_chooser.h"
 
 namespace melos::test {
@@ -58,6 +60,27 @@ class ScriptedChooser : public ui::FileChooser {
   QStringList tracks;
   QString folder, tagSource, tagDestination, startFolder;
   int tracksAsked = 0;
+};
+
+// A document controller over a folder and preferences of its own, with its
+// questions and file choices answered from a script; Ctrl is not held.
+struct ControllerRig {
+  ControllerRig();
+  ~ControllerRig() { closeWindows(); }
+  ControllerRig(const ControllerRig&) = delete;
+  ControllerRig& operator=(const ControllerRig&) = delete;
+
+  // An MP3 in the folder with this title; its path.
+  QString track(const std::string& name, const std::string& title);
+  // Closes every document window and start panel; false when a question came
+  // that the script had no answer for.
+  bool closeWindows();
+
+  TempDir dir;
+  PreferencesController preferences;
+  ScriptedQuestions questions;
+  ScriptedChooser chooser;
+  ui::DocumentController controller;
 };
 
 // The child with this object name, or null.

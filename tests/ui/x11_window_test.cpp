@@ -150,16 +150,9 @@ class X11WindowTest : public QObject {
   Q_OBJECT
 
  private:
-  std::unique_ptr<TempDir> dir_;
-  std::unique_ptr<PreferencesController> preferences_;
-  std::unique_ptr<ScriptedQuestions> questions_;
-  std::unique_ptr<ScriptedChooser> chooser_;
-  std::unique_ptr<ui::DocumentController> controller_;
+  std::unique_ptr<ControllerRig> rig_;
   std::unique_ptr<FakeInput> input_;
 
-  QString track(const std::string& name, const std::string& title) {
-    return QString::fromStdString(dir_->write(name, sampleMp3(title)));
-  }
   // Shown where nothing else is, at the front with the keyboard focus.
   static bool showAt(QWidget* window, QPoint topLeft) {
     window->move(topLeft);
@@ -169,7 +162,7 @@ class X11WindowTest : public QObject {
     return QTest::qWaitForWindowActive(window);
   }
   bool opened(const QString& path) const {
-    for (ui::DocumentWindow* window : controller_->windows())
+    for (ui::DocumentWindow* window : rig_->controller.windows())
       if (window->windowFilePath() == path) return true;
     return false;
   }
@@ -186,7 +179,7 @@ class X11WindowTest : public QObject {
     input_->send();
   }
   bool groupOpened() const {
-    for (ui::DocumentWindow* window : controller_->windows())
+    for (ui::DocumentWindow* window : rig_->controller.windows())
       if (qobject_cast<ui::GroupWindow*>(window)) return true;
     return false;
   }
@@ -199,21 +192,11 @@ class X11WindowTest : public QObject {
     if (!input_->ready()) QSKIP("no XTEST: libX11 or libXtst missing, or no display");
   }
 
-  void init() {
-    dir_ = std::make_unique<TempDir>();
-    preferences_ = std::make_unique<PreferencesController>(std::make_unique<MemoryPreferenceStore>(), dir_->path());
-    questions_ = std::make_unique<ScriptedQuestions>();
-    chooser_ = std::make_unique<ScriptedChooser>();
-    controller_ = std::make_unique<ui::DocumentController>(*preferences_, *questions_, *chooser_);
-    controller_->setCtrlHeld([] { return false; });
-  }
+  void init() { rig_ = std::make_unique<ControllerRig>(); }
 
   void cleanup() {
-    for (ui::DocumentWindow* window : controller_->windows()) delete window;
-    for (QWidget* window : QApplication::topLevelWidgets())
-      if (qobject_cast<ui::StartPanel*>(window)) delete window;
-    controller_.reset();
-    QVERIFY(!questions_->unscripted);
+    QVERIFY(rig_->closeWindows());
+    rig_.reset();
   }
 
   void draggedFilesOpen_data() {
@@ -230,16 +213,16 @@ class X11WindowTest : public QObject {
     QFETCH(bool, folder);
     QWidget* onto = nullptr;
     if (target == Target::TrackWindow) {
-      QVERIFY(controller_->openFiles({track("first.mp3", "First")}));
-      onto = controller_->frontWindow();
+      QVERIFY(rig_->controller.openFiles({rig_->track("first.mp3", "First")}));
+      onto = rig_->controller.frontWindow();
     } else {
-      onto = controller_->showStartPanel();
+      onto = rig_->controller.showStartPanel();
     }
     QVERIFY(showAt(onto, {400, 100}));
-    QDir().mkpath(QString::fromStdString(dir_->file("folder")));
-    const QString dragged = folder ? QString::fromStdString(dir_->file("folder"))
-                                   : QString::fromStdString(dir_->write("dragged.mp3", sampleMp3("Dragged")));
-    if (folder) dir_->write("folder/inside.mp3", sampleMp3("Inside"));
+    QDir().mkpath(QString::fromStdString(rig_->dir.file("folder")));
+    const QString dragged = folder ? QString::fromStdString(rig_->dir.file("folder"))
+                                   : QString::fromStdString(rig_->dir.write("dragged.mp3", sampleMp3("Dragged")));
+    if (folder) rig_->dir.write("folder/inside.mp3", sampleMp3("Inside"));
 
     DragSource source({QUrl::fromLocalFile(dragged)});
     QVERIFY(showAt(&source, {40, 100}));
@@ -254,7 +237,7 @@ class X11WindowTest : public QObject {
     well.resize(160, 160);
     QImage image(8, 8, QImage::Format_RGB32);
     image.fill(Qt::green);
-    const QString jpeg = QString::fromStdString(dir_->file("cover.jpg"));
+    const QString jpeg = QString::fromStdString(rig_->dir.file("cover.jpg"));
     QVERIFY(image.save(jpeg, "JPEG"));
     DragSource source({QUrl::fromLocalFile(jpeg)});
     QVERIFY(showAt(&source, {40, 100}));
@@ -274,7 +257,7 @@ class X11WindowTest : public QObject {
   }
 
   void theStartPanelFocusesItsFirstControlAndTabsInVisualOrder() {
-    ui::StartPanel* panel = controller_->showStartPanel();
+    ui::StartPanel* panel = rig_->controller.showStartPanel();
     QVERIFY(showAt(panel, {100, 100}));
     const QStringList order = {QStringLiteral("recentTracksList"), QStringLiteral("recentGroupsList"),
                                QStringLiteral("startOpenButton"),  QStringLiteral("startOpenGroupButton"),
@@ -310,12 +293,12 @@ class X11WindowTest : public QObject {
 
   void theFileMenuOpensAndItsOpenAsksForTracks() {
     QFETCH(Way, way);
-    QVERIFY(controller_->openFiles({track("menu.mp3", "Menu")}));
-    ui::DocumentWindow* window = controller_->frontWindow();
+    QVERIFY(rig_->controller.openFiles({rig_->track("menu.mp3", "Menu")}));
+    ui::DocumentWindow* window = rig_->controller.frontWindow();
     QVERIFY(showAt(window, {100, 100}));
     auto* file = window->menuBar()->findChild<QMenu*>(QStringLiteral("fileMenu"));
     QVERIFY(file);
-    QAction* open = controller_->action(MenuItem::Open);
+    QAction* open = rig_->controller.action(MenuItem::Open);
 
     switch (way) {
       case Way::Mouse: {
@@ -338,7 +321,7 @@ class X11WindowTest : public QObject {
         break;
     }
     input_->send();
-    QTRY_COMPARE(chooser_->tracksAsked, 1);
+    QTRY_COMPARE(rig_->chooser.tracksAsked, 1);
     QTRY_VERIFY(!file->isVisible());
   }
 };
