@@ -26,6 +26,9 @@ namespace melos::ui {
 namespace {
 
 Bytes toBytes(const QByteArray& data) { return Bytes(data.begin(), data.end()); }
+QByteArray toByteArray(const Bytes& bytes) {
+  return QByteArray(reinterpret_cast<const char*>(bytes.data()), static_cast<qsizetype>(bytes.size()));
+}
 
 std::vector<std::string> formatsOf(const QMimeData* data) {
   std::vector<std::string> formats;
@@ -83,19 +86,24 @@ void DragImageView::setDrawBorder(bool draw) {
 }
 
 bool DragImageView::setImageWithData(Bytes bytes, bool checkType) {
-  if (!well_.setImageWithData(std::move(bytes), checkType)) return false;
-  showPicture();
+  if (!well_.setImageWithData(std::move(bytes), checkType)) {
+    codec_.takeDecoded();  // a refused picture's image is not kept
+    return false;
+  }
+  // The stored bytes show the image the well decoded to check them: a
+  // converted picture is the same pixels as PNG.
+  showPicture(codec_.takeDecoded());
   emit didChange();
   return true;
 }
 
 void DragImageView::removeImage() {
   well_.removeImage();
-  showPicture();
+  showPicture({});
 }
 
-void DragImageView::showPicture() {
-  shown_ = well_.hasImage() ? QtImageCodec::decode(well_.getImageData()) : QImage();
+void DragImageView::showPicture(QImage image) {
+  shown_ = std::move(image);
   setToolTip(shown_.isNull() ? QString()
                              : tr("%1 picture, %2 × %3 pixels, %4 bytes")
                                    .arg(getImageType().toUpper())
@@ -150,9 +158,7 @@ QMimeData* DragImageView::pictureMimeData(const QString& folder) const {
   if (path.isEmpty()) return nullptr;
   auto* mime = new QMimeData;
   mime->setUrls({QUrl::fromLocalFile(path)});
-  const Bytes& bytes = well_.getImageData();
-  mime->setData(QStringLiteral("image/") + getImageType(),
-                QByteArray(reinterpret_cast<const char*>(bytes.data()), static_cast<qsizetype>(bytes.size())));
+  mime->setData(QStringLiteral("image/") + getImageType(), toByteArray(well_.getImageData()));
   return mime;
 }
 
@@ -253,9 +259,7 @@ void DragImageView::contextMenuEvent(QContextMenuEvent* event) {
   menu.setObjectName(QStringLiteral("pictureWellMenu"));
   QAction* copy = menu.addAction(tr("&Copy Picture"), this, [this] {
     auto* mime = new QMimeData;
-    const Bytes& bytes = well_.getImageData();
-    mime->setData(QStringLiteral("image/") + getImageType(),
-                  QByteArray(reinterpret_cast<const char*>(bytes.data()), static_cast<qsizetype>(bytes.size())));
+    mime->setData(QStringLiteral("image/") + getImageType(), toByteArray(well_.getImageData()));
     mime->setImageData(shown_);
     QApplication::clipboard()->setMimeData(mime);
   });

@@ -73,7 +73,7 @@ class DragImageView : public QFrame {
   void setHighlight(bool on);
   void paste();
   void startDrag();
-  void showPicture();
+  void showPicture(QImage image);
 
   QtImageCodec codec_;
   PictureWell well_{codec_};

@@ -34,12 +34,14 @@ IconResult writeFileThumbnails(const QString& filePath, ByteSpan picture, const 
   const QString uri = QString::fromLatin1(thumbnailUri(filePath));
   const QString mtime = QString::number(file.lastModified().toSecsSinceEpoch());
   const QString size = QString::number(file.size());
+  // The cache is private to the user: its folders 0700, its files 0600.
+  constexpr QFileDevice::Permissions kPrivateFolder =
+      QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner;
   for (const auto& [folder, pixels] : {std::pair{QStringLiteral("normal"), 128}, {QStringLiteral("large"), 256}}) {
-    // The cache is private to the user: its folders 0700, its files 0600.
-    if (!QDir().mkpath(cacheFolder + QLatin1Char('/') + folder)) return IconResult::SetFailed;
-    QFile::setPermissions(cacheFolder, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-    QFile::setPermissions(cacheFolder + QLatin1Char('/') + folder,
-                          QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+    const QString sizeFolder = cacheFolder + QLatin1Char('/') + folder;
+    if (!QDir().mkpath(sizeFolder)) return IconResult::SetFailed;
+    QFile::setPermissions(cacheFolder, kPrivateFolder);
+    QFile::setPermissions(sizeFolder, kPrivateFolder);
     QImage thumbnail = image.width() > pixels || image.height() > pixels
                            ? image.scaled(pixels, pixels, Qt::KeepAspectRatio, Qt::SmoothTransformation)
                            : image;

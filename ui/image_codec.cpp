@@ -26,8 +26,15 @@ QImage QtImageCodec::decode(ByteSpan bytes) {
   return reader.read();
 }
 
+bool QtImageCodec::decodable(ByteSpan bytes) {
+  decoded_ = decode(bytes);
+  decodedFrom_ = bytes;
+  return !decoded_.isNull();
+}
+
 std::optional<Bytes> QtImageCodec::toInterlacedPng(ByteSpan bytes) {
-  const QImage image = decode(bytes);
+  const bool same = bytes.data() == decodedFrom_.data() && bytes.size() == decodedFrom_.size();
+  const QImage image = same ? decoded_ : decode(bytes);
   if (image.isNull()) return std::nullopt;
   return writeInterlacedPng(image);
 }
