@@ -256,6 +256,11 @@ std::vector<DocumentWindow*> DocumentController::windows() const {
   return open;
 }
 
+void DocumentController::notifyPreferencesChanged() {
+  for (DocumentWindow* window : windows()) window->preferencesChanged();
+  updateMenus();
+}
+
 QWidget* DocumentController::dialogParent() const {
   if (DocumentWindow* front = frontWindow()) return front;
   return startPanel_.data();

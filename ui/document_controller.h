@@ -69,6 +69,9 @@ class DocumentController : public QObject, public DocumentHost {
   bool openSingleTrack(const std::string& path, std::string& cause) override;
   void noteRecentGroup(const std::string& folder) override;
 
+  // Tells every open window that the preferences changed.
+  void notifyPreferencesChanged();
+
  public slots:
   void openMenuItemSelected();
   void openGroupMenuItemSelected();

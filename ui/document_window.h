@@ -26,6 +26,9 @@ class DocumentWindow : public QMainWindow, public TagEditor {
   QUndoStack* undoStack() { return &undoStack_; }
   bool isSingleEditWindow() const { return singleEditWindow_; }
   void setSingleEditWindow(bool single) { singleEditWindow_ = single; }
+  // A preference changed in the preferences window: the window shows it at
+  // once (genre lists, quick lists, play controls...) without a restart.
+  virtual void preferencesChanged() {}
 
  signals:
   void activated(DocumentWindow* window);
