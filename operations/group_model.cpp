@@ -93,6 +93,15 @@ void GroupModel::addTrack(std::unique_ptr<ID3Tag> track) {
   tracks_.push_back(std::move(track));
 }
 
+std::unique_ptr<ID3Tag> GroupModel::removeTrack(size_t index) {
+  if (index >= tracks_.size()) return nullptr;
+  std::unique_ptr<ID3Tag> track = std::move(tracks_[index]);
+  tracks_.erase(tracks_.begin() + static_cast<std::ptrdiff_t>(index));
+  totalSize_ -= std::min(totalSize_, track->fileSize);
+  totalLength_ -= std::min(totalLength_, track->duration);
+  return track;
+}
+
 void GroupModel::resetCheckBoxes() noexcept {
   boxes_.fill(false);
   copyV2Details = false;

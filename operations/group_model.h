@@ -110,6 +110,9 @@ class GroupModel {
   const Tracks& tracks() const noexcept { return tracks_; }
   size_t count() const noexcept { return tracks_.size(); }
   void addTrack(std::unique_ptr<ID3Tag> track);
+  // Takes the track out of the group (not off the disk), with its share of
+  // the totals; none beyond the end.
+  std::unique_ptr<ID3Tag> removeTrack(size_t index);
 
   // m_llSize and m_llLength: bytes and seconds of the tracks shown.
   uint64_t totalSize() const noexcept { return totalSize_; }
@@ -161,6 +164,9 @@ class GroupModel {
 
   // m_bImagesExist: a track of the group had pictures when it was loaded.
   bool imagesExist() const noexcept { return imagesExist_; }
+  // A track that had pictures was added without them: the group does not keep
+  // every track's pictures, only the fact.
+  void noteImagesExist() noexcept { imagesExist_ = true; }
   // The window's picture removed: the picture box goes on and V2 is marked
   // changed; the first time, when tracks have pictures and the replace box is
   // off, the user is asked whether to remove them too.
