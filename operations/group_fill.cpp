@@ -201,6 +201,40 @@ void slotEdited(GroupModel& model, SlotSet& differing, size_t slot) {
   markChanged(model, groupSlots().at(slot).field);
 }
 
+void changeBoxToggled(GroupModel& model, G field, bool on) {
+  if (on) markChanged(model, field);
+  else model.setChangeBox(field, false);
+}
+
+namespace {
+bool& optionRef(GroupModel& model, GroupOption option) {
+  switch (option) {
+    case GroupOption::CopyV2Details: return model.copyV2Details;
+    case GroupOption::FileName: return model.fileName;
+    case GroupOption::IsrcIncrement: return model.isrcIncrement;
+    case GroupOption::ReplacePictures: break;
+  }
+  return model.replacePictures;
+}
+}  // namespace
+
+bool optionValue(const GroupModel& model, GroupOption option) {
+  switch (option) {
+    case GroupOption::CopyV2Details: return model.copyV2Details;
+    case GroupOption::FileName: return model.fileName;
+    case GroupOption::IsrcIncrement: return model.isrcIncrement;
+    case GroupOption::ReplacePictures: break;
+  }
+  return model.replacePictures;
+}
+
+void optionToggled(GroupModel& model, GroupOption option, bool on) {
+  optionRef(model, option) = on;
+  if (!on) return;
+  if (option == GroupOption::CopyV2Details || option == GroupOption::FileName) model.changedV1(true, false);
+  if (option == GroupOption::FileName) model.changedV2(true, false);
+}
+
 void enableBoxToggled(GroupModel& model, bool v1, bool on) {
   (v1 ? model.enableV1 : model.enableV2) = on;
   if (v1) model.changedV1(true, false);

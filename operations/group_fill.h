@@ -97,6 +97,19 @@ void restoreEdit(GroupModel& model, const GroupEditState& state);
 // its version is marked changed (switching that version's enable box on), and
 // the value no longer differs across the tracks.
 void slotEdited(GroupModel& model, SlotSet& differing, size_t slot);
+// A change box turned on or off by hand. On, it marks its version changed
+// (and that version's enable box on): without it, a box ticked to write an
+// empty value over every track would find no track to write.
+void changeBoxToggled(GroupModel& model, GroupField field, bool on);
+
+// The boxes beside the fields that act on every track.
+enum class GroupOption : uint8_t { CopyV2Details, FileName, IsrcIncrement, ReplacePictures };
+// Turned on, the V2-for-V1 box marks V1 changed and the file-name box both
+// versions, so that the run writes the tracks they change; the ISRC-increment
+// and replace-pictures boxes only qualify the ISRC and picture boxes.
+void optionToggled(GroupModel& model, GroupOption option, bool on);
+bool optionValue(const GroupModel& model, GroupOption option);
+
 // The V1 or V2 enable box turned on or off: that tag is rewritten or removed.
 void enableBoxToggled(GroupModel& model, bool v1, bool on);
 

@@ -121,6 +121,14 @@ void DocumentController::makeActions() {
   });
   connect(action(MenuItem::LoadTagData), &QAction::triggered, this, &DocumentController::loadTagData);
   connect(action(MenuItem::SaveTagData), &QAction::triggered, this, &DocumentController::saveTagData);
+  // The single-track editor's own Update and defaults come with its window.
+  connect(action(MenuItem::Update), &QAction::triggered, this, [this] {
+    if (auto* group = qobject_cast<GroupWindow*>(frontWindow())) group->updateTracks();
+  });
+  connect(action(MenuItem::ApplyDefaultTagData), &QAction::triggered, this, [this] {
+    if (auto* group = qobject_cast<GroupWindow*>(frontWindow()))
+      group->setDefaultTagData(preferences_.getDefaultTypeIndex());
+  });
   connect(action(MenuItem::Hide), &QAction::triggered, this, [this] {
     if (DocumentWindow* front = frontWindow()) front->showMinimized();
   });
@@ -308,7 +316,7 @@ bool DocumentController::addTrackToFrontGroup(const std::string& path) {
 }
 
 bool DocumentController::openGroup(const std::vector<std::string>& paths) {
-  auto* group = new GroupWindow(questions_);
+  auto* group = new GroupWindow(questions_, preferences_, this);
   attach(group);
   group->show();
   if (group->addTracks(paths)) return true;

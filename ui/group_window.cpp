@@ -1,74 +1,753 @@
 #include "ui/group_window.h"
 
+#include <QCheckBox>
+#include <QCloseEvent>
+#include <QComboBox>
 #include <QFile>
-#include <QListView>
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QSplitter>
+#include <QTabWidget>
+#include <QTableView>
+#include <QThread>
+#include <QTimer>
+#include <QUndoCommand>
+#include <QVBoxLayout>
+#include <algorithm>
+#include <thread>
 
-#include "engine/open_track.h"
+#include "engine/genres.h"
+#include "operations/open_documents.h"
 #include "operations/questions.h"
-#include "operations/track_file.h"
-#include "ui/shown_path.h"
+#include "operations/track_writer.h"
+#include "preferences/preferences_controller.h"
+#include "ui/drag_image_view.h"
+#include "ui/group_track_table.h"
 
 namespace melos::ui {
+namespace {
 
-GroupWindow::GroupWindow(Questions& questions, QWidget* parent)
-    : DocumentWindow(parent), questions_(questions) {
+using G = GroupField;
+
+QString qtext(std::string_view text) { return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())); }
+
+// The name of each value's controls ("m" + key + "Field", "m" + key +
+// "Button" for its change box) and its label, in the order of groupSlots().
+struct SlotText {
+  const char* key;
+  const char* label;
+};
+constexpr SlotText kSlotTexts[kGroupSlotCount] = {
+    {"T1Title", QT_TRANSLATE_NOOP("GroupWindow", "&Title:")},
+    {"T1Artist", QT_TRANSLATE_NOOP("GroupWindow", "&Artist:")},
+    {"T1Album", QT_TRANSLATE_NOOP("GroupWindow", "Al&bum:")},
+    {"T1Year", QT_TRANSLATE_NOOP("GroupWindow", "&Year:")},
+    {"T1Comment", QT_TRANSLATE_NOOP("GroupWindow", "Co&mment:")},
+    {"T1Genre", QT_TRANSLATE_NOOP("GroupWindow", "&Genre:")},
+    {"T2Title", QT_TRANSLATE_NOOP("GroupWindow", "&Title:")},
+    {"T2Artist", QT_TRANSLATE_NOOP("GroupWindow", "&Artist:")},
+    {"T2Album", QT_TRANSLATE_NOOP("GroupWindow", "Al&bum:")},
+    {"T2Year", QT_TRANSLATE_NOOP("GroupWindow", "&Year:")},
+    {"T2Genre", QT_TRANSLATE_NOOP("GroupWindow", "&Genre:")},
+    {"T2Comment", QT_TRANSLATE_NOOP("GroupWindow", "Co&mment:")},
+    {"T2Composer", QT_TRANSLATE_NOOP("GroupWindow", "Com&poser:")},
+    {"T2OrigArtist", QT_TRANSLATE_NOOP("GroupWindow", "&Original artist:")},
+    {"T2Copyright", QT_TRANSLATE_NOOP("GroupWindow", "Cop&yright:")},
+    {"T2URL", QT_TRANSLATE_NOOP("GroupWindow", "&URL:")},
+    {"T2EncodedBy", QT_TRANSLATE_NOOP("GroupWindow", "&Encoded by:")},
+    {"T2OfTracks", QT_TRANSLATE_NOOP("GroupWindow", "Trac&ks:")},
+    {"T2Set", QT_TRANSLATE_NOOP("GroupWindow", "&Disc:")},
+    {"T2Sets", QT_TRANSLATE_NOOP("GroupWindow", "Disc cou&nt:")},
+    {"T2Conductor", QT_TRANSLATE_NOOP("GroupWindow", "Con&ductor:")},
+    {"T2Lyricist", QT_TRANSLATE_NOOP("GroupWindow", "&Lyricist:")},
+    {"T2Publisher", QT_TRANSLATE_NOOP("GroupWindow", "Publis&her:")},
+    {"T2Orchestra", QT_TRANSLATE_NOOP("GroupWindow", "Orc&hestra:")},
+    {"T2Content", QT_TRANSLATE_NOOP("GroupWindow", "Conten&t:")},
+    {"T2Subtitle", QT_TRANSLATE_NOOP("GroupWindow", "&Subtitle:")},
+    {"T2Compilation", QT_TRANSLATE_NOOP("GroupWindow", "Compilat&ion")},
+    {"T2Picture", QT_TRANSLATE_NOOP("GroupWindow", "Pict&ure:")},
+    {"T2ArtistURL", QT_TRANSLATE_NOOP("GroupWindow", "Artist &URL:")},
+    {"T2ISRC", QT_TRANSLATE_NOOP("GroupWindow", "&ISRC:")},
+    {"T2ReleaseTime", QT_TRANSLATE_NOOP("GroupWindow", "&Release time:")},
+    {"T2RecordTime", QT_TRANSLATE_NOOP("GroupWindow", "Re&corded time:")},
+    {"T2BPM", QT_TRANSLATE_NOOP("GroupWindow", "&BPM:")},
+    {"T2InitialKey", QT_TRANSLATE_NOOP("GroupWindow", "Initial &key:")},
+    {"T2Podcast", QT_TRANSLATE_NOOP("GroupWindow", "&Podcast")},
+    {"T2PodcastID", QT_TRANSLATE_NOOP("GroupWindow", "Podcast i&dentifier:")},
+    {"T2PodcastFeed", QT_TRANSLATE_NOOP("GroupWindow", "Podcast &feed:")},
+    {"T2PodcastDesc", QT_TRANSLATE_NOOP("GroupWindow", "Podcast d&escription:")},
+};
+
+const QString kDifferent = QStringLiteral("(different across tracks)");
+
+bool isGenre(G field) { return field == G::V1Genre || field == G::V2Genre; }
+
+enum class Page { V1, V2, More };
+Page pageOf(G field) {
+  if (isV1Field(field)) return Page::V1;
+  return field <= G::V2Picture ? Page::V2 : Page::More;
+}
+
+QWidget* scrolled(QWidget* page) {
+  auto* scroll = new QScrollArea;
+  scroll->setWidget(page);
+  scroll->setWidgetResizable(true);
+  scroll->setFrameShape(QFrame::NoFrame);
+  return scroll;
+}
+
+QStringList v1Genres() {
+  QStringList names;
+  for (std::string_view name : kGenresSorted) names.append(qtext(name));
+  return names;
+}
+
+QStringList v2Genres(const PreferencesController& preferences) {
+  QStringList names;
+  for (const std::string& name : preferences.v2GenreList()) names.append(QString::fromStdString(name));
+  return names;
+}
+
+void fillGenres(QComboBox* combo, const QStringList& names) {
+  const QString typed = combo->currentText();
+  combo->clear();
+  combo->addItems(names);
+  combo->setEditText(typed);
+}
+
+// The Delete and Backspace keys remove the selected tracks from the group.
+class TrackTableView : public QTableView {
+ public:
+  std::function<void()> removeSelected;
+
+ protected:
+  void keyPressEvent(QKeyEvent* event) override {
+    if ((event->key() == Qt::Key_Delete || event->key() == Qt::Key_Backspace) && removeSelected) {
+      removeSelected();
+      event->accept();
+      return;
+    }
+    QTableView::keyPressEvent(event);
+  }
+};
+
+}  // namespace
+
+// One edit of the window, undone and redone as whole states. Typing into one
+// field is one command until another field is edited.
+class GroupWindow::EditCommand : public QUndoCommand {
+ public:
+  EditCommand(GroupWindow* window, int mergeId, GroupEditState before, GroupEditState after)
+      : window_(window), id_(mergeId), before_(std::move(before)), after_(std::move(after)) {
+    setText(tr("Edit"));
+  }
+  int id() const override { return id_; }
+  bool mergeWith(const QUndoCommand* other) override {
+    const auto* next = static_cast<const EditCommand*>(other);
+    if (id_ < 0 || next->id_ != id_) return false;
+    after_ = next->after_;
+    return true;
+  }
+  void undo() override { window_->restoreState(before_); }
+  void redo() override {
+    // The first time, the edit has already been made.
+    if (std::exchange(pushed_, false)) return;
+    window_->restoreState(after_);
+  }
+
+ private:
+  GroupWindow* window_;
+  int id_;
+  GroupEditState before_, after_;
+  bool pushed_ = true;
+};
+
+GroupWindow::GroupWindow(Questions& questions, const PreferencesController& preferences, DocumentHost* host,
+                         QWidget* parent)
+    : DocumentWindow(parent), preferences_(preferences), host_(host), sheets_(this) {
   setObjectName(QStringLiteral("groupWindow"));
   setSingleEditWindow(false);
-  list_ = new QListView(this);
+  Questions& asked = dynamic_cast<DialogQuestions*>(&questions) != nullptr ? static_cast<Questions&>(sheets_) : questions;
+  questions_ = std::make_unique<MainThreadQuestions>(asked);
+  loadJobs_ = static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1u, 8u));
+  setRunOptions(GroupUpdateOptions{});
+
+  auto* central = new QWidget(this);
+  auto* layout = new QVBoxLayout(central);
+  auto* splitter = new QSplitter(Qt::Vertical, central);
+  splitter->setObjectName(QStringLiteral("groupSplitter"));
+  auto* tabs = new QTabWidget(splitter);
+  tabs->setObjectName(QStringLiteral("groupTabs"));
+  auto* v1Page = new QWidget;
+  auto* v2Page = new QWidget;
+  auto* morePage = new QWidget;
+  buildFields(v1Page, v2Page, morePage);
+  tabs->addTab(scrolled(v1Page), tr("ID3 v&1"));
+  tabs->addTab(scrolled(v2Page), tr("ID3 v&2"));
+  tabs->addTab(scrolled(morePage), tr("&More"));
+  fields_ = tabs;
+  splitter->addWidget(tabs);
+  splitter->addWidget(buildTrackList());
+  splitter->setStretchFactor(0, 3);
+  splitter->setStretchFactor(1, 2);
+  layout->addWidget(splitter, 1);
+
+  auto* bottom = new QHBoxLayout;
+  progress_ = new QProgressBar(central);
+  progress_->setObjectName(QStringLiteral("mUpdateProgressIndicator"));
+  progress_->setAccessibleName(tr("Progress"));
+  progress_->setVisible(false);
+  status_ = new QLabel(central);
+  status_->setObjectName(QStringLiteral("mUpdatingTextField"));
+  cancelButton_ = new QPushButton(tr("Cancel"), central);
+  cancelButton_->setObjectName(QStringLiteral("mCancelButton"));
+  updateButton_ = new QPushButton(tr("&Update"), central);
+  updateButton_->setObjectName(QStringLiteral("mUpdateButton"));
+  updateButton_->setDefault(true);
+  bottom->addWidget(progress_, 1);
+  bottom->addWidget(status_, 1);
+  bottom->addStretch();
+  bottom->addWidget(cancelButton_);
+  bottom->addWidget(updateButton_);
+  layout->addLayout(bottom);
+  setCentralWidget(central);
+  connect(updateButton_, &QPushButton::clicked, this, [this] { updateTracks(); });
+  // A normal close, which asks what to do about a run or unsaved changes.
+  connect(cancelButton_, &QPushButton::clicked, this, &QWidget::close);
+
+  setWindowTitle(tr("Group") + QStringLiteral("[*]"));
+  refreshFields();
+  refreshTotals();
+  resize(sizeHint().expandedTo(QSize(760, 640)));
+}
+
+GroupWindow::~GroupWindow() {
+  // The loader's workers hand over to this window; they end first.
+  loader_.reset();
+}
+
+void GroupWindow::setRunOptions(const GroupUpdateOptions& options) {
+  if (update_ && update_->running()) return;
+  GroupUpdateOptions own = options;
+  // The window reads the tracks again itself, in the background and without
+  // keeping their pictures.
+  own.reload = false;
+  UpdateObserver& observer = *this;
+  update_ = std::make_unique<GroupUpdate>(model_, *questions_, observer, settingsFrom(preferences_),
+                                          engineTrackWriter(), own);
+}
+
+void GroupWindow::buildFields(QWidget* v1Page, QWidget* v2Page, QWidget* morePage) {
+  auto* v1Grid = new QGridLayout(v1Page);
+  auto* v2Grid = new QGridLayout(v2Page);
+  auto* moreGrid = new QGridLayout(morePage);
+  const auto option = [this](GroupOption which, const QString& text, std::string_view help, const char* name,
+                             QWidget* page) {
+    auto* box = new QCheckBox(text, page);
+    box->setObjectName(QString::fromLatin1(name));
+    box->setToolTip(qtext(help));
+    options_.emplace_back(which, box);
+    connect(box, &QCheckBox::clicked, this, [this, which](bool on) {
+      edit(-1, [this, which, on] { optionToggled(model_, which, on); });
+    });
+    return box;
+  };
+  const auto enable = [this](bool v1, QWidget* page) {
+    auto* box = new QCheckBox(v1 ? tr("&Write an ID3 v1 tag") : tr("&Write an ID3 v2 tag"), page);
+    box->setObjectName(v1 ? QStringLiteral("mEnableV1TagButton") : QStringLiteral("mEnableV2TagButton"));
+    box->setToolTip(v1 ? tr("Off: the ID3 v1 tag is removed from every track when it is changed")
+                       : tr("Off: the ID3 v2 tag is removed from every track when it is changed"));
+    connect(box, &QCheckBox::clicked, this, [this, v1](bool on) {
+      edit(-1, [this, v1, on] { enableBoxToggled(model_, v1, on); });
+    });
+    return box;
+  };
+  enableV1_ = enable(true, v1Page);
+  v1Grid->addWidget(enableV1_, 0, 0, 1, 3);
+  v1Grid->addWidget(option(GroupOption::CopyV2Details, tr("Use the ID3 v&2 details for ID3 v1"), kCopyV2DetailsHelp,
+                           "mCopyV2DetailsButton", v1Page),
+                    1, 0, 1, 3);
+  enableV2_ = enable(false, v2Page);
+  v2Grid->addWidget(enableV2_, 0, 0, 1, 3);
+  v2Grid->addWidget(option(GroupOption::FileName, tr("Set the title and track from the &file name"),
+                           "For each track, take the title and the track number from its file name",
+                           "mSetTitleTrackFromFileButton", v2Page),
+                    1, 0, 1, 3);
+
+  const auto& all = groupSlots();
+  slots_.resize(all.size());
+  changeBoxes_.assign(kGroupFieldCount, nullptr);
+  for (size_t i = 0; i < all.size(); ++i) {
+    const GroupSlot& slot = all[i];
+    const Page page = pageOf(slot.field);
+    QWidget* parent = page == Page::V1 ? v1Page : page == Page::V2 ? v2Page : morePage;
+    QGridLayout* grid = page == Page::V1 ? v1Grid : page == Page::V2 ? v2Grid : moreGrid;
+    const int row = grid->rowCount();
+    const QString key = QString::fromLatin1(kSlotTexts[i].key);
+    const QString label = tr(kSlotTexts[i].label);
+    QWidget* editor = nullptr;
+    SlotWidgets& widgets = slots_[i];
+    if (slot.kind == GroupSlot::Kind::Flag) {
+      widgets.flag = new QCheckBox(label, parent);
+      editor = widgets.flag;
+      grid->addWidget(editor, row, 1);
+    } else {
+      if (slot.kind == GroupSlot::Kind::Picture) {
+        auto* box = new QWidget(parent);
+        auto* row2 = new QHBoxLayout(box);
+        row2->setContentsMargins(0, 0, 0, 0);
+        widgets.picture = new DragImageView(box);
+        widgets.picture->setConversionQuestions(questions_.get());
+        widgets.picture->setAskUserForImageConversion(true);
+        widgets.picture->setMinimumSize(QSize(96, 96));
+        removePicture_ = new QPushButton(tr("&Remove picture"), box);
+        removePicture_->setObjectName(QStringLiteral("mT2RemovePictureButton"));
+        auto* side = new QVBoxLayout;
+        side->addWidget(removePicture_);
+        side->addWidget(option(GroupOption::ReplacePictures, tr("Replace &existing pictures"), kReplacePicturesHelp,
+                               "mT2ReplacePicturesButton", box));
+        side->addStretch();
+        row2->addWidget(widgets.picture, 1);
+        row2->addLayout(side);
+        editor = widgets.picture;
+        grid->addWidget(box, row, 1);
+        connect(removePicture_, &QPushButton::clicked, this, [this, i] {
+          edit(-1, [this, i] {
+            model_.removePicture(*questions_);
+            differing_[i] = false;
+          });
+        });
+      } else if (isGenre(slot.field)) {
+        widgets.combo = new QComboBox(parent);
+        widgets.combo->setEditable(true);
+        widgets.combo->setInsertPolicy(QComboBox::NoInsert);
+        widgets.combo->addItems(slot.field == G::V1Genre ? v1Genres() : v2Genres(preferences_));
+        editor = widgets.combo;
+        grid->addWidget(editor, row, 1);
+      } else {
+        widgets.line = new QLineEdit(parent);
+        editor = widgets.line;
+        grid->addWidget(editor, row, 1);
+      }
+      auto* caption = new QLabel(label, parent);
+      caption->setBuddy(editor);
+      grid->addWidget(caption, row, 0);
+    }
+    editor->setObjectName(QStringLiteral("m%1Field").arg(key));
+    editor->setAccessibleName(QString(label).remove(QLatin1Char('&')).remove(QLatin1Char(':')));
+    if (changeBoxes_[static_cast<size_t>(slot.field)] == nullptr) {
+      auto* box = new QCheckBox(qtext(changeBoxLabel(slot.field)), parent);
+      box->setObjectName(QStringLiteral("m%1Button").arg(key));
+      changeBoxes_[static_cast<size_t>(slot.field)] = box;
+      grid->addWidget(box, row, 2);
+      const G field = slot.field;
+      connect(box, &QCheckBox::clicked, this, [this, field](bool on) {
+        edit(-1, [this, field, on] { changeBoxToggled(model_, field, on); });
+      });
+    }
+    if (slot.field == G::Isrc)
+      grid->addWidget(option(GroupOption::IsrcIncrement, tr("ISRC &+ 1 for each track"), kIsrcIncrementHelp,
+                             "mT2ISRCIncrementButton", parent),
+                      grid->rowCount(), 1, 1, 2);
+    connectSlot(i);
+  }
+  for (QGridLayout* grid : {v1Grid, v2Grid, moreGrid}) {
+    grid->setColumnStretch(1, 1);
+    grid->setRowStretch(grid->rowCount(), 1);
+  }
+}
+
+void GroupWindow::connectSlot(size_t i) {
+  const GroupSlot& slot = groupSlots()[i];
+  const SlotWidgets& widgets = slots_[i];
+  const int mergeId = static_cast<int>(i);
+  const auto typed = [this, i, mergeId, member = slot.text](const QString& text) {
+    if (refreshing_) return;
+    edit(mergeId, [this, i, member, text] {
+      model_.values.*member = text.toStdU16String();
+      slotEdited(model_, differing_, i);
+    });
+  };
+  if (widgets.line != nullptr) connect(widgets.line, &QLineEdit::textEdited, this, typed);
+  if (widgets.combo != nullptr) {
+    connect(widgets.combo->lineEdit(), &QLineEdit::textEdited, this, typed);
+    connect(widgets.combo, &QComboBox::activated, this,
+            [this, typed, combo = widgets.combo](int) { typed(combo->currentText()); });
+  }
+  if (widgets.flag != nullptr) {
+    connect(widgets.flag, &QCheckBox::clicked, this, [this, i, member = slot.flag] {
+      edit(-1, [this, i, member] {
+        // A value that differed becomes on for every track at the first click.
+        model_.values.*member = differing_[i] || !(model_.values.*member);
+        slotEdited(model_, differing_, i);
+      });
+    });
+  }
+  if (widgets.picture != nullptr) {
+    connect(widgets.picture, &DragImageView::didChange, this, [this, i, well = widgets.picture] {
+      if (refreshing_ || well->getImageDataSize() == 0) return;
+      edit(-1, [this, i, well] {
+        model_.values.picture =
+            PicData(well->getImageData(), well->getImageType().toStdString(), kPictureFrontCover);
+        slotEdited(model_, differing_, i);
+      });
+    });
+  }
+}
+
+QWidget* GroupWindow::buildTrackList() {
+  auto* box = new QWidget;
+  auto* layout = new QVBoxLayout(box);
+  layout->setContentsMargins(0, 0, 0, 0);
+  table_ = new TrackTableModel(this);
+  sorted_ = new TrackSortProxy(this);
+  sorted_->setSourceModel(table_);
+  auto* view = new TrackTableView;
+  view->removeSelected = [this] { removeSelectedTracks(); };
+  list_ = view;
   list_->setObjectName(QStringLiteral("groupTracks"));
   list_->setAccessibleName(tr("Tracks of the group"));
-  list_->setModel(&names_);
+  list_->setModel(sorted_);
   list_->setEditTriggers(QAbstractItemView::NoEditTriggers);
+  list_->setSelectionBehavior(QAbstractItemView::SelectRows);
+  list_->setSelectionMode(QAbstractItemView::ExtendedSelection);
   list_->setAcceptDrops(false);
-  setCentralWidget(list_);
-  setWindowTitle(tr("Group") + QStringLiteral("[*]"));
-  resize(480, 400);
+  list_->setWordWrap(false);
+  list_->verticalHeader()->setVisible(false);
+  // A fixed row height: the view need not measure thousands of rows.
+  list_->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+  list_->horizontalHeader()->setSectionResizeMode(QHeaderView::Interactive);
+  list_->horizontalHeader()->setStretchLastSection(true);
+  // Unsorted until the user asks: the group keeps the order it was given.
+  list_->horizontalHeader()->setSortIndicator(-1, Qt::AscendingOrder);
+  list_->setSortingEnabled(true);
+  connect(list_, &QAbstractItemView::doubleClicked, this, &GroupWindow::openTrackAt);
+  totals_ = new QLabel(box);
+  totals_->setObjectName(QStringLiteral("groupTotals"));
+  totals_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+  layout->addWidget(list_, 1);
+  layout->addWidget(totals_);
+  return box;
 }
 
-GroupWindow::~GroupWindow() = default;
+void GroupWindow::refreshFields() {
+  refreshing_ = true;
+  const auto& all = groupSlots();
+  const GroupValues& values = model_.values;
+  for (size_t i = 0; i < all.size(); ++i) {
+    const GroupSlot& slot = all[i];
+    const SlotWidgets& widgets = slots_[i];
+    const QString placeholder = differing_[i] ? kDifferent : QString();
+    if (slot.kind == GroupSlot::Kind::Text) {
+      const QString text = QString::fromStdU16String(values.*slot.text);
+      QLineEdit* line = widgets.line != nullptr ? widgets.line : widgets.combo->lineEdit();
+      if (line->text() != text) line->setText(text);
+      line->setPlaceholderText(placeholder);
+    } else if (slot.kind == GroupSlot::Kind::Flag) {
+      widgets.flag->setTristate(differing_[i]);
+      widgets.flag->setCheckState(differing_[i] ? Qt::PartiallyChecked
+                                                : (values.*slot.flag ? Qt::Checked : Qt::Unchecked));
+      widgets.flag->setToolTip(placeholder);
+    } else {
+      DragImageView* well = widgets.picture;
+      if (!values.picture) {
+        if (well->getImageDataSize() > 0) well->removeImage();
+      } else if (well->getImageData() != values.picture->data) {
+        well->setImageWithData(values.picture->data);
+        well->setImageType(QString::fromStdString(values.picture->pictureSubtype));
+      }
+      well->setToolTip(placeholder);
+    }
+  }
+  for (size_t field = 0; field < kGroupFieldCount; ++field)
+    changeBoxes_[field]->setChecked(model_.changeBox(static_cast<G>(field)));
+  enableV1_->setChecked(model_.enableV1);
+  enableV2_->setChecked(model_.enableV2);
+  for (const auto& [which, box] : options_) box->setChecked(optionValue(model_, which));
+  refreshing_ = false;
+}
+
+void GroupWindow::refreshTotals() {
+  totals_->setText(tr("%n track(s), %1, %2", nullptr, static_cast<int>(model_.count()))
+                       .arg(qtext(fileSizeDisplay(model_.totalSize())), qtext(durationDisplay(model_.totalLength()))));
+  setWindowTitle(tr("Group of %n track(s)", nullptr, static_cast<int>(model_.count())) + QStringLiteral("[*]"));
+}
+
+void GroupWindow::setControlsEnabled(bool enabled) {
+  fields_->setEnabled(enabled);
+  list_->setEnabled(enabled);
+  updateButton_->setEnabled(enabled && !loading());
+}
+
+void GroupWindow::edit(int mergeId, const std::function<void()>& change) {
+  GroupEditState before = captureEdit(model_, differing_);
+  change();
+  GroupEditState after = captureEdit(model_, differing_);
+  undoStack()->push(new EditCommand(this, mergeId, std::move(before), std::move(after)));
+  refreshFields();
+  emit stateChanged();
+}
+
+void GroupWindow::restoreState(const GroupEditState& state) {
+  restoreEdit(model_, state);
+  differing_ = state.differing;
+  refreshFields();
+  emit stateChanged();
+}
 
 bool GroupWindow::addTracks(const std::vector<std::string>& paths) {
-  bool added = false;
-  QStringList names = names_.stringList();
-  for (const std::string& path : paths) {
-    TrackFile file = openTrackFile(path, kScanQuick);
-    if (!file.opened()) {
-      tell(questions_, "Open failed", "Could not read the tag information from the file '" + path + "'.");
-      continue;
-    }
-    if (tracks_.empty()) {
-      // The group shows what its first track holds until the user changes it.
-      std::unique_ptr<ID3Tag> first = copyOfTrack(*file.track);
-      CopyTagData(values_, *first, true, true, true, true, true);
-    }
-    tracks_.push_back(std::move(file.track));
-    names.append(shownPath(QFile::decodeName(QByteArray::fromStdString(path))));
-    added = true;
-  }
-  names_.setStringList(names);
-  setWindowTitle(tr("Group of %n track(s)", nullptr, static_cast<int>(tracks_.size())) + QStringLiteral("[*]"));
+  if (paths.empty()) return false;
+  startLoading(paths);
   emit stateChanged();
-  return added;
+  return true;
 }
 
-FrontDocument GroupWindow::describe() const { return {DocumentKind::Group, dirty_, false, false, false}; }
+void GroupWindow::startLoading(std::vector<std::string> paths) {
+  if (loader_ || running()) {
+    // After the tracks being read, or after the run: the run's worker walks
+    // the group's tracks and the list must not grow under it.
+    pendingPaths_.insert(pendingPaths_.end(), paths.begin(), paths.end());
+    return;
+  }
+  loadTotal_ += paths.size();
+  progress_->setRange(0, static_cast<int>(loadTotal_));
+  progress_->setValue(static_cast<int>(loadDone_));
+  progress_->setVisible(true);
+  status_->setText(tr("Reading tracks…"));
+  updateButton_->setEnabled(false);
+  const QPointer<GroupWindow> self(this);
+  loader_ = std::make_unique<GroupLoader>(
+      std::move(paths), loadJobs_,
+      [self](std::vector<LoadedTrack> batch) {
+        auto shared = std::make_shared<std::vector<LoadedTrack>>(std::move(batch));
+        QMetaObject::invokeMethod(self.data(), [self, shared] {
+          if (self) self->takeBatch(std::move(*shared));
+        }, Qt::QueuedConnection);
+      },
+      [self](std::vector<OpenFailure> failures) {
+        auto shared = std::make_shared<std::vector<OpenFailure>>(std::move(failures));
+        QMetaObject::invokeMethod(self.data(), [self, shared] {
+          if (self) self->loadEnded(std::move(*shared));
+        }, Qt::QueuedConnection);
+      });
+  loader_->start();
+}
 
-std::unique_ptr<ID3Tag> GroupWindow::tagForCopy() const { return copyOfTrack(values_); }
+void GroupWindow::takeBatch(std::vector<LoadedTrack> batch) {
+  std::vector<TrackRow> rows;
+  rows.reserve(batch.size());
+  for (LoadedTrack& loaded : batch) {
+    common_.add(std::move(loaded.values), loaded.row.pictures, loaded.hasV1, loaded.hasV2);
+    joinGroup(model_, std::move(loaded.track), loaded.row.pictures);
+    rows.push_back(std::move(loaded.row));
+  }
+  loadDone_ += batch.size();
+  table_->appendRows(std::move(rows));
+  showCommonValues(model_, differing_, common_);
+  refreshFields();
+  refreshTotals();
+  progress_->setValue(static_cast<int>(std::min(loadDone_, loadTotal_)));
+  status_->setText(tr("Reading tracks… %1 of %2").arg(loadDone_).arg(loadTotal_));
+}
+
+void GroupWindow::loadEnded(std::vector<OpenFailure> failures) {
+  loader_.reset();
+  loadDone_ += failures.size();
+  loadFailures_.insert(loadFailures_.end(), failures.begin(), failures.end());
+  if (!pendingPaths_.empty()) {
+    startLoading(std::exchange(pendingPaths_, {}));
+    return;
+  }
+  loadTotal_ = loadDone_ = 0;
+  progress_->setVisible(false);
+  status_->clear();
+  setControlsEnabled(true);
+  emit loadingFinished();
+  // One alert for every track that could not be read, also of tracks added
+  // while others were being read.
+  if (!loadFailures_.empty()) {
+    const Alert alert = groupLoadFailuresAlert(std::exchange(loadFailures_, {}));
+    questions_->ask(alert.title, alert.message, alert.buttons);
+  }
+  emit stateChanged();
+  if (model_.count() == 0) {
+    closeConfirmed_ = true;
+    close();
+  }
+}
+
+void GroupWindow::removeSelectedTracks() {
+  if (running() || loading()) return;
+  std::vector<int> rows;
+  for (const QModelIndex& index : list_->selectionModel()->selectedRows())
+    rows.push_back(sorted_->mapToSource(index).row());
+  std::sort(rows.begin(), rows.end(), std::greater<>());
+  for (int row : rows) {
+    model_.removeTrack(static_cast<size_t>(row));
+    table_->removeRowAt(row);
+  }
+  refreshTotals();
+  emit stateChanged();
+}
+
+void GroupWindow::openTrackAt(const QModelIndex& index) {
+  if (host_ == nullptr || !index.isValid()) return;
+  const int row = sorted_->mapToSource(index).row();
+  if (row < 0 || static_cast<size_t>(row) >= model_.count()) return;
+  const std::string path = model_.tracks()[static_cast<size_t>(row)]->path();
+  std::string cause;
+  if (!host_->openSingleTrack(path, cause))
+    tell(*questions_, std::string(kOpenFailedTitle),
+         "Could not read the tag information from the file '" + path + "'.");
+}
+
+void GroupWindow::updateTracks(std::function<void(bool)> whenDone) {
+  if (loading()) {
+    if (whenDone) whenDone(true);
+    return;
+  }
+  table_->clearStatus();
+  update_->updateTracks(std::move(whenDone));
+}
+
+FrontDocument GroupWindow::describe() const { return {DocumentKind::Group, model_.isDirty(), false, false, false}; }
+
+std::unique_ptr<ID3Tag> GroupWindow::tagForCopy() const { return model_.getTagData(); }
 
 void GroupWindow::setTagData(const ID3Tag& tag, bool) {
-  CopyTagData(values_, tag, false, false, false, false, false);
-  changed();
+  if (running()) return;
+  GroupValues values = valuesOfTrack(tag);
+  edit(-1, [this, &values] { applyValues(model_, differing_, values, true); });
 }
 
 void GroupWindow::clearTagData() {
-  values_.tagData.clear();
-  changed();
+  if (running()) return;
+  edit(-1, [this] { applyValues(model_, differing_, GroupValues{}, true); });
 }
 
-void GroupWindow::changed() {
-  dirty_ = true;
-  setWindowModified(true);
+void GroupWindow::setDefaultTagData(int index) {
+  if (running()) return;
+  GroupModel scratch;
+  scratch.values = model_.values;
+  scratch.setDefaultTagData(index, preferences_);
+  edit(-1, [this, &scratch] { applyValues(model_, differing_, scratch.values, false); });
+}
+
+void GroupWindow::preferencesChanged() {
+  const auto& all = groupSlots();
+  refreshing_ = true;
+  for (size_t i = 0; i < all.size(); ++i)
+    if (all[i].field == G::V2Genre) fillGenres(slots_[i].combo, v2Genres(preferences_));
+  refreshing_ = false;
+}
+
+void GroupWindow::closeEvent(QCloseEvent* event) {
+  if (running()) {
+    event->ignore();
+    if (update_->m_bShowingSheet) return;
+    raise();
+    activateWindow();
+    if (update_->askToUpdate() == CloseAnswer::StopRun) closeAfterRun_ = true;
+    return;
+  }
+  if (!closeConfirmed_ && model_.isDirty()) {
+    raise();
+    activateWindow();
+    switch (update_->askToUpdate()) {
+      case CloseAnswer::Save:
+        event->ignore();
+        // Written once every track has been read.
+        if (loading()) return;
+        closeAfterRun_ = true;
+        updateTracks();
+        return;
+      case CloseAnswer::DontSave: break;
+      default: event->ignore(); return;
+    }
+  }
+  if (loader_) loader_->stop();
+  DocumentWindow::closeEvent(event);
+}
+
+void GroupWindow::runOnMainThread(const std::function<void()>& task) {
+  if (QThread::currentThread() == thread()) {
+    task();
+    return;
+  }
+  QMetaObject::invokeMethod(this, task, Qt::BlockingQueuedConnection);
+}
+
+void GroupWindow::updateStarted(size_t maximum, const std::string& status) {
+  setControlsEnabled(false);
+  progress_->setRange(0, static_cast<int>(maximum));
+  progress_->setValue(0);
+  progress_->setVisible(true);
+  status_->setText(qtext(status));
+}
+
+void GroupWindow::progressAdvanced() {
+  QMetaObject::invokeMethod(this, [this] {
+    progress_->setValue(std::min(progress_->value() + 1, progress_->maximum()));
+  }, QThread::currentThread() == thread() ? Qt::DirectConnection : Qt::QueuedConnection);
+}
+
+void GroupWindow::statusChanged(const std::string& status) {
+  QMetaObject::invokeMethod(this, [this, text = qtext(status)] { status_->setText(text); },
+                            QThread::currentThread() == thread() ? Qt::DirectConnection : Qt::QueuedConnection);
+}
+
+void GroupWindow::trackStarting(size_t index) {
+  QMetaObject::invokeMethod(this, [this, index] {
+    table_->setStatus(static_cast<int>(index), std::string(kWritingStatus));
+  }, Qt::QueuedConnection);
+}
+
+void GroupWindow::trackUpdated(size_t index, const TrackOutcome& outcome) {
+  // The track was read whole again for its update; once written, its
+  // pictures are not kept, as at loading.
+  if (index < model_.count()) PicDataArray().swap(model_.tracks()[index]->tagData.picdata);
+  QMetaObject::invokeMethod(this, [this, index, text = trackStatusText(outcome.status)] {
+    table_->setStatus(static_cast<int>(index), text);
+  }, Qt::QueuedConnection);
+}
+
+void GroupWindow::updateFinished(bool error, bool closeWindow) {
+  const bool success = !error && !update_->cancelled();
+  progress_->setVisible(false);
+  status_->clear();
+  setControlsEnabled(true);
+  if (success) undoStack()->clear();
+  const bool close = closeWindow || closeAfterRun_;
+  closeAfterRun_ = false;
+  if (close && (success || update_->cancelled())) {
+    closeConfirmed_ = true;
+    // After the run has set itself ended, so that the close asks nothing.
+    QTimer::singleShot(0, this, &QWidget::close);
+  } else if (success) {
+    // Rebuilt from what is on disk now, as the run may have renamed tracks.
+    std::vector<std::string> paths;
+    for (const auto& track : model_.tracks()) paths.push_back(track->path());
+    model_ = GroupModel();
+    common_ = CommonValues();
+    differing_.reset();
+    table_->replaceAll({});
+    paths.insert(paths.end(), pendingPaths_.begin(), pendingPaths_.end());
+    pendingPaths_.clear();
+    startLoading(std::move(paths));
+  } else if (!pendingPaths_.empty()) {
+    startLoading(std::exchange(pendingPaths_, {}));
+  }
+  refreshFields();
+  refreshTotals();
   emit stateChanged();
+  emit runFinished(error);
 }
 
 }  // namespace melos::ui

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+
 #include "tests/support/tag_fixtures.h"
 
 namespace melos {
@@ -136,6 +138,34 @@ TEST(GroupFillTest, TurningAnEnableBoxOffMarksThatTagForRemoval) {
   enableBoxToggled(model, true, false);
   EXPECT_FALSE(model.enableV1);
   EXPECT_TRUE(model.tracks()[0]->v1Changed && !model.tracks()[0]->v2Changed && model.isDirty());
+}
+
+TEST(GroupFillTest, BoxesTickedByHandMarkTheTracksTheyWrite) {
+  struct Case {
+    const char* name;
+    std::function<void(GroupModel&)> toggle;
+    bool v1Changed, v2Changed, enableV1;
+  };
+  const Case cases[] = {
+      {"a V2 box on", [](GroupModel& m) { changeBoxToggled(m, G::V2Album, true); }, false, true, false},
+      {"a V1 box on", [](GroupModel& m) { changeBoxToggled(m, G::V1Year, true); }, true, false, true},
+      {"a box off", [](GroupModel& m) { changeBoxToggled(m, G::V2Album, false); }, false, false, false},
+      {"file names", [](GroupModel& m) { optionToggled(m, GroupOption::FileName, true); }, true, true, false},
+      {"V2 for V1", [](GroupModel& m) { optionToggled(m, GroupOption::CopyV2Details, true); }, true, false, false},
+      {"ISRC + 1", [](GroupModel& m) { optionToggled(m, GroupOption::IsrcIncrement, true); }, false, false, false},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    GroupModel model;
+    model.addTrack(mp3Track());
+    c.toggle(model);
+    EXPECT_EQ(model.tracks()[0]->v1Changed, c.v1Changed);
+    EXPECT_EQ(model.tracks()[0]->v2Changed, c.v2Changed);
+    EXPECT_EQ(model.enableV1, c.enableV1);
+  }
+  GroupModel model;
+  optionToggled(model, GroupOption::ReplacePictures, true);
+  EXPECT_TRUE(model.replacePictures && optionValue(model, GroupOption::ReplacePictures));
 }
 
 TEST(GroupFillTest, ApplyingValuesEditsWhatChangesAndOptionallyWhatDiffers) {

@@ -98,7 +98,8 @@ class DocumentControllerTest : public QObject {
     QVERIFY(rig_->controller.openFiles({QString::fromStdString(folder)}));
     auto* group = qobject_cast<ui::GroupWindow*>(rig_->controller.frontWindow());
     QVERIFY(group);
-    QCOMPARE(group->trackCount(), size_t{2});
+    QTRY_COMPARE(group->trackCount(), size_t{2});  // read in the background
+    QTRY_VERIFY(!group->loading());
     QVERIFY(!enabled(MenuItem::Revert) && !enabled(MenuItem::ExportAsXML) && !enabled(MenuItem::Update));
     QVERIFY(enabled(MenuItem::CopyTagData));
     rig_->controller.action(MenuItem::ClearTagData)->trigger();
