@@ -1,5 +1,7 @@
 #include "ui/group_track_table.h"
 
+#include <utility>
+
 #include "engine/id3_tag.h"
 
 namespace melos::ui {
@@ -50,8 +52,10 @@ void TrackTableModel::appendRows(std::vector<TrackRow> rows) {
   if (rows.empty()) return;
   const int first = rowCount();
   beginInsertRows({}, first, first + static_cast<int>(rows.size()) - 1);
-  for (TrackRow& row : rows) rows_.push_back(std::move(row));
-  status_.resize(rows_.size());
+  for (TrackRow& row : rows) {
+    rows_.push_back(std::move(row));
+    status_.push_back(status_.size() < carried_.size() ? carried_[status_.size()] : std::string());
+  }
   endInsertRows();
 }
 
@@ -63,10 +67,10 @@ void TrackTableModel::removeRowAt(int row) {
   endRemoveRows();
 }
 
-void TrackTableModel::replaceAll(std::vector<TrackRow> rows) {
+void TrackTableModel::clearKeepingStatus() {
   beginResetModel();
-  rows_ = std::move(rows);
-  status_.assign(rows_.size(), {});
+  rows_.clear();
+  carried_ = std::exchange(status_, {});
   endResetModel();
 }
 
@@ -78,6 +82,7 @@ void TrackTableModel::setStatus(int row, const std::string& status) {
 }
 
 void TrackTableModel::clearStatus() {
+  carried_.clear();
   if (rows_.empty()) return;
   status_.assign(rows_.size(), {});
   emit dataChanged(index(0, static_cast<int>(TrackColumn::Status)),

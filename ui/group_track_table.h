@@ -25,7 +25,9 @@ class TrackTableModel : public QAbstractTableModel {
 
   void appendRows(std::vector<TrackRow> rows);
   void removeRowAt(int row);
-  void replaceAll(std::vector<TrackRow> rows);
+  // Every row goes; their statuses stay for the rows appended next, in
+  // order, as the group is read again after a run.
+  void clearKeepingStatus();
   void setStatus(int row, const std::string& status);
   void clearStatus();
   const TrackRow& rowAt(int row) const { return rows_.at(static_cast<size_t>(row)); }
@@ -33,6 +35,7 @@ class TrackTableModel : public QAbstractTableModel {
  private:
   std::vector<TrackRow> rows_;
   std::vector<std::string> status_;
+  std::vector<std::string> carried_;
 };
 
 // Sorts by the row values themselves: numbers as numbers, names without

@@ -23,7 +23,6 @@
 #include <algorithm>
 #include <thread>
 
-#include "engine/genres.h"
 #include "operations/open_documents.h"
 #include "operations/questions.h"
 #include "operations/track_writer.h"
@@ -103,15 +102,10 @@ QWidget* scrolled(QWidget* page) {
   return scroll;
 }
 
-QStringList v1Genres() {
+QStringList genres(const PreferencesController& preferences, G field) {
   QStringList names;
-  for (std::string_view name : kGenresSorted) names.append(qtext(name));
-  return names;
-}
-
-QStringList v2Genres(const PreferencesController& preferences) {
-  QStringList names;
-  for (const std::string& name : preferences.v2GenreList()) names.append(QString::fromStdString(name));
+  for (const std::string& name : field == G::V1Genre ? preferences.v1GenreList() : preferences.v2GenreList())
+    names.append(QString::fromStdString(name));
   return names;
 }
 
@@ -233,7 +227,7 @@ GroupWindow::~GroupWindow() {
   loader_.reset();
 }
 
-void GroupWindow::setRunOptions(const GroupUpdateOptions& options) {
+void GroupWindow::setRunOptions(const GroupUpdateOptions& options, TrackWriter* writer) {
   if (update_ && update_->running()) return;
   GroupUpdateOptions own = options;
   // The window reads the tracks again itself, in the background and without
@@ -241,7 +235,7 @@ void GroupWindow::setRunOptions(const GroupUpdateOptions& options) {
   own.reload = false;
   UpdateObserver& observer = *this;
   update_ = std::make_unique<GroupUpdate>(model_, *questions_, observer, settingsFrom(preferences_),
-                                          engineTrackWriter(), own);
+                                          writer != nullptr ? *writer : engineTrackWriter(), own);
 }
 
 void GroupWindow::buildFields(QWidget* v1Page, QWidget* v2Page, QWidget* morePage) {
@@ -328,7 +322,7 @@ void GroupWindow::buildFields(QWidget* v1Page, QWidget* v2Page, QWidget* morePag
         widgets.combo = new QComboBox(parent);
         widgets.combo->setEditable(true);
         widgets.combo->setInsertPolicy(QComboBox::NoInsert);
-        widgets.combo->addItems(slot.field == G::V1Genre ? v1Genres() : v2Genres(preferences_));
+        widgets.combo->addItems(genres(preferences_, slot.field));
         editor = widgets.combo;
         grid->addWidget(editor, row, 1);
       } else {
@@ -504,15 +498,20 @@ void GroupWindow::restoreState(const GroupEditState& state) {
 
 bool GroupWindow::addTracks(const std::vector<std::string>& paths) {
   if (paths.empty()) return false;
+  if (running()) {
+    // After the run: its worker walks the group's tracks, and the list must
+    // not grow under it.
+    pendingPaths_.insert(pendingPaths_.end(), paths.begin(), paths.end());
+    return true;
+  }
   startLoading(paths);
   emit stateChanged();
   return true;
 }
 
 void GroupWindow::startLoading(std::vector<std::string> paths) {
-  if (loader_ || running()) {
-    // After the tracks being read, or after the run: the run's worker walks
-    // the group's tracks and the list must not grow under it.
+  if (loader_) {
+    // After the tracks being read.
     pendingPaths_.insert(pendingPaths_.end(), paths.begin(), paths.end());
     return;
   }
@@ -644,7 +643,7 @@ void GroupWindow::preferencesChanged() {
   const auto& all = groupSlots();
   refreshing_ = true;
   for (size_t i = 0; i < all.size(); ++i)
-    if (all[i].field == G::V2Genre) fillGenres(slots_[i].combo, v2Genres(preferences_));
+    if (isGenre(all[i].field)) fillGenres(slots_[i].combo, genres(preferences_, all[i].field));
   refreshing_ = false;
 }
 
@@ -720,6 +719,18 @@ void GroupWindow::trackUpdated(size_t index, const TrackOutcome& outcome) {
 
 void GroupWindow::updateFinished(bool error, bool closeWindow) {
   const bool success = !error && !update_->cancelled();
+  if (error) {
+    // A track that could not be read again (moved, deleted, locked by
+    // another program) ends the run without an alert of the run's own.
+    for (const TrackOutcome& outcome : update_->outcomes())
+      if (outcome.status == TrackStatus::Failed && outcome.alertTitle.empty() && outcome.v1Result == 0 &&
+          outcome.v2Result == 0) {
+        tell(*questions_, "Failed to update the tags",
+             "Could not read '" + outcome.path + "' again before writing it (see melos.log for more details). "
+             "Note: The files before it have been updated.");
+        break;
+      }
+  }
   progress_->setVisible(false);
   status_->clear();
   setControlsEnabled(true);
@@ -737,7 +748,7 @@ void GroupWindow::updateFinished(bool error, bool closeWindow) {
     model_ = GroupModel();
     common_ = CommonValues();
     differing_.reset();
-    table_->replaceAll({});
+    table_->clearKeepingStatus();
     paths.insert(paths.end(), pendingPaths_.begin(), pendingPaths_.end());
     pendingPaths_.clear();
     startLoading(std::move(paths));

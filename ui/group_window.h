@@ -28,6 +28,7 @@ class QWidget;
 
 namespace melos {
 class PreferencesController;
+class TrackWriter;
 class DocumentHost;
 }  // namespace melos
 
@@ -58,8 +59,9 @@ class GroupWindow : public DocumentWindow, private UpdateObserver {
 
   // updateTracks: with `whenDone` sent at the end of the run.
   void updateTracks(std::function<void(bool)> whenDone = {});
-  // The pauses of a run; a benchmark or a test shortens them.
-  void setRunOptions(const GroupUpdateOptions& options);
+  // The pauses of a run, which a benchmark or a test shortens, and the
+  // writer of its files (the engine's unless given).
+  void setRunOptions(const GroupUpdateOptions& options, TrackWriter* writer = nullptr);
   // Threads that read tracks at once.
   void setLoadJobs(int jobs) { loadJobs_ = jobs; }
   // setDefaultTagData: the default data set `index` over the window's values.
