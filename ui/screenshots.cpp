@@ -2,15 +2,19 @@
 
 #include <QApplication>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QPixmap>
 
 #include "ui/document_controller.h"
 #include "ui/document_window.h"
+#include "ui/group_window.h"
 #include "ui/start_panel.h"
 
 namespace melos::ui {
 namespace {
+
+constexpr qint64 kGroupLoadWaitMs = 10000;
 
 QString save(QWidget* window, const QString& folder, const QString& name) {
   window->show();
@@ -34,7 +38,16 @@ QStringList renderScreenshots(DocumentController& controller, const QString& fol
       keep(save(front, folder, QStringLiteral("track-") + QFileInfo(track).completeBaseName()));
   }
   if (!tracks.isEmpty() && controller.openFiles({QFileInfo(tracks.first()).absolutePath()}))
-    if (DocumentWindow* front = controller.frontWindow()) keep(save(front, folder, QStringLiteral("group")));
+    if (DocumentWindow* front = controller.frontWindow()) {
+      // The group reads its tracks in the background; shown once all are in.
+      if (auto* group = qobject_cast<GroupWindow*>(front)) {
+        QElapsedTimer waited;
+        waited.start();
+        while (group->loading() && waited.elapsed() < kGroupLoadWaitMs)
+          QApplication::processEvents(QEventLoop::AllEvents, 50);
+      }
+      keep(save(front, folder, QStringLiteral("group")));
+    }
   return written;
 }
 
