@@ -110,7 +110,15 @@ void DocumentController::makeActions() {
 
   connect(action(MenuItem::Open), &QAction::triggered, this, &DocumentController::openMenuItemSelected);
   connect(action(MenuItem::OpenGroup), &QAction::triggered, this, &DocumentController::openGroupMenuItemSelected);
-  connect(action(MenuItem::Quit), &QAction::triggered, qApp, &QApplication::closeAllWindows);
+  connect(action(MenuItem::Quit), &QAction::triggered, this, [this] {
+    QApplication::closeAllWindows();
+    // A group that was writing stays until its current track is done; the
+    // quit goes on once it has closed.
+    for (DocumentWindow* window : windows())
+      if (auto* group = qobject_cast<GroupWindow*>(window); group != nullptr && group->closesAfterRun())
+        connect(group, &QObject::destroyed, this, [this] { action(MenuItem::Quit)->trigger(); },
+                Qt::QueuedConnection);
+  });
   connect(action(MenuItem::CopyTagData), &QAction::triggered, this, [this] { copyTagData(false); });
   connect(action(MenuItem::CopyAllTagData), &QAction::triggered, this, [this] { copyTagData(true); });
   connect(action(MenuItem::PasteTagData), &QAction::triggered, this, [this] {

@@ -55,6 +55,9 @@ class GroupWindow : public DocumentWindow, private UpdateObserver {
   size_t trackCount() const { return model_.count(); }
   bool loading() const { return loader_ != nullptr; }
   bool running() const { return update_->running(); }
+  // The user agreed to cancel a run by closing the window: it closes when the
+  // track being written is done.
+  bool closesAfterRun() const { return closeAfterRun_; }
   const GroupModel& model() const { return model_; }
 
   // updateTracks: with `whenDone` sent at the end of the run.

@@ -10,10 +10,12 @@
 #include <QMimeData>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QSignalSpy>
 #include <QUrl>
 #include <filesystem>
 #include <memory>
 
+#include "preferences/preference_keys.h"
 #include "preferences/preferences_controller.h"
 #include "preferences/store.h"
 #include "tests/ui/window_harness.h"
@@ -105,6 +107,33 @@ class DocumentControllerTest : public QObject {
     rig_->controller.action(MenuItem::ClearTagData)->trigger();
     QVERIFY(enabled(MenuItem::Update));
     QCOMPARE(rig_->controller.recentGroups().list(), std::vector<std::string>{folder});
+  }
+
+  void quittingDuringAGroupRunWaitsForTheCancelledRun() {
+    const std::string folder = rig_->dir.path() + "/run";
+    std::filesystem::create_directory(folder);
+    for (const char* name : {"a.mp3", "b.mp3", "c.mp3"}) rig_->dir.write(std::string("run/") + name, sampleMp3(name));
+    rig_->preferences.setBoolPreferenceNamed(prefs::kMoveToTrash.key, false);
+    // Another window that the quit must close too, whichever closes first.
+    QVERIFY(rig_->controller.openFiles({rig_->track("solo.mp3", "Solo")}));
+    QVERIFY(rig_->controller.openFiles({QString::fromStdString(folder)}));
+    QPointer<ui::GroupWindow> group = qobject_cast<ui::GroupWindow*>(rig_->controller.frontWindow());
+    QTRY_VERIFY(group && !group->loading());
+    GroupUpdateOptions slow;
+    slow.pauseBetweenTracks = std::chrono::milliseconds(300);
+    slow.afterSheet = std::chrono::milliseconds(0);
+    group->setRunOptions(slow);
+    group->clearTagData();
+    rig_->controller.action(MenuItem::Update)->trigger();
+    QVERIFY(group->running());
+    rig_->questions.answer("Do you want to cancel?", "Yes");
+    QSignalSpy quits(rig_->controller.action(MenuItem::Quit), &QAction::triggered);
+    rig_->controller.action(MenuItem::Quit)->trigger();
+    QVERIFY(group);  // still writing its track
+    QCOMPARE(rig_->questions.asked.back().title, std::string("Do you want to cancel?"));
+    QTRY_VERIFY_WITH_TIMEOUT(group.isNull(), 10000);
+    QTRY_COMPARE(quits.count(), 2);  // the quit taken up again
+    QTRY_VERIFY(rig_->controller.windows().empty());
   }
 
   void failuresAreToldOnceAndNoWindowOpens() {
