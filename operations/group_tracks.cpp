@@ -5,6 +5,7 @@
 #include <exception>
 
 #include "engine/open_track.h"
+#include "operations/threads.h"
 #include "operations/track_file.h"
 
 namespace melos {
@@ -125,7 +126,7 @@ bool rowLess(const TrackRow& a, const TrackRow& b, TrackColumn column) {
   return false;
 }
 
-LoadedTrack loadGroupTrack(const std::string& path, std::string& cause) {
+LoadedTrack loadGroupTrack(const std::string& path, std::string& cause, bool keepPicture) {
   LoadedTrack loaded;
   TrackFile file = openTrackFile(path, kScanQuick);
   if (!file.opened()) {
@@ -135,12 +136,14 @@ LoadedTrack loadGroupTrack(const std::string& path, std::string& cause) {
   loaded.track = std::move(file.track);
   ID3Tag& track = *loaded.track;
   loaded.row = trackRow(track);
-  loaded.values = valuesOfTrack(track);
-  loaded.hasV1 = track.v1Loaded && track.v1.enabled;
-  loaded.hasV2 = track.v2Read || track.hasV2Tag;
   // The run reads every track again before it writes it: the pictures are
   // not needed until then, and a library's covers would not fit in memory.
-  PicDataArray().swap(track.tagData.picdata);
+  PicDataArray pictures;
+  pictures.swap(track.tagData.picdata);
+  loaded.values = valuesOfTrack(track);
+  if (keepPicture && !pictures.empty()) loaded.values.picture = std::move(pictures.front());
+  loaded.hasV1 = track.v1Loaded && track.v1.enabled;
+  loaded.hasV2 = track.v2Read || track.hasV2Tag;
   return loaded;
 }
 
@@ -179,6 +182,7 @@ void GroupLoader::start() {
 }
 
 void GroupLoader::work() {
+  lowerCurrentThreadPriority();
   for (;;) {
     const size_t index = nextChunk_++;
     const size_t first = index * batchSize_;
@@ -188,7 +192,9 @@ void GroupLoader::work() {
     for (size_t i = first; i < end && !stop_; ++i) {
       std::string cause;
       try {
-        LoadedTrack loaded = loadGroupTrack(paths_[i], cause);
+        // Only the first tracks' covers travel: the window shows the first
+        // one and compares the others by their summaries.
+        LoadedTrack loaded = loadGroupTrack(paths_[i], cause, index == 0);
         if (loaded.track) chunk.tracks.push_back(std::move(loaded));
         else chunk.failures.push_back({paths_[i], cause});
       } catch (const std::exception& exception) {

@@ -57,7 +57,8 @@ struct LoadedTrack {
 };
 
 // Reads one path for the group; the cause is filled when it could not be read.
-LoadedTrack loadGroupTrack(const std::string& path, std::string& cause);
+// The values keep the track's first picture only when asked.
+LoadedTrack loadGroupTrack(const std::string& path, std::string& cause, bool keepPicture = true);
 
 // The one alert that tells the tracks a group could not read: "Open failed"
 // with the file for one, else the names as open failures are listed (all

@@ -99,6 +99,7 @@ bool GroupUpdate::updateTracks(std::function<void(bool)> whenDone) {
   std::lock_guard starting(startMutex_);
   worker_ = std::thread([this] {
     { std::lock_guard started(startMutex_); }
+    lowerCurrentThreadPriority();
     updateWithThread();
   });
   return true;
