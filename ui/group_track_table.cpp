@@ -2,12 +2,17 @@
 
 #include <utility>
 
+#include <QFile>
+
 #include "engine/id3_tag.h"
+#include "ui/shown_path.h"
 
 namespace melos::ui {
 namespace {
 
 QString utf8(const std::string& text) { return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())); }
+// Names on disk are bytes; shown as the file system's encoding reads them.
+QString onDisk(const std::string& path) { return QFile::decodeName(QByteArray::fromStdString(path)); }
 
 }  // namespace
 
@@ -25,11 +30,12 @@ QVariant TrackTableModel::data(const QModelIndex& index, int role) const {
     const bool number = column == TrackColumn::Size || column == TrackColumn::Length || column == TrackColumn::Track;
     return QVariant::fromValue(number ? Qt::AlignRight | Qt::AlignVCenter : Qt::AlignLeft | Qt::AlignVCenter);
   }
-  if (role == Qt::ToolTipRole && column == TrackColumn::FileName) return utf8(row.folder + "/" + row.fileName);
+  if (role == Qt::ToolTipRole && column == TrackColumn::FileName)
+    return shownPath(onDisk(row.folder + "/" + row.fileName));
   if (role != Qt::DisplayRole) return {};
   switch (column) {
-    case TrackColumn::FileName: return utf8(row.fileName);
-    case TrackColumn::Folder: return utf8(row.folder);
+    case TrackColumn::FileName: return onDisk(row.fileName);
+    case TrackColumn::Folder: return shownPath(onDisk(row.folder));
     case TrackColumn::Title: return utf8(row.title);
     case TrackColumn::Artist: return utf8(row.artist);
     case TrackColumn::Album: return utf8(row.album);

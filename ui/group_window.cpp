@@ -168,7 +168,8 @@ GroupWindow::GroupWindow(Questions& questions, const PreferencesController& pref
     : DocumentWindow(parent), preferences_(preferences), host_(host), sheets_(this) {
   setObjectName(QStringLiteral("groupWindow"));
   setSingleEditWindow(false);
-  Questions& asked = dynamic_cast<DialogQuestions*>(&questions) != nullptr ? static_cast<Questions&>(sheets_) : questions;
+  const bool dialogs = dynamic_cast<DialogQuestions*>(&questions) != nullptr;
+  Questions& asked = dialogs ? static_cast<Questions&>(sheets_) : questions;
   questions_ = std::make_unique<MainThreadQuestions>(asked);
   loadJobs_ = static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1u, 8u));
   setRunOptions(GroupUpdateOptions{});
@@ -469,9 +470,12 @@ void GroupWindow::refreshFields() {
 }
 
 void GroupWindow::refreshTotals() {
-  totals_->setText(tr("%n track(s), %1, %2", nullptr, static_cast<int>(model_.count()))
-                       .arg(qtext(fileSizeDisplay(model_.totalSize())), qtext(durationDisplay(model_.totalLength()))));
-  setWindowTitle(tr("Group of %n track(s)", nullptr, static_cast<int>(model_.count())) + QStringLiteral("[*]"));
+  const size_t count = model_.count();
+  const QString tracks = count == 1 ? tr("1 track") : tr("%1 tracks").arg(count);
+  const QString size = qtext(fileSizeDisplay(model_.totalSize()));
+  const QString length = qtext(durationDisplay(model_.totalLength()));
+  totals_->setText(tr("%1, %2, %3").arg(tracks, size, length));
+  setWindowTitle(tr("Group of %1").arg(tracks) + QStringLiteral("[*]"));
 }
 
 void GroupWindow::setControlsEnabled(bool enabled) {

@@ -5,6 +5,7 @@
 #include <QElapsedTimer>
 #include <QFileInfo>
 #include <QPixmap>
+#include <QTabWidget>
 
 #include "ui/document_controller.h"
 #include "ui/document_window.h"
@@ -45,6 +46,8 @@ QStringList renderScreenshots(DocumentController& controller, const QString& fol
         waited.start();
         while (group->loading() && waited.elapsed() < kGroupLoadWaitMs)
           QApplication::processEvents(QEventLoop::AllEvents, 50);
+        // The V2 fields, where most of a group's editing happens.
+        if (auto* tabs = group->findChild<QTabWidget*>(QStringLiteral("groupTabs"))) tabs->setCurrentIndex(1);
       }
       keep(save(front, folder, QStringLiteral("group")));
     }

@@ -174,7 +174,7 @@ class GroupWindowTest : public QObject {
     QVERIFY(child<QLineEdit>("mT2AlbumField")->placeholderText().isEmpty());
     QVERIFY(!window_->isWindowModified());
     QCOMPARE(child<QTableView>("groupTracks")->model()->rowCount(), 3);
-    QVERIFY(child<QLabel>("groupTotals")->text().startsWith(QStringLiteral("3 track")));
+    QVERIFY(child<QLabel>("groupTotals")->text().startsWith(QStringLiteral("3 tracks, ")));
   }
 
   void anEditTicksItsBoxAndUndoPutsItBack() {
@@ -297,7 +297,7 @@ class GroupWindowTest : public QObject {
     QTest::keyClick(list, Qt::Key_Delete);
     QCOMPARE(window_->trackCount(), size_t{2});
     QCOMPARE(list->model()->rowCount(), 2);
-    QVERIFY(child<QLabel>("groupTotals")->text().startsWith(QStringLiteral("2 track")));
+    QVERIFY(child<QLabel>("groupTotals")->text().startsWith(QStringLiteral("2 tracks, ")));
     QVERIFY(std::filesystem::exists(paths_[0]));
     type("mT2AlbumField", QStringLiteral("Two left"));
     runUpdate();
