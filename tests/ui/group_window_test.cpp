@@ -46,7 +46,11 @@ class UnverifiedWriter : public TrackWriter {
     const int result = TrackWriter::saveV2(track, moveToTrash, version, keepDates, trim);
     return unverified.count(track.path()) > 0 && result == 0 ? 7 : result;
   }
+  bool rename(ID3Tag& track, const SaveSettings& settings) override {
+    return !failRenames && TrackWriter::rename(track, settings);
+  }
   std::set<std::string> unverified;
+  bool failRenames = false;
 };
 
 // Records the tracks the window asks to open on their own.
@@ -245,6 +249,58 @@ class GroupWindowTest : public QObject {
     QCOMPARE(questions_.asked[1].buttons, (std::vector<std::string>{"Yes", "No"}));
   }
 
+  void theOtherAnswersOfTheRun_data() {
+    QTest::addColumn<QString>("question");
+    QTest::addColumn<QString>("answer");
+    QTest::addColumn<bool>("secondWritten");
+    QTest::addColumn<QString>("told");
+    QTest::newRow("verification declined stops the run")
+        << "Verification of the updated V2 tag failed" << "No" << false << "";
+    QTest::newRow("a failed rename is told and the run goes on")
+        << "" << "" << true << "Failed to change the file name";
+  }
+
+  void theOtherAnswersOfTheRun() {
+    QFETCH(QString, question);
+    QFETCH(QString, answer);
+    QFETCH(bool, secondWritten);
+    QFETCH(QString, told);
+    QVERIFY(openGroup({"One", "Two"}));
+    UnverifiedWriter writer;
+    if (question.isEmpty()) {
+      writer.failRenames = true;
+      preferences_->setBoolPreferenceNamed(prefs::kRenameUpdate.key, true);
+    } else {
+      writer.unverified = {paths_[0]};
+      questions_.answer(question.toStdString(), answer.toStdString());
+    }
+    window_->setRunOptions(quickRun(), &writer);
+    type("mT2AlbumField", QStringLiteral("Answered"));
+    runUpdate();
+    QCOMPARE(albumOf(paths_[1]) == "Answered", secondWritten);
+    QTRY_VERIFY(!window_->loading());
+    QCOMPARE(statusOf(0), secondWritten ? QStringLiteral("Written") : QStringLiteral("Failed"));
+    QCOMPARE(window_->isWindowModified(), !secondWritten);  // a failed run keeps the edits
+    if (told.isEmpty()) return;
+    const auto toldAlert = std::find_if(questions_.asked.begin(), questions_.asked.end(),
+                                        [&](const auto& asked) { return asked.title == told.toStdString(); });
+    QVERIFY(toldAlert != questions_.asked.end());
+    QCOMPARE(toldAlert->buttons, std::vector<std::string>{"OK"});
+  }
+
+  void answeringNoToCancelLetsTheRunFinish() {
+    QVERIFY(openGroup({"One", "Two", "Three"}));
+    window_->setRunOptions(quickRun(100));
+    type("mT2AlbumField", QStringLiteral("All of them"));
+    QTest::mouseClick(child<QPushButton>("mUpdateButton"), Qt::LeftButton);
+    questions_.answer("Do you want to cancel?", "No");
+    window_->close();
+    QVERIFY(window_ && window_->running());
+    QTRY_VERIFY_WITH_TIMEOUT(!window_->running(), 10000);
+    for (const std::string& path : paths_) QCOMPARE(albumOf(path), std::string("All of them"));
+    QVERIFY(window_->isVisible());
+  }
+
   void cancellingMidRunLeavesTheRestUntouchedAndClosesAfterIt() {
     QVERIFY(openGroup({"One", "Two", "Three", "Four"}));
     window_->setRunOptions(quickRun(300));
@@ -277,16 +333,45 @@ class GroupWindowTest : public QObject {
     QCOMPARE(albumOf(paths_[0]), std::string("Kept?"));
   }
 
+  void removingThePictureAsksOnceAboutTheTracksPictures_data() {
+    QTest::addColumn<QString>("answer");
+    QTest::newRow("yes: every picture goes") << "Yes";
+    QTest::newRow("no: the tracks keep theirs") << "No";
+  }
+
   void removingThePictureAsksOnceAboutTheTracksPictures() {
+    QFETCH(QString, answer);
     QVERIFY(openGroup({"One", "Two"}, pngBytes(40)));
-    questions_.answer("Remove existing images", "Yes");
+    questions_.answer("Remove existing images", answer.toStdString());
     QTest::mouseClick(child<QPushButton>("mT2RemovePictureButton"), Qt::LeftButton);
     QVERIFY(child<QCheckBox>("mT2PictureButton")->isChecked());
-    QVERIFY(child<QCheckBox>("mT2ReplacePicturesButton")->isChecked());
+    QCOMPARE(child<QCheckBox>("mT2ReplacePicturesButton")->isChecked(), answer == QLatin1String("Yes"));
     QTest::mouseClick(child<QPushButton>("mT2RemovePictureButton"), Qt::LeftButton);
     QCOMPARE(questions_.asked.size(), size_t{1});
     runUpdate();
-    for (const std::string& path : paths_) QVERIFY(reread(path)->tagData.picdata.empty());
+    for (const std::string& path : paths_)
+      QCOMPARE(reread(path)->tagData.picdata.size(), answer == QLatin1String("Yes") ? size_t{0} : size_t{1});
+  }
+
+  void dontSaveClosesWithoutWriting() {
+    QVERIFY(openGroup({"One"}));
+    const Bytes before = readFile(paths_[0]);
+    type("mT2AlbumField", QStringLiteral("Dropped"));
+    questions_.answer("Do you want to save changes?", "Don't save");
+    window_->close();
+    QTRY_VERIFY(window_.isNull());
+    QVERIFY(readFile(paths_[0]) == before);
+  }
+
+  void deleteAfterSortingRemovesTheTrackShown() {
+    QVERIFY(openGroup({"One", "Two", "Three"}));
+    auto* list = child<QTableView>("groupTracks");
+    list->sortByColumn(static_cast<int>(TrackColumn::Title), Qt::DescendingOrder);  // Two, Three, One
+    list->setFocus();
+    list->selectRow(0);
+    QTest::keyClick(list, Qt::Key_Delete);
+    QCOMPARE(window_->trackCount(), size_t{2});
+    for (const auto& track : window_->model().tracks()) QVERIFY(track->path() != paths_[1]);
   }
 
   void deleteRemovesRowsFromTheGroupNotTheDisk() {
@@ -326,7 +411,7 @@ class GroupWindowTest : public QObject {
   }
 
   void brokenTracksAreToldOnceAndTheRestLoad() {
-    for (int i = 0; i < 10; ++i) {
+    for (int i = 0; i < 1000; ++i) {
       const std::string name = "b" + std::to_string(i) + ".mp3";
       paths_.push_back(i % 2 == 0 ? dir_->write(name, Bytes{'b', 'a', 'd'}) : dir_->write(name, mp3("Good", "A")));
     }
@@ -335,10 +420,27 @@ class GroupWindowTest : public QObject {
     window_->show();
     QVERIFY(window_->addTracks(paths_));
     QTRY_VERIFY_WITH_TIMEOUT(!window_->loading(), 10000);
-    QCOMPARE(window_->trackCount(), size_t{5});
+    QCOMPARE(window_->trackCount(), size_t{500});
     QCOMPARE(questions_.asked.size(), size_t{1});
     QCOMPARE(questions_.asked[0].title, std::string("Open failed"));
     QVERIFY(QString::fromStdString(questions_.asked[0].message).endsWith(QStringLiteral("(And others)")));
+  }
+
+  void aFolderThatDisappearsWhileLoadingLeavesWhatWasRead() {
+    const std::string folder = dir_->path() + "/going";
+    std::filesystem::create_directory(folder);
+    for (int i = 0; i < 400; ++i) paths_.push_back(dir_->write("going/" + std::to_string(i) + ".mp3", mp3("G", "A")));
+    window_ = new ui::GroupWindow(questions_, *preferences_, &host_);
+    window_->setLoadJobs(1);
+    window_->show();
+    QVERIFY(window_->addTracks(paths_));
+    std::filesystem::remove_all(folder);
+    QTRY_VERIFY_WITH_TIMEOUT(!window_ || !window_->loading(), 10000);
+    QVERIFY(questions_.asked.size() <= 1);  // the lost tracks told at most once
+    if (window_ && window_->trackCount() < paths_.size()) {
+      QCOMPARE(questions_.asked.size(), size_t{1});
+      QCOMPARE(questions_.asked[0].title, std::string("Open failed"));
+    }
   }
 
   void aTrackDeletedBeforeTheRunReachesItIsReported() {
