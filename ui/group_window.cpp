@@ -3,10 +3,12 @@
 #include <QCheckBox>
 #include <QCloseEvent>
 #include <QComboBox>
+#include <QFileDialog>
 #include <QFile>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QHeaderView>
+#include <QImageReader>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
@@ -302,9 +304,14 @@ void GroupWindow::buildFields(QWidget* v1Page, QWidget* v2Page, QWidget* morePag
         widgets.picture->setConversionQuestions(questions_.get());
         widgets.picture->setAskUserForImageConversion(true);
         widgets.picture->setMinimumSize(QSize(96, 96));
+        well_ = widgets.picture;
+        auto* add = new QPushButton(tr("Add &picture…"), box);
+        add->setObjectName(QStringLiteral("mT2AddPictureButton"));
+        connect(add, &QPushButton::clicked, this, &GroupWindow::addPicture);
         removePicture_ = new QPushButton(tr("&Remove picture"), box);
         removePicture_->setObjectName(QStringLiteral("mT2RemovePictureButton"));
         auto* side = new QVBoxLayout;
+        side->addWidget(add);
         side->addWidget(removePicture_);
         side->addWidget(option(GroupOption::ReplacePictures, tr("Replace &existing pictures"), kReplacePicturesHelp,
                                "mT2ReplacePicturesButton", box));
@@ -609,6 +616,27 @@ void GroupWindow::openTrackAt(const QModelIndex& index) {
   if (!host_->openSingleTrack(path, cause))
     tell(*questions_, std::string(kOpenFailedTitle),
          "Could not read the tag information from the file '" + path + "'.");
+}
+
+void GroupWindow::addPicture() {
+  const QString path = choosePicture_ ? choosePicture_(this)
+                                      : QFileDialog::getOpenFileName(this, tr("Choose a picture"), QString(),
+                                                                     tr("Pictures (*.jpg *.jpeg *.png *.gif *.tif "
+                                                                        "*.tiff *.bmp)"));
+  if (path.isEmpty()) return;
+  QFile file(path);
+  QByteArray bytes;
+  // Only what an image reader recognises is read whole: a wrong choice may be
+  // a large file of another kind.
+  if (QImageReader(path).canRead() && file.open(QIODevice::ReadOnly)) bytes = file.readAll();
+  if (bytes.isEmpty()) {
+    tell(*questions_, "Add picture failed",
+         "Could not read a picture from the file '" + QFile::encodeName(path).toStdString() + "'.");
+    return;
+  }
+  // Checked and, where the kind asks for it, converted as a drop is; the well
+  // tells the window through its change signal.
+  well_->setImageWithData(Bytes(bytes.begin(), bytes.end()), true);
 }
 
 void GroupWindow::updateTracks(std::function<void(bool)> whenDone) {

@@ -5,6 +5,7 @@
 // read in the background as well, so the window opens at once and fills in.
 
 #include <QPointer>
+#include <QString>
 #include <functional>
 #include <memory>
 #include <string>
@@ -67,6 +68,8 @@ class GroupWindow : public DocumentWindow, private UpdateObserver {
   void setRunOptions(const GroupUpdateOptions& options, TrackWriter* writer = nullptr);
   // Threads that read tracks at once.
   void setLoadJobs(int jobs) { loadJobs_ = jobs; }
+  // Where "Add picture…" asks for a file; an open dialog by default.
+  void setPictureChooser(std::function<QString(QWidget*)> choose) { choosePicture_ = std::move(choose); }
   // setDefaultTagData: the default data set `index` over the window's values.
   void setDefaultTagData(int index);
 
@@ -112,7 +115,7 @@ class GroupWindow : public DocumentWindow, private UpdateObserver {
   void loadEnded(std::vector<OpenFailure> failures);
   void removeSelectedTracks();
   void openTrackAt(const QModelIndex& index);
-  void askToClose();
+  void addPicture();
 
   // UpdateObserver, from the worker thread unless said otherwise.
   void runOnMainThread(const std::function<void()>& task) override;
@@ -149,6 +152,8 @@ class GroupWindow : public DocumentWindow, private UpdateObserver {
   QCheckBox* enableV2_ = nullptr;
   std::vector<std::pair<GroupOption, QCheckBox*>> options_;
   QPushButton* removePicture_ = nullptr;
+  DragImageView* well_ = nullptr;
+  std::function<QString(QWidget*)> choosePicture_;
   TrackTableModel* table_ = nullptr;
   TrackSortProxy* sorted_ = nullptr;
   QTableView* list_ = nullptr;

@@ -2,6 +2,8 @@
 // list, and the update run with its questions, cancel and failures.
 
 #include <QAbstractItemModel>
+#include <QBuffer>
+#include <QImage>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLabel>
@@ -351,6 +353,32 @@ class GroupWindowTest : public QObject {
     runUpdate();
     for (const std::string& path : paths_)
       QCOMPARE(reread(path)->tagData.picdata.size(), answer == QLatin1String("Yes") ? size_t{0} : size_t{1});
+  }
+
+  void anAddedPictureGoesOnEveryTrack() {
+    QVERIFY(openGroup({"One", "Two"}));
+    QImage image(8, 6, QImage::Format_RGB32);
+    image.fill(Qt::darkCyan);
+    QByteArray png;
+    QBuffer buffer(&png);
+    buffer.open(QIODevice::WriteOnly);
+    QVERIFY(image.save(&buffer, "PNG"));
+    const Bytes cover(png.begin(), png.end());
+    const std::string picture = dir_->write("cover.png", cover);
+    window_->setPictureChooser([&](QWidget*) { return QString::fromStdString(picture); });
+    QTest::mouseClick(child<QPushButton>("mT2AddPictureButton"), Qt::LeftButton);
+    QVERIFY(child<QCheckBox>("mT2PictureButton")->isChecked());
+    QVERIFY(window_->isWindowModified());
+    const std::string notPicture = dir_->write("notes.png", Bytes{'n', 'o', 't', 'e', 's'});
+    window_->setPictureChooser([&](QWidget*) { return QString::fromStdString(notPicture); });
+    QTest::mouseClick(child<QPushButton>("mT2AddPictureButton"), Qt::LeftButton);
+    QCOMPARE(questions_.asked.back().title, std::string("Add picture failed"));
+    runUpdate();
+    for (const std::string& path : paths_) {
+      const auto track = reread(path);
+      QCOMPARE(track->tagData.picdata.size(), size_t{1});
+      QVERIFY(track->tagData.picdata[0].data == cover);
+    }
   }
 
   void dontSaveClosesWithoutWriting() {
