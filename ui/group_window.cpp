@@ -381,7 +381,7 @@ void GroupWindow::connectSlot(size_t i) {
   if (widgets.combo != nullptr) {
     connect(widgets.combo->lineEdit(), &QLineEdit::textEdited, this, typed);
     connect(widgets.combo, &QComboBox::activated, this,
-            [this, typed, combo = widgets.combo](int) { typed(combo->currentText()); });
+            [typed, combo = widgets.combo](int) { typed(combo->currentText()); });
   }
   if (widgets.flag != nullptr) {
     connect(widgets.flag, &QCheckBox::clicked, this, [this, i, member = slot.flag] {
@@ -717,6 +717,9 @@ void GroupWindow::runOnMainThread(const std::function<void()>& task) {
 
 void GroupWindow::updateStarted(size_t maximum, const std::string& status) {
   setControlsEnabled(false);
+  // The worker reads the values and boxes while it runs: Undo waits too.
+  undoWasActive_ = undoStack()->isActive();
+  undoStack()->setActive(false);
   progress_->setRange(0, static_cast<int>(maximum));
   progress_->setValue(0);
   progress_->setVisible(true);
@@ -766,6 +769,7 @@ void GroupWindow::updateFinished(bool error, bool closeWindow) {
   progress_->setVisible(false);
   status_->clear();
   setControlsEnabled(true);
+  if (undoWasActive_) undoStack()->setActive(true);
   if (success) undoStack()->clear();
   const bool close = closeWindow || closeAfterRun_;
   closeAfterRun_ = false;

@@ -145,6 +145,7 @@ class GroupWindow : public DocumentWindow, private UpdateObserver {
   bool closeAfterRun_ = false;
   bool closeConfirmed_ = false;
   bool refreshing_ = false;
+  bool undoWasActive_ = false;
 
   std::vector<SlotWidgets> slots_;
   std::vector<QCheckBox*> changeBoxes_;  // by GroupField

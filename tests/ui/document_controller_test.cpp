@@ -124,8 +124,10 @@ class DocumentControllerTest : public QObject {
     slow.afterSheet = std::chrono::milliseconds(0);
     group->setRunOptions(slow);
     group->clearTagData();
+    QVERIFY(rig_->controller.undoAction()->isEnabled());
     rig_->controller.action(MenuItem::Update)->trigger();
     QVERIFY(group->running());
+    QVERIFY(!rig_->controller.undoAction()->isEnabled());  // the worker reads what undo would change
     rig_->questions.answer("Do you want to cancel?", "Yes");
     QSignalSpy quits(rig_->controller.action(MenuItem::Quit), &QAction::triggered);
     rig_->controller.action(MenuItem::Quit)->trigger();
