@@ -2,12 +2,15 @@
 // list, and the update run with its questions, cancel and failures.
 
 #include <QAbstractItemModel>
+#include <QApplication>
 #include <QBuffer>
 #include <QImage>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMessageBox>
+#include <QTimer>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QTableView>
@@ -25,6 +28,7 @@
 #include "tests/support/mp3_file_builder.h"
 #include "tests/support/mpeg_builder.h"
 #include "tests/ui/window_harness.h"
+#include "ui/dialog_questions.h"
 #include "ui/group_window.h"
 
 namespace melos::test {
@@ -144,6 +148,37 @@ class GroupWindowTest : public QObject {
   void cleanup() {
     delete window_.data();
     QVERIFY2(!questions_.unscripted, "a question came that the test did not expect");
+  }
+
+  // With dialogs for questions, the run's questions are sheets over the window,
+  // shown by the window's thread while the worker waits for the answer.
+  void theRunsQuestionsAreSheetsOverTheWindow() {
+    for (size_t i = 0; i < 2; ++i)
+      paths_.push_back(dir_->write("s" + std::to_string(i) + ".mp3", mp3("S" + std::to_string(i), "Album")));
+    ui::DialogQuestions dialogs;
+    window_ = new ui::GroupWindow(dialogs, *preferences_, &host_);
+    UnverifiedWriter writer;
+    writer.unverified = {paths_[0]};
+    window_->setRunOptions(quickRun(), &writer);
+    window_->show();
+    QVERIFY(window_->addTracks(paths_));
+    QTRY_VERIFY(!window_->loading());
+    std::vector<QString> seen;
+    QTimer answerer;
+    connect(&answerer, &QTimer::timeout, this, [&] {
+      auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+      if (box == nullptr || !box->isVisible()) return;
+      seen.push_back(box->text());
+      QCOMPARE(box->windowModality(), Qt::WindowModal);
+      QCOMPARE(box->parentWidget(), window_.data());
+      QCOMPARE(box->thread(), QApplication::instance()->thread());
+      box->findChild<QPushButton*>(QStringLiteral("questionButton0"))->click();  // "Yes"
+    });
+    answerer.start(20);
+    type("mT2AlbumField", QStringLiteral("Sheets"));
+    runUpdate();
+    QCOMPARE(seen, std::vector<QString>{QStringLiteral("Verification of the updated V2 tag failed")});
+    QCOMPARE(albumOf(paths_[1]), std::string("Sheets"));  // "Yes" went on to the next track
   }
 
   void everyFieldHasItsChangeBoxAndTheHelpTexts() {
