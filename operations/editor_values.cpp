@@ -251,7 +251,9 @@ void copyV2ToV1(EditorValues& v, const std::vector<std::string>& v1Genres) {
     v[to] = wide(latin1Field(v[from]));
   const std::string genre = u16ToUtf8(v[Genre]);
   const bool listed = std::find(v1Genres.begin(), v1Genres.end(), genre) != v1Genres.end();
-  v[V1Genre] = listed ? v[Genre] : wide(genreName(kGenreOther));
+  // A name in another case or spelling of the standard list still finds its
+  // genre; anything else is "Other".
+  v[V1Genre] = listed ? v[Genre] : wide(genreName(static_cast<unsigned>(genreIndex(u16ToLatin1(v[Genre]), true))));
 }
 
 ChangedTags useFileName(EditorValues& v, bool v1, const FileNameUpdate& update) {

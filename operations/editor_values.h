@@ -147,9 +147,9 @@ void updateV2TagData(const EditorValues& values, ID3Tag& track, bool allowUnicod
 // V2 value stays. The V2 tag is switched on.
 void copyV1ToV2(EditorValues& values);
 // Copy V2 to V1: title, artist, album, comment, year and track from V2 as
-// Latin-1 (not cut: the V1 writer does that); the V1 genre is the one named
-// by the V2 genre, "Other" when no genre of `v1Genres` has that name. The V1
-// tag is switched on.
+// Latin-1 (not cut: the V1 writer does that); the V1 genre is the one of
+// `v1Genres` named exactly as the V2 genre, else the standard genre of that
+// name in any case, else "Other". The V1 tag is switched on.
 void copyV2ToV1(EditorValues& values, const std::vector<std::string>& v1Genres);
 
 // What the file name gave into the fields of one tag version (the buttons

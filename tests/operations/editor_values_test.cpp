@@ -93,9 +93,12 @@ TEST(EditorValuesTest, CopiesBetweenTheVersionsTouchOnlyTheirFields) {
   EXPECT_EQ(values[V1Title], u"Cr\u00e8me ?");  // Latin-1, and not cut here
   EXPECT_EQ(values[V1Genre], u"Other");
   EXPECT_EQ(values[V1Track], before[Track]);
-  values[Genre] = u"Jazz";
-  copyV2ToV1(values, v1Genres);
-  EXPECT_EQ(values[V1Genre], u"Jazz");
+  using Texts = std::initializer_list<std::pair<std::u16string_view, std::u16string_view>>;
+  for (auto [typed, v1] : Texts{{u"Jazz", u"Jazz"}, {u"hard rock", u"Hard Rock"}, {u"", u"Other"}}) {
+    values[Genre] = typed;
+    copyV2ToV1(values, v1Genres);
+    EXPECT_EQ(values[V1Genre], v1);
+  }
   EXPECT_EQ(values[Composer], before[Composer]);
 }
 
