@@ -30,6 +30,7 @@
 #include "operations/track_text.h"
 #include "operations/track_writer.h"
 #include "operations/xml_export.h"
+#include "preferences/preference_keys.h"
 #include "preferences/preferences_controller.h"
 #include "ui/dialog_questions.h"
 #include "ui/editor_fields.h"
@@ -222,6 +223,27 @@ void TrackWindow::buildWindow() {
   bottom->addWidget(next_);
   bottom->addWidget(closeTrack_);
   bottom->addStretch(1);
+  defaults_ = new QToolButton(this);
+  defaults_->setObjectName(QStringLiteral("defaultsButton"));
+  defaults_->setText(tr("Defaults"));
+  defaults_->setAccessibleName(tr("Default tag data"));
+  defaults_->setPopupMode(QToolButton::InstantPopup);
+  auto* sets = new QMenu(defaults_);
+  sets->setObjectName(QStringLiteral("defaultSetsMenu"));
+  for (int index = 0; index < kDefaultSetCount; ++index)
+    sets->addAction(tr("Apply default set %1").arg(index + 1), this, [this, index] { applyDefaultTagData(index); });
+  sets->addSeparator();
+  QAction* always = sets->addAction(tr("Always apply default tag data"));
+  always->setObjectName(QStringLiteral("alwaysApplyDefaults"));
+  always->setCheckable(true);
+  connect(sets, &QMenu::aboutToShow, this, [this, always] { always->setChecked(preferences_.isAlwaysApplyDefTagDataSet()); });
+  connect(always, &QAction::toggled, this, [this](bool on) {
+    preferences_.setBoolPreferenceNamed(prefs::kAlwaysApplyDefTagData.key, on);
+    preferences_.synchronize();
+  });
+  defaults_->setMenu(sets);
+  defaults_->setVisible(preferences_.showDefaultsButton());
+  bottom->addWidget(defaults_);
   bottom->addWidget(update_);
   column->addLayout(bottom);
   setCentralWidget(central);
@@ -545,6 +567,21 @@ std::unique_ptr<ID3Tag> TrackWindow::trackFromValues() const {
 
 void TrackWindow::replaceTrack(std::unique_ptr<ID3Tag> track) {
   if (busy_) return;
+  if (!undoStack()->isClean()) {
+    const std::string chosen =
+        questions_.ask("Do you want to save changes?", "If you do not save, your changes will be lost.",
+                       {std::string(kSaveButton), std::string(kDontSaveButton), std::string(kCancelButton)});
+    if (chosen == kCancelButton) return;
+    if (chosen == kSaveButton) {
+      // The new track comes in once the old one is saved.
+      auto waiting = std::make_shared<std::unique_ptr<ID3Tag>>(std::move(track));
+      connect(this, &TrackWindow::idle, this, [this, waiting] {
+        if (*waiting) replaceTrack(std::move(*waiting));
+      }, Qt::SingleShotConnection);
+      updateTag();
+      return;
+    }
+  }
   tracks_ = TrackSet(std::move(track));
   editor_.setTagFromPosition(0);
   emit stateChanged();
@@ -594,6 +631,7 @@ bool TrackWindow::loadTagDataFromFile(const std::string& path) {
 bool TrackWindow::saveTagDataToFile(const std::string& path) { return saveTagDataFile(*trackFromValues(), path); }
 
 void TrackWindow::preferencesChanged() {
+  defaults_->setVisible(preferences_.showDefaultsButton());
   fields_->setGenreLists(preferences_.v1GenreList(), preferences_.v2GenreList());
   fields_->setQuickLists(preferences_.showQuickLists(), [this](std::string_view key) { return quickLists_.list(key); });
   fields_->show(values_);

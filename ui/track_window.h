@@ -25,6 +25,7 @@ class QLabel;
 class QProgressBar;
 class QPushButton;
 class QTabWidget;
+class QToolButton;
 class QDockWidget;
 
 namespace melos {
@@ -151,6 +152,7 @@ class TrackWindow : public DocumentWindow, private EditorView {
   QPushButton* fileNameV1_ = nullptr;
   QPushButton* fileNameV2_ = nullptr;
   QPushButton* update_ = nullptr;
+  QToolButton* defaults_ = nullptr;
   QProgressBar* progress_ = nullptr;
   QFileSystemWatcher watcher_;
   std::thread worker_;

@@ -338,6 +338,45 @@ class TrackWindowTest : public QObject {
     QCOMPARE(line("mT2Title")->text(), QStringLiteral("Two"));
   }
 
+  // The single edit window takes the next opened file only once the edits
+  // are saved or given up.
+  void anotherTrackReplacesTheEditsOnlyAsTheUserSays_data() {
+    QTest::addColumn<QString>("answer");
+    QTest::addColumn<QString>("shown");
+    QTest::addColumn<QString>("stored");
+    QTest::newRow("save") << "Save" << "Two" << "Edited";
+    QTest::newRow("don't save") << "Don't save" << "Two" << "One";
+    QTest::newRow("cancel") << "Cancel" << "Edited" << "One";
+  }
+
+  void anotherTrackReplacesTheEditsOnlyAsTheUserSays() {
+    QFETCH(QString, answer);
+    QFETCH(QString, shown);
+    QFETCH(QString, stored);
+    const std::string first = mp3("1.mp3", "One");
+    QVERIFY(open({first}));
+    type("mT2Title", QStringLiteral("Edited"));
+    questions_.answer("Do you want to save changes?", answer.toStdString());
+    window_->replaceTrack(openTrackFile(mp3("2.mp3", "Two"), kScanQuick).track);
+    QTRY_COMPARE(line("mT2Title")->text(), shown);
+    QVERIFY(waitIdle());
+    QCOMPARE(storedTitle(first), stored.toStdU16String());
+  }
+
+  void aDefaultSetIsAppliedAndUndone() {
+    preferences_->setBoolPreferenceNamed(prefs::kShowDefaultsButton.key, true);
+    preferences_->setBoolPreferenceNamed(PreferencesController::getPreferenceName("Use default album", 2), true);
+    preferences_->setStringPreferenceNamed(PreferencesController::getPreferenceName("Default album", 2), "Set album");
+    QVERIFY(open({mp3("a.mp3", "Alpha")}));
+    auto* defaults = find<QToolButton>("defaultsButton");
+    QVERIFY(defaults && !defaults->isHidden());
+    defaults->menu()->actions().at(2)->trigger();
+    QCOMPARE(line("mT2Album")->text(), QStringLiteral("Set album"));
+    QCOMPARE(line("mT2Title")->text(), QStringLiteral("Alpha"));
+    window_->undoStack()->undo();
+    QCOMPARE(line("mT2Album")->text(), QString());
+  }
+
   // Another program wrote the file after the window read it.
   void aChangeOnDiskIsNeverWrittenOverUnasked_data() {
     QTest::addColumn<QString>("answer");
