@@ -25,6 +25,7 @@ constexpr std::array<std::string_view, kMenuItemCount> kNames = {
 bool ruleFor(MenuItem item, const std::optional<FrontDocument>& front) {
   using enum MenuItem;
   if (item == OpenGroup) return true;
+  if (front && front->busy) return isOneOf(item, {About, Help, Hide, Open, Quit});
   if (!front) {
     return !isOneOf(item, {CopyTagData, CopyAllTagData, PasteTagData, Revert, ShowLyrics, ShowPicture,
                            Update, AddLyrics, ClearTagData, ApplyDefaultTagData, LoadTagData,

@@ -52,6 +52,8 @@ struct FrontDocument {
   bool isMp3 = false;    // single-track: the track is an MP3 file
   bool v1Enabled = false;
   bool v2Enabled = false;
+  // A save runs in the background: the document takes no command until it ends.
+  bool busy = false;
 };
 
 // `front` is none when no document is open. Paste has nothing to do until a

@@ -165,29 +165,6 @@ UpdateOutcome SingleTrackEditor::update() {
   return outcome;
 }
 
-void SingleTrackEditor::copyV1ToV2() { copyBetweenTags("cv1tv2bp", true); }
-
-void SingleTrackEditor::copyV2ToV1() { copyBetweenTags("cv2tv1bp", false); }
-
-void SingleTrackEditor::copyBetweenTags(const char* handler, bool toV2) {
-  guarded(kController, handler, [this, toV2] {
-    ID3Tag& t = track();
-    if (!t.isMp3File) return;
-    // From the window's fields, so that unsaved edits are copied too.
-    view_.updateV1TagData(t);
-    view_.updateV2TagData(t, settings_().allowUnicode);
-    if (toV2) {
-      fillV2FromV1(t);
-      changedV2();
-    } else {
-      fillV1FromV2(t);
-      changedV1();
-    }
-    view_.initTagWindow(t);
-    view_.enableCopyButtons(t.v1.enabled, t.tagData.enabled);
-  });
-}
-
 void SingleTrackEditor::revert() {
   ID3Tag& t = track();
   // A file that is gone keeps the edits rather than leave an empty tag.

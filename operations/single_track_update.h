@@ -34,8 +34,6 @@ class EditorView {
   // The first picture of the tag as the file's icon.
   virtual IconResult setFileIcon(const ID3Tag& /*track*/) { return IconResult::Set; }
   virtual void closeWindow() {}
-  // "Copy V1 to V2" and "Copy V2 to V1".
-  virtual void enableCopyButtons(bool /*v1ToV2*/, bool /*v2ToV1*/) {}
   // The position and count of the set; none when fewer than two tracks remain.
   virtual void setTrackOfTracks(size_t /*position*/, size_t /*count*/) {}
   virtual void clearTrackOfTracks() {}
@@ -68,10 +66,6 @@ class SingleTrackEditor {
   // updateTag: the twelve steps of saving the current track.
   UpdateOutcome updateTag();
 
-  // copyV1ToV2ButtonPressed and copyV2ToV1ButtonPressed.
-  void copyV1ToV2();
-  void copyV2ToV1();
-
   // The current track's tags read afresh from its file; edits are gone.
   void revert();
 
@@ -84,7 +78,6 @@ class SingleTrackEditor {
   void setTagFromPosition(size_t position);
 
  private:
-  void copyBetweenTags(const char* handler, bool toV2);
   UpdateOutcome update();
   // The unsaved-changes question; false when the user cancelled.
   bool askToLeave(bool reloadOnDontSave);

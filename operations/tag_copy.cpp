@@ -35,19 +35,4 @@ void fillV1FromV2(ID3Tag& track) {
   v1.genre = v1GenreFor(d.genre.toU16());
 }
 
-void fillV2FromV1(ID3Tag& track) {
-  const V1Tag& v1 = track.v1;
-  TagData& d = track.tagData;
-  d.enabled = true;
-  d.title = UnicodeText::latin1(v1.title);
-  d.artist = UnicodeText::latin1(v1.artist);
-  d.album = UnicodeText::latin1(v1.album);
-  d.year = v1.year;
-  d.comment = UnicodeText::latin1(v1.comment);
-  d.track = v1.track == kUnsetV1 || v1.track == 0 ? kUnsetNumber : v1.track;
-  d.tracks = kUnsetNumber;
-  d.lyrics = UnicodeText{};
-  d.genre = v1.genre < kGenreCount ? UnicodeText::latin1(std::string(genreName(v1.genre))) : UnicodeText{};
-}
-
 }  // namespace melos

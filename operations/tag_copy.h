@@ -29,10 +29,5 @@ uint8_t v1GenreFor(std::u16string_view name);
 // genre by its name. The V1 tag is switched on.
 void fillV1FromV2(ID3Tag& track);
 
-// The V2 tag from the V1 tag: title, artist, album, year, comment, the track
-// with no total, the genre by its name (empty when none is set), and the
-// lyrics emptied. Every other V2 field keeps its value. The V2 tag is
-// switched on.
-void fillV2FromV1(ID3Tag& track);
 
 }  // namespace melos

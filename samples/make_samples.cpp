@@ -1,6 +1,7 @@
 // Writes a few sample tracks into the folder given on the command line, so the
 // tool can be tried without audio files from elsewhere.
 
+#include <cmath>
 #include <cstdio>
 #include <fstream>
 #include <string>
@@ -20,6 +21,33 @@ bool write(const std::string& path, const Bytes& bytes) {
   std::ofstream out(path, std::ios::binary | std::ios::trunc);
   out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
   return static_cast<bool>(out);
+}
+
+// A cover to look at: a 24-bit BMP of a gradient with a ring, drawn without
+// any image library.
+Bytes coverBmp(int side) {
+  const uint32_t row = static_cast<uint32_t>(side) * 3;
+  const uint32_t pixels = row * static_cast<uint32_t>(side);
+  Bytes bmp = {'B', 'M'};
+  const auto le32 = [&bmp](uint32_t v) {
+    for (int i = 0; i < 4; ++i) bmp.push_back(static_cast<uint8_t>(v >> (8 * i)));
+  };
+  const auto le16 = [&bmp](uint16_t v) {
+    bmp.push_back(static_cast<uint8_t>(v));
+    bmp.push_back(static_cast<uint8_t>(v >> 8));
+  };
+  le32(54 + pixels), le32(0), le32(54), le32(40), le32(static_cast<uint32_t>(side)), le32(static_cast<uint32_t>(side));
+  le16(1), le16(24), le32(0), le32(pixels), le32(2835), le32(2835), le32(0), le32(0);
+  const double centre = side / 2.0;
+  for (int y = 0; y < side; ++y)
+    for (int x = 0; x < side; ++x) {
+      const double d = std::hypot(x - centre, y - centre) / centre;
+      const bool ring = d > 0.55 && d < 0.68;
+      bmp.push_back(static_cast<uint8_t>(ring ? 240 : 120 + 100 * y / side));      // blue
+      bmp.push_back(static_cast<uint8_t>(ring ? 200 : 40 + 60 * x / side));        // green
+      bmp.push_back(static_cast<uint8_t>(ring ? 90 : 60 + 120 * (side - y) / side));  // red
+    }
+  return bmp;
 }
 
 }  // namespace
@@ -90,7 +118,52 @@ int main(int argc, char** argv) {
                       .padding(32)
                       .build();
 
-  bool ok = write(folder + "/morning-tone.mp3", cbr) && write(folder + "/podcast-episode.mp3", podcast) &&
+  Id3v1Fields fullV1;
+  fullV1.title = "Harbour Lights (Extended Mix)";
+  fullV1.artist = "Northern Quartet";
+  fullV1.album = "Coastlines";
+  fullV1.year = "2024";
+  fullV1.comment = "Recorded live at the pier";
+  fullV1.track = 4;
+  fullV1.genre = 8;
+  Bytes full = mp3File({Id3v2Builder(4)
+                            .text("TIT2", Enc::Utf8, "Harbour Lights (Extended Mix)")
+                            .text("TPE1", Enc::Utf8, "Northern Quartet")
+                            .text("TALB", Enc::Utf8, "Coastlines")
+                            .text("TRCK", Enc::Latin1, "4/11")
+                            .text("TPOS", Enc::Latin1, "1/2")
+                            .text("TCON", Enc::Latin1, "Jazz")
+                            .text("TCOM", Enc::Utf8, "Ingrid S\u00f8rensen")
+                            .text("TOPE", Enc::Utf8, "The Harbour Band")
+                            .text("TCOP", Enc::Latin1, "2024 Coastline Records")
+                            .text("TENC", Enc::Latin1, "Meloscribe samples")
+                            .text("TPE3", Enc::Utf8, "Mar\u00eda L\u00f3pez")
+                            .text("TEXT", Enc::Utf8, "Ingrid S\u00f8rensen")
+                            .text("TPUB", Enc::Latin1, "Coastline Records")
+                            .text("TPE2", Enc::Latin1, "Northern Quartet")
+                            .text("TIT1", Enc::Latin1, "Live sessions")
+                            .text("TIT3", Enc::Latin1, "Second set")
+                            .text("TSRC", Enc::Latin1, "GBXYZ2400004")
+                            .text("TDRL", Enc::Latin1, "2024-05-03")
+                            .text("TDRC", Enc::Latin1, "2023-11-12T20:15")
+                            .text("TKEY", Enc::Latin1, "Dbm")
+                            .text("TBPM", Enc::Latin1, "96")
+                            .frame("WXXX", Bytes{0, 0, 'h', 't', 't', 'p', 's', ':', '/', '/', 'e', 'x', 'a', 'm', 'p',
+                                                 'l', 'e', '.', 'o', 'r', 'g'})
+                            .frame("WOAR", Bytes{'h', 't', 't', 'p', 's', ':', '/', '/', 'q', 'u', 'a', 'r', 't', 'e',
+                                                 't', '.', 'e', 'x', 'a', 'm', 'p', 'l', 'e'})
+                            .frame(commentFrame(Enc::Latin1, "eng", "", "Recorded live at the pier, late summer"))
+                            .frame(Id3Frame("USLT", commentFrame(Enc::Utf8, "eng", "",
+                                                                 "Lights on the water\nboats coming home\n"
+                                                                 "the harbour hums\nits evening song")
+                                                        .body))
+                            .frame(popularityFrame("listener@example.org", 196))
+                            .frame(pictureFrame(Enc::Latin1, "image/bmp", 3, "Front cover", coverBmp(256)))
+                            .padding(256)
+                            .build(),
+                        cbrStream(joint, 38 * 20), {}, id3v1Tag(fullV1)});
+
+  bool ok = write(folder + "/full-album-track.mp3", full) && write(folder + "/morning-tone.mp3", cbr) && write(folder + "/podcast-episode.mp3", podcast) &&
             write(folder + "/aiff-tone.aif", aiff) && write(folder + "/clipboard.tdf", tagData);
   return ok ? 0 : 1;
 }

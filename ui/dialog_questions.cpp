@@ -1,35 +1,14 @@
 #include "ui/dialog_questions.h"
 
 #include <QAbstractButton>
+#include <QCoreApplication>
 #include <QMessageBox>
 #include <QPushButton>
-#include <QCoreApplication>
 #include <QThread>
 
+#include "ui/main_thread_calls.h"
+
 namespace melos::ui {
-
-void runOnMainThreadAndWait(const std::function<void()>& task) {
-  QCoreApplication* app = QCoreApplication::instance();
-  if (app == nullptr || QThread::currentThread() == app->thread()) {
-    task();
-    return;
-  }
-  QMetaObject::invokeMethod(app, task, Qt::BlockingQueuedConnection);
-}
-
-std::string MainThreadQuestions::ask(const std::string& title, const std::string& message,
-                                     const std::vector<std::string>& buttons) {
-  std::string answer;
-  runOnMainThreadAndWait([&] { answer = inner_.ask(title, message, buttons); });
-  return answer;
-}
-
-std::string MainThreadQuestions::askWithDefault(const std::string& title, const std::string& message,
-                                                const std::vector<std::string>& buttons, size_t defaultButton) {
-  std::string answer;
-  runOnMainThreadAndWait([&] { answer = inner_.askWithDefault(title, message, buttons, defaultButton); });
-  return answer;
-}
 
 std::string DialogQuestions::ask(const std::string& title, const std::string& message,
                                  const std::vector<std::string>& buttons) {
@@ -38,9 +17,10 @@ std::string DialogQuestions::ask(const std::string& title, const std::string& me
 
 std::string DialogQuestions::askWithDefault(const std::string& title, const std::string& message,
                                             const std::vector<std::string>& buttons, size_t defaultButton) {
-  if (QCoreApplication::instance() != nullptr && QThread::currentThread() != qApp->thread()) {
+  QCoreApplication* app = QCoreApplication::instance();
+  if (app != nullptr && QThread::currentThread() != app->thread()) {
     std::string answer;
-    runOnMainThreadAndWait([&] { answer = askWithDefault(title, message, buttons, defaultButton); });
+    callOnThreadOf(app, [&] { answer = askWithDefault(title, message, buttons, defaultButton); });
     return answer;
   }
   QMessageBox box(window_);

@@ -5,15 +5,13 @@
 
 #include <QPointer>
 #include <QWidget>
-#include <functional>
 
 #include "operations/questions.h"
 
 namespace melos::ui {
 
-// Questions may come from a worker thread (a group update asks while it
-// runs): they are handed to the main thread, and the worker waits for the
-// answer there.
+// A question asked from a worker thread (a group update asks while it runs)
+// is handed to the main thread, and the worker waits for the answer.
 class DialogQuestions : public Questions {
  public:
   // Without a window, questions are alerts.
@@ -27,22 +25,5 @@ class DialogQuestions : public Questions {
  private:
   QPointer<QWidget> window_;
 };
-
-// Any questions made safe to ask from a worker thread: each is asked on the
-// main thread while the asking thread waits.
-class MainThreadQuestions : public Questions {
- public:
-  explicit MainThreadQuestions(Questions& inner) : inner_(inner) {}
-  std::string ask(const std::string& title, const std::string& message,
-                  const std::vector<std::string>& buttons) override;
-  std::string askWithDefault(const std::string& title, const std::string& message,
-                             const std::vector<std::string>& buttons, size_t defaultButton) override;
-
- private:
-  Questions& inner_;
-};
-
-// Runs the task on the main thread and returns once it has run.
-void runOnMainThreadAndWait(const std::function<void()>& task);
 
 }  // namespace melos::ui

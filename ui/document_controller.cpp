@@ -16,6 +16,7 @@
 #include "operations/app_log.h"
 #include "preferences/handler_guard.h"
 #include "operations/track_file.h"
+#include "preferences/preference_keys.h"
 #include "preferences/preferences_controller.h"
 #include "ui/file_chooser.h"
 #include "ui/group_window.h"
@@ -127,16 +128,28 @@ void DocumentController::makeActions() {
   connect(action(MenuItem::ClearTagData), &QAction::triggered, this, [this] {
     guarded("DocumentController", "cltdmis", [this] { clipboard_.clearTagData(frontWindow()); });
   });
+  for (MenuItem item : {MenuItem::Update, MenuItem::Revert, MenuItem::CopyV1ToV2, MenuItem::CopyV2ToV1,
+                        MenuItem::ApplyDefaultTagData, MenuItem::ShowLyrics, MenuItem::ShowPicture,
+                        MenuItem::AddLyrics, MenuItem::AddImage})
+    connect(action(item), &QAction::triggered, this, [this, item] {
+      if (DocumentWindow* front = frontWindow()) front->perform(item);
+    });
+  for (bool xml : {true, false})
+    connect(action(xml ? MenuItem::ExportAsXML : MenuItem::ExportAsCSV), &QAction::triggered, this, [this, xml] {
+      auto* track = qobject_cast<TrackWindow*>(frontWindow());
+      if (track == nullptr) return;
+      const QString path = chooser_.chooseExportDestination(track, xml);
+      if (!path.isEmpty()) track->exportAs(xml, path);
+    });
+  QAction* always = action(MenuItem::AlwaysApplyDefaultTagData);
+  always->setCheckable(true);
+  always->setChecked(preferences_.isAlwaysApplyDefTagDataSet());
+  connect(always, &QAction::toggled, this, [this](bool on) {
+    preferences_.setBoolPreferenceNamed(prefs::kAlwaysApplyDefTagData.key, on);
+    preferences_.synchronize();
+  });
   connect(action(MenuItem::LoadTagData), &QAction::triggered, this, &DocumentController::loadTagData);
   connect(action(MenuItem::SaveTagData), &QAction::triggered, this, &DocumentController::saveTagData);
-  // The single-track editor's own Update and defaults come with its window.
-  connect(action(MenuItem::Update), &QAction::triggered, this, [this] {
-    if (auto* group = qobject_cast<GroupWindow*>(frontWindow())) group->updateTracks();
-  });
-  connect(action(MenuItem::ApplyDefaultTagData), &QAction::triggered, this, [this] {
-    if (auto* group = qobject_cast<GroupWindow*>(frontWindow()))
-      group->setDefaultTagData(preferences_.getDefaultTypeIndex());
-  });
   connect(action(MenuItem::Hide), &QAction::triggered, this, [this] {
     if (DocumentWindow* front = frontWindow()) front->showMinimized();
   });
@@ -339,6 +352,10 @@ bool DocumentController::replaceFrontTrack(const std::string& path, std::string&
     cause = file.cause;
     return false;
   }
+  if (window->isBusy()) {
+    cause = "the window is saving its track";
+    return false;
+  }
   window->replaceTrack(std::move(file.track));
   recentTracks_.note(path);
   emit recentChanged();
@@ -351,7 +368,7 @@ bool DocumentController::openSingleTrack(const std::string& path, std::string& c
     cause = file.cause;
     return false;
   }
-  auto* window = new TrackWindow(std::move(file.track), preferences_);
+  auto* window = new TrackWindow(std::move(file.track), preferences_, questions_);
   attach(window);
   recentTracks_.note(path);
   emit recentChanged();

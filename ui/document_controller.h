@@ -52,6 +52,7 @@ class DocumentController : public QObject, public DocumentHost {
   DocumentWindow* frontWindow() const;
   std::vector<DocumentWindow*> windows() const;
   const TagClipboard& clipboard() const { return clipboard_; }
+  PreferencesController& preferences() { return preferences_; }
   RecentDocuments& recentTracks() { return recentTracks_; }
   RecentDocuments& recentGroups() { return recentGroups_; }
 

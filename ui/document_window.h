@@ -24,6 +24,9 @@ class DocumentWindow : public QMainWindow, public TagEditor {
 
   virtual FrontDocument describe() const = 0;
   QUndoStack* undoStack() { return &undoStack_; }
+  const QUndoStack* undoStack() const { return &undoStack_; }
+  // A menu command for this document; false when the window has none.
+  virtual bool perform(MenuItem /*item*/) { return false; }
   bool isSingleEditWindow() const { return singleEditWindow_; }
   void setSingleEditWindow(bool single) { singleEditWindow_ = single; }
   // A preference changed in the preferences window: the window shows it at

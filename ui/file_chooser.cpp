@@ -32,4 +32,12 @@ QString DialogFileChooser::chooseTagDestination(QWidget* parent, const QString& 
   return dialog.selectedFiles().first();
 }
 
+QString DialogFileChooser::chooseExportDestination(QWidget* parent, bool xml) {
+  QFileDialog dialog(parent, xml ? QObject::tr("Choose a destination XML file") : QObject::tr("Choose a destination CSV file"));
+  dialog.setAcceptMode(QFileDialog::AcceptSave);
+  dialog.setDefaultSuffix(xml ? QStringLiteral("xml") : QStringLiteral("csv"));
+  dialog.setNameFilter(xml ? QObject::tr("XML files (*.xml)") : QObject::tr("CSV files (*.csv)"));
+  return dialog.exec() == QDialog::Accepted ? dialog.selectedFiles().value(0) : QString();
+}
+
 }  // namespace melos::ui

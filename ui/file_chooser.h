@@ -19,6 +19,8 @@ class FileChooser {
   virtual QString chooseTagSource(QWidget* parent, const QString& startFolder) = 0;
   // A ".tdf" file to save tag data into.
   virtual QString chooseTagDestination(QWidget* parent, const QString& startFolder) = 0;
+  // Where an export of the front track goes: an ".xml" or a ".csv" file.
+  virtual QString chooseExportDestination(QWidget* parent, bool xml) = 0;
 };
 
 class DialogFileChooser : public FileChooser {
@@ -27,6 +29,7 @@ class DialogFileChooser : public FileChooser {
   QString chooseFolder(QWidget* parent) override;
   QString chooseTagSource(QWidget* parent, const QString& startFolder) override;
   QString chooseTagDestination(QWidget* parent, const QString& startFolder) override;
+  QString chooseExportDestination(QWidget* parent, bool xml) override;
 };
 
 }  // namespace melos::ui

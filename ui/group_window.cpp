@@ -172,7 +172,7 @@ GroupWindow::GroupWindow(Questions& questions, const PreferencesController& pref
   setSingleEditWindow(false);
   const bool dialogs = dynamic_cast<DialogQuestions*>(&questions) != nullptr;
   Questions& asked = dialogs ? static_cast<Questions&>(sheets_) : questions;
-  questions_ = std::make_unique<MainThreadQuestions>(asked);
+  questions_ = std::make_unique<MainThreadQuestions>(this, asked);
   loadJobs_ = static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1u, 8u));
   setRunOptions(GroupUpdateOptions{});
 
@@ -646,6 +646,14 @@ void GroupWindow::updateTracks(std::function<void(bool)> whenDone) {
   }
   table_->clearStatus();
   update_->updateTracks(std::move(whenDone));
+}
+
+bool GroupWindow::perform(MenuItem item) {
+  switch (item) {
+    case MenuItem::Update: updateTracks(); return true;
+    case MenuItem::ApplyDefaultTagData: setDefaultTagData(preferences_.getDefaultTypeIndex()); return true;
+    default: return false;
+  }
 }
 
 FrontDocument GroupWindow::describe() const { return {DocumentKind::Group, model_.isDirty(), false, false, false}; }

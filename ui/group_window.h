@@ -17,6 +17,7 @@
 #include "operations/group_update.h"
 #include "ui/dialog_questions.h"
 #include "ui/document_window.h"
+#include "ui/main_thread_calls.h"
 
 class QCheckBox;
 class QComboBox;
@@ -74,6 +75,8 @@ class GroupWindow : public DocumentWindow, private UpdateObserver {
   void setDefaultTagData(int index);
 
   FrontDocument describe() const override;
+  // Update and Apply default tag data from the menus.
+  bool perform(MenuItem item) override;
   DocumentKind kind() const override { return DocumentKind::Group; }
   std::unique_ptr<ID3Tag> tagForCopy() const override;  // getTagData
   void setTagData(const ID3Tag& tag, bool all) override;

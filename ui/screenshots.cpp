@@ -4,13 +4,19 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFileInfo>
+#include <QFile>
+#include <QLineEdit>
 #include <QPixmap>
 #include <QTabWidget>
+#include <functional>
 
+#include "preferences/preference_keys.h"
+#include "preferences/preferences_controller.h"
 #include "ui/document_controller.h"
 #include "ui/document_window.h"
 #include "ui/group_window.h"
 #include "ui/start_panel.h"
+#include "ui/track_window.h"
 
 namespace melos::ui {
 namespace {
@@ -24,6 +30,52 @@ QString save(QWidget* window, const QString& folder, const QString& name) {
   return window->grab().save(path) ? path : QString();
 }
 
+// The editor of a fully tagged track: each tab, the checks at work, and the
+// three layouts of the picture and the lyrics.
+void renderEditor(DocumentController& controller, const QString& folder, const QString& track,
+                  const std::function<void(const QString&)>& keep) {
+  PreferencesController& preferences = controller.preferences();
+  const int style = preferences.getWindowStyle();
+  const bool userTab = preferences.showUserTab();
+  preferences.setBoolPreferenceNamed(prefs::kShowUserTab.key, true);
+  for (int layout : {0, 1, 2}) {
+    preferences.setIntPreferenceNamed(prefs::kEditorStyle.key, layout);
+    std::string cause;
+    if (!controller.openSingleTrack(QFile::encodeName(track).toStdString(), cause)) continue;
+    auto* window = qobject_cast<TrackWindow*>(controller.frontWindow());
+    if (window == nullptr) continue;
+    const QString name = QStringLiteral("editor-style-%1").arg(layout);
+    if (layout != 0) {
+      keep(save(window, folder, name));
+      window->close();
+      continue;
+    }
+    auto* tabs = window->findChild<QTabWidget*>(QStringLiteral("v2Tabs"));
+    const char* pages[] = {"standard", "extended", "podcast", "user"};
+    for (int page = 0; page < tabs->count() && page < 4; ++page) {
+      tabs->setCurrentIndex(page);
+      keep(save(window, folder, QStringLiteral("editor-") + QLatin1String(pages[page])));
+    }
+    // What the checks show while the user types.
+    const auto typeInto = [window](const char* field, const QString& text) {
+      if (auto* edit = window->findChild<QLineEdit*>(QLatin1String(field))) {
+        edit->setText(text);
+        emit edit->textEdited(text);
+      }
+    };
+    typeInto("mT1Title", QStringLiteral("Harbour Lights (Extended Club Mix)"));
+    typeInto("mT1Track", QStringLiteral("300"));
+    typeInto("mT2ReleaseTime", QStringLiteral("2024-5-3 9:7"));
+    typeInto("mT2InitialKey", QStringLiteral("Dbmx"));
+    tabs->setCurrentIndex(1);
+    keep(save(window, folder, QStringLiteral("editor-warnings")));
+    window->undoStack()->setClean();
+    window->close();
+  }
+  preferences.setIntPreferenceNamed(prefs::kEditorStyle.key, style);
+  preferences.setBoolPreferenceNamed(prefs::kShowUserTab.key, userTab);
+}
+
 }  // namespace
 
 QStringList renderScreenshots(DocumentController& controller, const QString& folder, const QStringList& tracks) {
@@ -34,6 +86,10 @@ QStringList renderScreenshots(DocumentController& controller, const QString& fol
   };
   keep(save(controller.showStartPanel(), folder, QStringLiteral("start-panel")));
   for (const QString& track : tracks) {
+    if (QFileInfo(track).fileName() == QStringLiteral("full-album-track.mp3")) {
+      renderEditor(controller, folder, track, keep);
+      continue;
+    }
     if (!controller.openFiles({track})) continue;
     if (DocumentWindow* front = controller.frontWindow())
       keep(save(front, folder, QStringLiteral("track-") + QFileInfo(track).completeBaseName()));

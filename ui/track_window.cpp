@@ -1,76 +1,684 @@
 #include "ui/track_window.h"
 
+#include <QApplication>
+#include <QCloseEvent>
+#include <QDockWidget>
+#include <QFile>
 #include <QFileInfo>
-#include <QFontDatabase>
-#include <QPlainTextEdit>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLocale>
+#include <QMenu>
+#include <QMenuBar>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QSplitter>
+#include <QStatusBar>
+#include <QTabWidget>
+#include <QToolButton>
+#include <QUndoCommand>
+#include <QVBoxLayout>
 
+#include "engine/open_track.h"
+#include "operations/csv_export.h"
+#include "operations/file_name_fields.h"
+#include "operations/naming_preferences.h"
+#include "operations/questions.h"
+#include "operations/save_settings.h"
+#include "operations/tag_clipboard.h"
 #include "operations/track_text.h"
+#include "operations/track_writer.h"
+#include "operations/xml_export.h"
+#include "preferences/preference_keys.h"
+#include "preferences/preferences_controller.h"
+#include "ui/dialog_questions.h"
+#include "ui/editor_fields.h"
+#include "ui/file_thumbnail.h"
+#include "ui/picture_panel.h"
 #include "ui/shown_path.h"
 
 namespace melos::ui {
+namespace {
 
-TrackWindow::TrackWindow(std::unique_ptr<ID3Tag> track, const PreferencesController& preferences,
-                         QWidget* parent)
-    : DocumentWindow(parent), track_(std::move(track)), preferences_(preferences) {
+QString qtext(std::string_view text) { return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())); }
+QString localName(const std::string& path) { return QFile::decodeName(QByteArray::fromStdString(path)); }
+
+constexpr int kTypingCommand = 1;
+constexpr int kDefaultSetCount = 10;
+
+}  // namespace
+
+// One step of the window's undo: the values before and after. Typing into
+// one field merges into the step before it, so an undo takes back a word, not
+// a letter.
+class ValuesCommand : public QUndoCommand {
+ public:
+  ValuesCommand(TrackWindow* window, const QString& text, EditorValues before, EditorValues after,
+                std::optional<EditorField> typing)
+      : QUndoCommand(text), window_(window), before_(std::move(before)), after_(std::move(after)), typing_(typing) {}
+
+  void redo() override {
+    // The window already shows what the user did.
+    if (std::exchange(first_, false)) return;
+    window_->showValues(after_);
+  }
+  void undo() override { window_->showValues(before_); }
+  int id() const override { return typing_ ? kTypingCommand : -1; }
+  bool mergeWith(const QUndoCommand* other) override {
+    const auto* next = static_cast<const ValuesCommand*>(other);
+    if (next->typing_ != typing_) return false;
+    after_ = next->after_;
+    return true;
+  }
+
+ private:
+  TrackWindow* window_;
+  EditorValues before_;
+  EditorValues after_;
+  std::optional<EditorField> typing_;
+  bool first_ = true;
+};
+
+TrackWindow::TrackWindow(std::unique_ptr<ID3Tag> track, PreferencesController& preferences, Questions& questions,
+                         QWidget* parent, TrackWriter* writer)
+    : DocumentWindow(parent),
+      preferences_(preferences),
+      // Questions shown as dialogs become sheets of this window.
+      sheets_(dynamic_cast<DialogQuestions*>(&questions) != nullptr ? std::make_unique<DialogQuestions>(this) : nullptr),
+      questions_(this, sheets_ ? *sheets_ : questions),
+      writer_(writer != nullptr ? *writer : engineTrackWriter()),
+      tracks_(std::move(track)),
+      view_(this, *this),
+      editor_(tracks_, questions_, view_, [this] { return settingsForRun_; }, writer_,
+              preferences.isMultipleWindowsSet()),
+      quickLists_(preferences) {
   setObjectName(QStringLiteral("trackWindow"));
-  facts_ = new QPlainTextEdit(this);
-  facts_->setObjectName(QStringLiteral("trackFacts"));
-  facts_->setAccessibleName(tr("Track facts"));
-  facts_->setReadOnly(true);
-  facts_->setAcceptDrops(false);
-  facts_->setLineWrapMode(QPlainTextEdit::NoWrap);
-  facts_->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
-  setCentralWidget(facts_);
-  resize(640, 480);
-  fill();
+  layoutStyle_ = preferences_.getWindowStyle();
+  buildWindow();
+  connectFields();
+  connect(undoStack(), &QUndoStack::indexChanged, this, [this] {
+    if (busy_) return;
+    const bool changed = !undoStack()->isClean();
+    tracks_.current().v1Changed = changed;
+    tracks_.current().v2Changed = changed;
+  });
+  connect(&watcher_, &QFileSystemWatcher::fileChanged, this, &TrackWindow::fileChangedOnDisk);
+  if (preferences_.isSaveWindowPositionSet()) {
+    const QByteArray frame = QByteArray::fromBase64(QByteArray::fromStdString(preferences_.getWindowPosition()));
+    if (!frame.isEmpty()) restoreGeometry(frame);
+  }
+  editor_.setTagFromPosition(0);
 }
 
-TrackWindow::~TrackWindow() = default;
+TrackWindow::~TrackWindow() {
+  // A worker waits on this thread for its questions; let it finish first.
+  while (busy_) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+  if (worker_.joinable()) worker_.join();
+  // The stack outlives this part of the window and tells of its clearing.
+  disconnect(undoStack(), nullptr, this, nullptr);
+}
+
+void TrackWindow::buildWindow() {
+  auto* central = new QWidget(this);
+  central->setObjectName(QStringLiteral("editorArea"));
+  auto* column = new QVBoxLayout(central);
+
+  auto* file = new QGridLayout;
+  const auto fact = [this, file](const QString& label, const char* name) {
+    auto* caption = new QLabel(label, this);
+    auto* value = new QLabel(this);
+    value->setObjectName(QString::fromLatin1(name));
+    value->setAccessibleName(QString(label).remove(QLatin1Char(':')));
+    value->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    value->setTextFormat(Qt::PlainText);
+    const int row = file->rowCount();
+    file->addWidget(caption, row, 0, Qt::AlignTop);
+    file->addWidget(value, row, 1);
+    return value;
+  };
+  fileName_ = fact(tr("File:"), "fileName");
+  folder_ = fact(tr("Folder:"), "fileFolder");
+  facts_ = fact(tr("Audio:"), "audioFacts");
+  facts_->setWordWrap(true);
+  file->setColumnStretch(1, 1);
+  column->addLayout(file);
+
+  fields_ = new EditorFields(this);
+  const auto button = [this](const QString& text, const char* name) {
+    auto* b = new QPushButton(text, this);
+    b->setObjectName(QString::fromLatin1(name));
+    b->setAccessibleName(QString(text).remove(QLatin1Char('&')));
+    return b;
+  };
+
+  v2Box_ = new QGroupBox(tr("ID3 v&2"), this);
+  v2Box_->setObjectName(QStringLiteral("v2TagBox"));
+  v2Box_->setAccessibleName(tr("ID3 v2 tag"));
+  v2Box_->setCheckable(true);
+  auto* v2Column = new QVBoxLayout(v2Box_);
+  v2Tabs_ = new QTabWidget(v2Box_);
+  v2Tabs_->setObjectName(QStringLiteral("v2Tabs"));
+  v2Tabs_->addTab(fields_->page(EditorTab::Standard), tr("ID3 v2 Standard"));
+  v2Tabs_->addTab(fields_->page(EditorTab::Extended), tr("Extended"));
+  v2Tabs_->addTab(fields_->page(EditorTab::Podcast), tr("Podcast"));
+  if (preferences_.showUserTab()) v2Tabs_->addTab(fields_->page(EditorTab::User), tr("User"));
+  else fields_->page(EditorTab::User)->hide();
+  v2Column->addWidget(v2Tabs_);
+  auto* v2Buttons = new QHBoxLayout;
+  copyV2ToV1_ = button(tr("Copy V2 to V1"), "copyV2ToV1Button");
+  fileNameV2_ = button(tr("Use file name for V2 title"), "fileNameV2Button");
+  fileNameV2_->setToolTip(tr("Shift: also the track number. Ctrl: also the artist and album."));
+  v2Buttons->addWidget(copyV2ToV1_);
+  v2Buttons->addStretch(1);
+  v2Buttons->addWidget(fileNameV2_);
+  v2Column->addLayout(v2Buttons);
+
+  v1Box_ = new QGroupBox(tr("ID3 v&1"), this);
+  v1Box_->setObjectName(QStringLiteral("v1TagBox"));
+  v1Box_->setAccessibleName(tr("ID3 v1 tag"));
+  v1Box_->setCheckable(true);
+  auto* v1Column = new QVBoxLayout(v1Box_);
+  v1Column->addWidget(fields_->page(EditorTab::V1));
+  auto* v1Buttons = new QHBoxLayout;
+  copyV1ToV2_ = button(tr("Copy V1 to V2"), "copyV1ToV2Button");
+  fileNameV1_ = button(tr("Use file name for V1 title"), "fileNameV1Button");
+  fileNameV1_->setToolTip(fileNameV2_->toolTip());
+  v1Buttons->addWidget(copyV1ToV2_);
+  v1Buttons->addStretch(1);
+  v1Buttons->addWidget(fileNameV1_);
+  v1Column->addLayout(v1Buttons);
+
+  picture_ = new PicturePanel(preferences_, questions_, this);
+  lyricsPage_ = fields_->page(EditorTab::Lyrics);
+
+  auto* tags = new QWidget(this);
+  auto* tagsColumn = new QVBoxLayout(tags);
+  tagsColumn->setContentsMargins(0, 0, 0, 0);
+  tagsColumn->addWidget(v2Box_, 3);
+  tagsColumn->addWidget(v1Box_, 1);
+  layOut();
+  if (layoutStyle_ == 1) {
+    auto* split = new QSplitter(Qt::Horizontal, central);
+    split->setObjectName(QStringLiteral("editorSplit"));
+    split->addWidget(tags);
+    split->addWidget(sideTabs_);
+    split->setStretchFactor(0, 3);
+    split->setStretchFactor(1, 2);
+    column->addWidget(split, 1);
+  } else {
+    column->addWidget(tags, 1);
+  }
+
+  auto* bottom = new QHBoxLayout;
+  previous_ = button(tr("Pre&vious"), "previousTrackButton");
+  trackOfTracks_ = new QLabel(this);
+  trackOfTracks_->setObjectName(QStringLiteral("trackOfTracks"));
+  next_ = button(tr("Ne&xt"), "nextTrackButton");
+  closeTrack_ = button(tr("Close track"), "closeTrackButton");
+  update_ = button(tr("Update"), "updateButton");
+  update_->setDefault(true);
+  bottom->addWidget(previous_);
+  bottom->addWidget(trackOfTracks_);
+  bottom->addWidget(next_);
+  bottom->addWidget(closeTrack_);
+  bottom->addStretch(1);
+  defaults_ = new QToolButton(this);
+  defaults_->setObjectName(QStringLiteral("defaultsButton"));
+  defaults_->setText(tr("Defaults"));
+  defaults_->setAccessibleName(tr("Default tag data"));
+  defaults_->setPopupMode(QToolButton::InstantPopup);
+  auto* sets = new QMenu(defaults_);
+  sets->setObjectName(QStringLiteral("defaultSetsMenu"));
+  for (int index = 0; index < kDefaultSetCount; ++index)
+    sets->addAction(tr("Apply default set %1").arg(index + 1), this, [this, index] { applyDefaultTagData(index); });
+  sets->addSeparator();
+  QAction* always = sets->addAction(tr("Always apply default tag data"));
+  always->setObjectName(QStringLiteral("alwaysApplyDefaults"));
+  always->setCheckable(true);
+  connect(sets, &QMenu::aboutToShow, this, [this, always] { always->setChecked(preferences_.isAlwaysApplyDefTagDataSet()); });
+  connect(always, &QAction::toggled, this, [this](bool on) {
+    preferences_.setBoolPreferenceNamed(prefs::kAlwaysApplyDefTagData.key, on);
+    preferences_.synchronize();
+  });
+  defaults_->setMenu(sets);
+  defaults_->setVisible(preferences_.showDefaultsButton());
+  bottom->addWidget(defaults_);
+  bottom->addWidget(update_);
+  column->addLayout(bottom);
+  setCentralWidget(central);
+
+  progress_ = new QProgressBar(this);
+  progress_->setObjectName(QStringLiteral("saveProgress"));
+  progress_->setAccessibleName(tr("Saving"));
+  progress_->setRange(0, 0);
+  progress_->setMaximumWidth(160);
+  progress_->hide();
+  statusBar()->addPermanentWidget(progress_);
+
+  connect(previous_, &QPushButton::clicked, this, &TrackWindow::previousTrack);
+  connect(next_, &QPushButton::clicked, this, &TrackWindow::nextTrack);
+  connect(closeTrack_, &QPushButton::clicked, this, &TrackWindow::closeTrack);
+  connect(update_, &QPushButton::clicked, this, &TrackWindow::updateTag);
+  connect(copyV1ToV2_, &QPushButton::clicked, this, &TrackWindow::copyV1ToV2);
+  connect(copyV2ToV1_, &QPushButton::clicked, this, &TrackWindow::copyV2ToV1);
+  connect(fileNameV1_, &QPushButton::clicked, this,
+          [this] { useFileNameForTitle(true, QApplication::keyboardModifiers()); });
+  connect(fileNameV2_, &QPushButton::clicked, this,
+          [this] { useFileNameForTitle(false, QApplication::keyboardModifiers()); });
+  connect(v1Box_, &QGroupBox::clicked, this, [this](bool on) {
+    edit(on ? tr("Enable V1 Tag") : tr("Disable V1 Tag"), [on](EditorValues& v) { v.v1Enabled = on; });
+  });
+  connect(v2Box_, &QGroupBox::clicked, this, [this](bool on) {
+    edit(on ? tr("Enable V2 Tag") : tr("Disable V2 Tag"), [on](EditorValues& v) { v.v2Enabled = on; });
+  });
+  resize(layoutStyle_ == 1 ? QSize(1100, 760) : layoutStyle_ == 2 ? QSize(620, 700) : QSize(720, 760));
+}
+
+void TrackWindow::layOut() {
+  // The picture and the lyrics: panels beside the window, a tabbed section
+  // of a large window, or tabs of a small one.
+  if (layoutStyle_ == 1) {
+    sideTabs_ = new QTabWidget(this);
+    sideTabs_->setObjectName(QStringLiteral("sideTabs"));
+    sideTabs_->addTab(picture_, tr("Picture"));
+    sideTabs_->addTab(lyricsPage_, tr("Lyrics"));
+  } else if (layoutStyle_ == 2) {
+    v2Tabs_->addTab(picture_, tr("Picture"));
+    v2Tabs_->addTab(lyricsPage_, tr("Lyrics"));
+  } else {
+    const auto dock = [this](QWidget* content, const QString& title, const char* name) {
+      auto* panel = new QDockWidget(title, this);
+      panel->setObjectName(QString::fromLatin1(name));
+      panel->setAccessibleName(title);
+      panel->setWidget(content);
+      panel->setAllowedAreas(Qt::LeftDockWidgetArea | Qt::RightDockWidgetArea);
+      addDockWidget(Qt::RightDockWidgetArea, panel);
+      panel->hide();
+      return panel;
+    };
+    pictureDock_ = dock(picture_, tr("Picture"), "pictureDrawer");
+    lyricsDock_ = dock(lyricsPage_, tr("Lyrics"), "lyricsDrawer");
+  }
+}
+
+void TrackWindow::connectFields() {
+  connect(fields_, &EditorFields::edited, this, [this](EditorField field, const QString& text) {
+    edit(tr("Typing in %1").arg(qtext(editorFieldInfo(field).name)),
+         [&](EditorValues& v) { setFieldText(v, field, text.toStdU16String()); }, field);
+  });
+  connect(fields_, &EditorFields::quickListChosen, this, [this](EditorField field, const QString& text) {
+    edit(tr("Choose %1").arg(qtext(editorFieldInfo(field).name)),
+         [&](EditorValues& v) { setFieldText(v, field, text.toStdU16String()); });
+  });
+  connect(fields_, &EditorFields::podcastToggled, this, [this](bool on) {
+    edit(tr("Podcast"), [on](EditorValues& v) { setPodcast(v, on); });
+  });
+  connect(fields_, &EditorFields::compilationToggled, this, [this](bool on) {
+    edit(tr("Compilation"), [on](EditorValues& v) { v.compilation = on; });
+  });
+  connect(fields_, &EditorFields::advisoryChosen, this, [this](int advisory) {
+    edit(tr("Advisory"), [advisory](EditorValues& v) { v.advisory = advisory; });
+  });
+  connect(fields_, &EditorFields::ratingEdited, this, [this](int, int after) {
+    edit(tr("Rating"), [after](EditorValues& v) { v.rating = static_cast<uint8_t>(after); });
+  });
+  connect(picture_, &PicturePanel::picturesEdited, this, [this](const QString& name, const PicDataArray& pictures) {
+    edit(name, [&](EditorValues& v) { v.pictures = std::make_shared<PicDataArray>(pictures); });
+  });
+}
+
+void TrackWindow::edit(const QString& name, const std::function<void(EditorValues&)>& change,
+                       std::optional<EditorField> typing) {
+  if (busy_) return;
+  EditorValues after = values_;
+  change(after);
+  if (after == values_) {
+    // A field whose text its rule changed back (a genre letter) shows the value.
+    fields_->show(values_);
+    return;
+  }
+  EditorValues before = values_;
+  showValues(after);
+  undoStack()->push(new ValuesCommand(this, name, std::move(before), std::move(after), typing));
+}
+
+void TrackWindow::showValues(const EditorValues& values) {
+  values_ = values;
+  fields_->show(values_);
+  picture_->showPictures(*values_.pictures);
+  showEnables();
+}
+
+void TrackWindow::showEnables() {
+  const bool mp3 = track().isMp3File;
+  v1Box_->setChecked(values_.v1Enabled);
+  v2Box_->setChecked(values_.v2Enabled);
+  v1Box_->setEnabled(mp3);
+  // The buttons of the box stay usable whatever the box says: they are how
+  // a tag that is off gets its fields.
+  fields_->page(EditorTab::V1)->setEnabled(values_.v1Enabled);
+  v2Tabs_->setEnabled(values_.v2Enabled);
+  copyV1ToV2_->setEnabled(mp3 && values_.v1Enabled);
+  copyV2ToV1_->setEnabled(mp3 && values_.v2Enabled);
+  fileNameV1_->setEnabled(mp3);
+}
+
+void TrackWindow::showTitle() {
+  const QString path = localName(track().path());
+  QString title = QFileInfo(path).fileName();
+  if (track().readOnly) title += tr(" [read only]");
+  setWindowTitle(title + QStringLiteral("[*]"));
+  setWindowFilePath(path);
+}
+
+void TrackWindow::showFacts() {
+  const ID3Tag& t = track();
+  QStringList facts;
+  const std::string audio = audioLine(t);
+  if (!audio.empty()) facts << qtext(audio);
+  if (const std::string encoder = encoderName(t.audio.lame); !encoder.empty()) facts << tr("encoder %1").arg(qtext(encoder));
+  facts << QLocale().formattedDataSize(static_cast<qint64>(t.fileSize));
+  if (!t.versionText.empty()) facts << qtext(t.versionText);
+  facts_->setText(facts.join(QStringLiteral(" · ")));
+}
+
+// EditorView
+
+void TrackWindow::updateV1TagData(ID3Tag& track) {
+  melos::updateV1TagData(values_, track);
+  quickLists_.updateV1QuickList(values_.v1Enabled, [this](std::string_view key) {
+    for (const EditorFieldInfo& info : editorFields())
+      if (isV1(info.field) && info.quickListKey == key) return u16ToUtf8(values_[info.field]);
+    return std::string();
+  });
+}
+
+void TrackWindow::updateV2TagData(ID3Tag& track, bool allowUnicode) {
+  melos::updateV2TagData(values_, track, allowUnicode);
+  quickLists_.updateV2QuickList(values_.v2Enabled, [this](std::string_view key) {
+    for (const EditorFieldInfo& info : editorFields())
+      if (!isV1(info.field) && info.tab != EditorTab::User && info.quickListKey == key)
+        return u16ToUtf8(values_[info.field]);
+    return std::string();
+  });
+}
+
+void TrackWindow::initTagWindow(const ID3Tag& track) {
+  fields_->setGenreLists(preferences_.v1GenreList(), preferences_.v2GenreList());
+  fields_->setQuickLists(preferences_.showQuickLists(), [this](std::string_view key) { return quickLists_.list(key); });
+  // The values of a track read afresh are where undo starts.
+  const bool wasBusy = std::exchange(busy_, true);
+  undoStack()->clear();
+  busy_ = wasBusy;
+  showValues(valuesFromTrack(track));
+  showTitle();
+  showFileName(track.path());
+  showFacts();
+  watchFile();
+  if (!values_.pictures->empty() && preferences_.isShowPictureSet() && pictureDock_ != nullptr) pictureDock_->show();
+}
+
+void TrackWindow::showProgress(bool shown) { progress_->setVisible(shown); }
+
+void TrackWindow::showFileName(const std::string& path) {
+  const QFileInfo info(localName(path));
+  fileName_->setText(info.fileName());
+  folder_->setText(shownPath(info.absolutePath()));
+  showTitle();
+}
+
+IconResult TrackWindow::setFileIcon(const ID3Tag& track) {
+  return writeFileThumbnails(localName(track.path()), track.tagData.picdata.front().data);
+}
+
+void TrackWindow::closeWindow() { closeWhenIdle_ = true; }
+
+void TrackWindow::setTrackOfTracks(size_t position, size_t count) {
+  trackOfTracks_->setText(tr("%1 of %2").arg(position + 1).arg(count));
+}
+
+void TrackWindow::clearTrackOfTracks() { trackOfTracks_->clear(); }
+
+void TrackWindow::enableNavigation(bool previous, bool next, bool close) {
+  previous_->setEnabled(previous);
+  next_->setEnabled(next);
+  closeTrack_->setEnabled(close);
+  for (QPushButton* b : {previous_, next_, closeTrack_}) b->setVisible(tracks_.count() > 1);
+}
+
+// Commands
+
+bool TrackWindow::perform(MenuItem item) {
+  switch (item) {
+    case MenuItem::Update: updateTag(); return true;
+    case MenuItem::Revert: revert(); return true;
+    case MenuItem::CopyV1ToV2: copyV1ToV2(); return true;
+    case MenuItem::CopyV2ToV1: copyV2ToV1(); return true;
+    case MenuItem::ApplyDefaultTagData: applyDefaultTagData(preferences_.getDefaultTypeIndex()); return true;
+    case MenuItem::ShowPicture:
+    case MenuItem::AddImage: showPanel(picture_, item == MenuItem::AddImage); return true;
+    case MenuItem::ShowLyrics:
+    case MenuItem::AddLyrics: showPanel(lyricsPage_, item == MenuItem::AddLyrics); return true;
+    default: return false;
+  }
+}
+
+void TrackWindow::showPanel(QWidget* panel, bool add) {
+  if (QDockWidget* dock = panel == picture_ ? pictureDock_ : lyricsDock_) dock->setVisible(add || !dock->isVisible());
+  else if (sideTabs_ != nullptr) sideTabs_->setCurrentWidget(panel);
+  else v2Tabs_->setCurrentWidget(panel);
+  if (panel == picture_ && add) picture_->addImage();
+  else if (add) fields_->control(EditorField::Lyrics)->setFocus();
+}
+
+void TrackWindow::runInBackground(std::function<void()> work) {
+  if (busy_) return;
+  // Read on this thread: the preferences are not shared with the worker.
+  settingsForRun_ = readSaveSettings(preferences_);
+  if (settingsForRun_.applyDefaults) {
+    settingsForRun_.applyDefaults = [this, apply = settingsForRun_.applyDefaults](ID3Tag& track) {
+      callOnThreadOf(this, [&] { apply(track); });
+    };
+  }
+  busy_ = true;
+  centralWidget()->setEnabled(false);
+  emit stateChanged();
+  if (worker_.joinable()) worker_.join();
+  worker_ = std::thread([this, work = std::move(work)] {
+    work();
+    QMetaObject::invokeMethod(this, [this] {
+      worker_.join();
+      busy_ = false;
+      centralWidget()->setEnabled(true);
+      emit stateChanged();
+      emit idle();
+      if (std::exchange(closeWhenIdle_, false)) close();
+    }, Qt::QueuedConnection);
+  });
+}
+
+void TrackWindow::updateTag() {
+  runInBackground([this] { editor_.updateTag(); });
+}
+
+void TrackWindow::previousTrack() {
+  runInBackground([this] { editor_.previousTrack(); });
+}
+
+void TrackWindow::nextTrack() {
+  runInBackground([this] { editor_.nextTrack(); });
+}
+
+void TrackWindow::closeTrack() {
+  runInBackground([this] { editor_.closeTrack(); });
+}
+
+void TrackWindow::revert() {
+  runInBackground([this] { editor_.revert(); });
+}
+
+void TrackWindow::copyV1ToV2() {
+  if (!track().isMp3File) return;
+  edit(tr("Copy V1 to V2"), [](EditorValues& v) { melos::copyV1ToV2(v); });
+}
+
+void TrackWindow::copyV2ToV1() {
+  if (!track().isMp3File) return;
+  const std::vector<std::string> genres = preferences_.v1GenreList();
+  edit(tr("Copy V2 to V1"), [&genres](EditorValues& v) { melos::copyV2ToV1(v, genres); });
+}
+
+void TrackWindow::useFileNameForTitle(bool v1, Qt::KeyboardModifiers modifiers) {
+  const std::string format = fromFileNameFormat(preferences_);
+  const FileNameFields found = parseFileName(track().path(), format);
+  const FileNameUse use{modifiers.testFlag(Qt::ShiftModifier), modifiers.testFlag(Qt::ControlModifier),
+                        !format.empty()};
+  const FileNameUpdate update = fileNameUpdate(found, use, preferences_.isUTF8TrackNameSet());
+  edit(v1 ? tr("Use File Name for V1 Title") : tr("Use File Name for V2 Title"),
+       [&](EditorValues& v) { useFileName(v, v1, update); });
+}
+
+void TrackWindow::applyDefaultTagData(int index) {
+  bool showPicture = false;
+  edit(tr("Apply Default Tag Data"), [&](EditorValues& v) {
+    showPicture = melos::applyDefaultTagData(v, index, preferences_, picture_->index());
+  });
+  if (showPicture && pictureDock_ != nullptr) pictureDock_->show();
+}
+
+bool TrackWindow::exportAs(bool xml, const QString& path) {
+  if (busy_) return false;
+  const std::string target = QFile::encodeName(path).toStdString();
+  const int result = xml ? exportTagAsXml(&track(), target, 2, false) : exportTagAsCsv(target, &track(), 2);
+  if (result != 0) {
+    tell(questions_, "Export failed", "Could not write the tag information to the file '" + target + "'.");
+    return false;
+  }
+  return true;
+}
+
+std::unique_ptr<ID3Tag> TrackWindow::trackFromValues() const {
+  std::unique_ptr<ID3Tag> copy = copyOfTrack(track());
+  melos::updateV1TagData(values_, *copy);
+  melos::updateV2TagData(values_, *copy, true);
+  return copy;
+}
 
 void TrackWindow::replaceTrack(std::unique_ptr<ID3Tag> track) {
-  track_ = std::move(track);
-  dirty_ = false;
-  fill();
+  if (busy_) return;
+  if (!undoStack()->isClean()) {
+    const std::string chosen =
+        questions_.ask("Do you want to save changes?", "If you do not save, your changes will be lost.",
+                       {std::string(kSaveButton), std::string(kDontSaveButton), std::string(kCancelButton)});
+    if (chosen == kCancelButton) return;
+    if (chosen == kSaveButton) {
+      // The new track comes in once the old one is saved.
+      auto waiting = std::make_shared<std::unique_ptr<ID3Tag>>(std::move(track));
+      connect(this, &TrackWindow::idle, this, [this, waiting] {
+        if (*waiting) replaceTrack(std::move(*waiting));
+      }, Qt::SingleShotConnection);
+      updateTag();
+      return;
+    }
+  }
+  tracks_ = TrackSet(std::move(track));
+  editor_.setTagFromPosition(0);
+  emit stateChanged();
+}
+
+void TrackWindow::showTrackAt(size_t position) {
+  if (!busy_) editor_.setTagFromPosition(position);
+}
+
+void TrackWindow::addTrack(std::unique_ptr<ID3Tag> track) {
+  if (busy_) return;
+  tracks_.add(std::move(track));
+  editor_.setTagFromPosition(tracks_.count() - 1);
   emit stateChanged();
 }
 
 FrontDocument TrackWindow::describe() const {
-  return {DocumentKind::SingleTrack, dirty_, track_->isMp3File, track_->v1.enabled, track_->tagData.enabled};
+  return {DocumentKind::SingleTrack, !undoStack()->isClean(), track().isMp3File, values_.v1Enabled,
+          values_.v2Enabled, busy_};
 }
 
-std::unique_ptr<ID3Tag> TrackWindow::tagForCopy() const { return copyOfTrack(*track_); }
+std::unique_ptr<ID3Tag> TrackWindow::tagForCopy() const { return trackFromValues(); }
 
 void TrackWindow::setTagData(const ID3Tag& tag, bool all) {
-  pasteTagDataInto(*track_, tag, all, preferences_);
-  changed();
+  std::unique_ptr<ID3Tag> pasted = trackFromValues();
+  pasteTagDataInto(*pasted, tag, all, preferences_);
+  edit(tr("Paste Tag Data"), [&](EditorValues& v) { v = valuesFromTrack(*pasted); });
 }
 
 void TrackWindow::clearTagData() {
-  track_->tagData.clear();
-  track_->v1.clear();
-  changed();
+  edit(tr("Clear Tag Data"), [](EditorValues& v) {
+    const bool v1 = v.v1Enabled;
+    const bool v2 = v.v2Enabled;
+    v = EditorValues();
+    v.v1Enabled = v1;
+    v.v2Enabled = v2;
+  });
 }
 
 bool TrackWindow::loadTagDataFromFile(const std::string& path) {
-  if (!loadTagDataInto(*track_, path)) return false;
-  changed();
+  std::unique_ptr<ID3Tag> loaded = trackFromValues();
+  if (!loadTagDataInto(*loaded, path)) return false;
+  edit(tr("Load Tag Data"), [&](EditorValues& v) { v = valuesFromTrack(*loaded); });
   return true;
 }
 
-bool TrackWindow::saveTagDataToFile(const std::string& path) { return saveTagDataFile(*track_, path); }
+bool TrackWindow::saveTagDataToFile(const std::string& path) { return saveTagDataFile(*trackFromValues(), path); }
 
-void TrackWindow::changed() {
-  dirty_ = true;
-  setWindowModified(true);
-  fill();
-  emit stateChanged();
+void TrackWindow::preferencesChanged() {
+  defaults_->setVisible(preferences_.showDefaultsButton());
+  fields_->setGenreLists(preferences_.v1GenreList(), preferences_.v2GenreList());
+  fields_->setQuickLists(preferences_.showQuickLists(), [this](std::string_view key) { return quickLists_.list(key); });
+  fields_->show(values_);
 }
 
-void TrackWindow::fill() {
-  const QString path = QString::fromStdString(track_->path());
-  setWindowTitle(QFileInfo(path).fileName() + QStringLiteral("[*]"));
-  setWindowFilePath(path);
-  facts_->setPlainText(QString::fromStdString(trackText(shownPath(path).toStdString(), *track_)));
+void TrackWindow::watchFile() {
+  if (!watcher_.files().isEmpty()) watcher_.removePaths(watcher_.files());
+  watcher_.addPath(localName(track().path()));
+}
+
+void TrackWindow::fileChangedOnDisk() {
+  // A save replaces the file: watch the new one. Our own saves leave the
+  // track's idea of the file up to date, so they ask nothing.
+  watchFile();
+  if (busy_ || askingAboutDisk_ || !changedOnDisk(track()) || !undoStack()->isClean()) return;
+  askingAboutDisk_ = true;
+  const std::string chosen = questions_.askWithDefault(
+      "The file has changed on disk", "Another program has changed '" + track().path() + "'. Reload it?",
+      {std::string(kReloadButton), std::string(kCancelButton)}, 0);
+  askingAboutDisk_ = false;
+  if (chosen == kReloadButton) revert();
+}
+
+void TrackWindow::closeEvent(QCloseEvent* event) {
+  if (busy_) {
+    closeWhenIdle_ = true;
+    event->ignore();
+    return;
+  }
+  if (!undoStack()->isClean()) {
+    const std::string chosen =
+        questions_.ask("Do you want to save changes?", "If you do not save, your changes will be lost.",
+                       {std::string(kSaveButton), std::string(kDontSaveButton), std::string(kCancelButton)});
+    if (chosen != kDontSaveButton) {
+      event->ignore();
+      if (chosen == kSaveButton) {
+        closeWhenIdle_ = true;
+        updateTag();
+      }
+      return;
+    }
+  }
+  if (preferences_.isSaveWindowPositionSet()) {
+    preferences_.setWindowPosition(saveGeometry().toBase64().toStdString());
+    preferences_.synchronize();
+  }
+  DocumentWindow::closeEvent(event);
 }
 
 }  // namespace melos::ui

@@ -220,45 +220,6 @@ TEST_F(SingleTrackTest, AfterTheSaveTheNameAndTheIcon) {
   EXPECT_TRUE(writer.renames == 3 && questions.asked().empty());
 }
 
-// The copy replaces the fields the V1 tag holds and clears the track total
-// and the lyrics; the rest of the V2 tag stays. Other than MP3: no copy.
-TEST_F(SingleTrackTest, CopyBetweenTheTagVersions) {
-  TrackSet set(std::make_unique<ID3Tag>());
-  ID3Tag& t = set.current();
-  t.v1 = V1Tag{true, "T1", "A1", "L1", "1999", "C1", 7, 17};
-  t.tagData.tracks = 12, t.tagData.lyrics = t.tagData.composer = latin("kept");
-  SingleTrackEditor e(set, questions, view, fixedSettings(settings), writer);
-  e.copyV1ToV2();
-  EXPECT_FALSE(t.v2Changed || t.tagData.title == latin("T1"));
-  t.isMp3File = true;
-  TagData expected = t.tagData;
-  expected.enabled = true, expected.title = latin("T1"), expected.artist = latin("A1"), expected.album = latin("L1");
-  expected.comment = latin("C1"), expected.genre = latin("Rock"), expected.track = 7, expected.tracks = kUnsetNumber;
-  expected.lyrics = {}, expected.year = "1999";
-  e.copyV1ToV2();
-  EXPECT_TRUE(t.tagData == expected && t.v2Changed && !t.v1Changed);
-  t.v1.genre = t.v1.track = kUnsetV1;
-  e.copyV1ToV2();
-  EXPECT_TRUE(t.tagData.genre.empty() && t.tagData.track == kUnsetNumber);  // no genre selected
-  // Back to V1.
-  TagData& d = t.tagData;
-  d.title = UnicodeText::utf16(u"Caf\u00e9 \u00c7a \u4e2d"), d.artist = latin(std::string(40, 'a')), d.year = "2004";
-  d.album = latin("Album"), d.comment = latin("Comment"), d.genre = latin("Jazz"), d.track = 300;
-  t.v1Changed = false;
-  e.copyV2ToV1();
-  // Latin-1 keeps 233 and 199; U+4E2D has no Latin-1 form. The writer cuts
-  // the artist to its width, not the copy; 300 is track 44 in V1.
-  EXPECT_EQ(t.v1, (V1Tag{true, "Caf\xE9 \xC7" "a ?", std::string(40, 'a'), "Album", "2004", "Comment", 44, 8}));
-  EXPECT_TRUE(t.v1Changed);
-  const struct { std::u16string genre; uint16_t track; uint8_t v1Genre, v1Track; } rows[] = {
-      {u"Hard Rock", 1, 79, 1}, {u"jazz", kUnsetNumber, 8, kUnsetV1}, {u"Bebop-ish", 256, 12, kUnsetV1}, {u"", 12, 12, 12}};
-  for (const auto& row : rows) {
-    d.genre = UnicodeText::utf16(row.genre), d.track = row.track;
-    e.copyV2ToV1();
-    EXPECT_EQ(std::pair(t.v1.genre, t.v1.track), std::pair(row.v1Genre, row.v1Track)) << u16ToUtf8(row.genre);
-  }
-}
-
 TEST(TrackSetTest, StepsStayInsideTheSet) {
   TrackSet::Tracks list;
   for (int i = 0; i < 2; ++i) list.push_back(std::make_unique<ID3Tag>());

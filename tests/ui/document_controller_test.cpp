@@ -35,8 +35,10 @@ class DocumentControllerTest : public QObject {
 
   bool enabled(MenuItem item) { return rig_->controller.action(item)->isEnabled(); }
   QString frontText() {
-    auto* facts = findByName<QPlainTextEdit>(rig_->controller.frontWindow(), "trackFacts");
-    return facts ? facts->toPlainText() : QString();
+    auto* track = qobject_cast<ui::TrackWindow*>(rig_->controller.frontWindow());
+    if (track == nullptr) return {};
+    const EditorValues& shown = track->values();
+    return QString::fromStdU16String(shown[EditorField::Title] + u"\n" + shown[EditorField::Album]);
   }
   void bringToFront(ui::DocumentWindow* window) {
     window->activateWindow();

@@ -3,7 +3,7 @@
 // character (the fallback's pick), never the missing-glyph box.
 
 #include <QGlyphRun>
-#include <QPlainTextEdit>
+#include <QLineEdit>
 #include <QRawFont>
 #include <QTextLayout>
 
@@ -48,11 +48,12 @@ class ScriptGlyphsTest : public QObject {
                               cbrStream(MpegHeader{}, 20), {}, {}}));
     TrackFile opened = openTrackFile(path, kScanQuick);
     QVERIFY(opened.opened());
-    ui::TrackWindow window(std::move(opened.track), preferences_);
-    auto* facts = findByName<QPlainTextEdit>(&window, "trackFacts");
-    QVERIFY(facts && facts->toPlainText().contains(title));
+    ScriptedQuestions questions;
+    ui::TrackWindow window(std::move(opened.track), preferences_, questions);
+    auto* field = findByName<QLineEdit>(&window, "mT2Title");
+    QVERIFY(field && field->text() == title);
 
-    QTextLayout layout(title, facts->font());
+    QTextLayout layout(title, field->font());
     layout.beginLayout();
     layout.createLine();
     layout.endLayout();

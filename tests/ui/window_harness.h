@@ -57,8 +57,9 @@ class ScriptedChooser : public ui::FileChooser {
     startFolder = start;
     return tagDestination;
   }
+  QString chooseExportDestination(QWidget*, bool) override { return exportDestination; }
   QStringList tracks;
-  QString folder, tagSource, tagDestination, startFolder;
+  QString folder, tagSource, tagDestination, startFolder, exportDestination;
   int tracksAsked = 0;
 };
 

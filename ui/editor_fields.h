@@ -1,0 +1,108 @@
+#pragma once
+// The controls of the single-track editor, made from the editor's field
+// table: a page per tab with each field, its label as buddy, its warning at
+// the field's right end and its quick-list button. Filling a control never
+// counts as the user's edit; only typing and choosing do.
+
+#include <QLineEdit>
+#include <QObject>
+#include <QPlainTextEdit>
+#include <array>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "operations/editor_values.h"
+
+class QAction;
+class QCheckBox;
+class QComboBox;
+class QToolButton;
+
+namespace melos::ui {
+
+class StarRating;
+
+// A text field whose undo is the window's: the window's Undo and Redo reach
+// the window's stack, and it completes typed text from a list.
+class UndoLineEdit : public QLineEdit {
+  Q_OBJECT
+ public:
+  explicit UndoLineEdit(QWidget* parent = nullptr);
+  void setCompletionList(std::vector<std::u16string> list) { completion_ = std::move(list); }
+
+ signals:
+  // The user changed the text (after completion).
+  void userEdited(const QString& text);
+
+ protected:
+  bool event(QEvent* event) override;
+  void keyPressEvent(QKeyEvent* event) override;
+
+ private:
+  void complete(const QString& text);
+  std::vector<std::u16string> completion_;
+  size_t previousLength_ = 0;
+  bool deleting_ = false;
+};
+
+class UndoTextView : public QPlainTextEdit {
+  Q_OBJECT
+ public:
+  explicit UndoTextView(QWidget* parent = nullptr);
+
+ protected:
+  bool event(QEvent* event) override;
+  void keyPressEvent(QKeyEvent* event) override;
+};
+
+class EditorFields : public QObject {
+  Q_OBJECT
+
+ public:
+  explicit EditorFields(QWidget* owner);
+
+  QWidget* page(EditorTab tab) const { return pages_[static_cast<size_t>(tab)]; }
+  QWidget* control(EditorField field) const { return controls_[static_cast<size_t>(field)]; }
+  QAction* warning(EditorField field) const { return warnings_[static_cast<size_t>(field)]; }
+  QToolButton* quickListButton(EditorField field) const { return quickButtons_[static_cast<size_t>(field)]; }
+  QCheckBox* podcastBox() const { return podcast_; }
+  QCheckBox* userPodcastBox() const { return userPodcast_; }
+  QCheckBox* compilationBox() const { return compilation_; }
+  QComboBox* advisoryBox() const { return advisory_; }
+  StarRating* rating() const { return rating_; }
+
+  // Every control from the values; the warnings as the texts stand.
+  void show(const EditorValues& values);
+  std::u16string text(EditorField field) const;
+  void setGenreLists(const std::vector<std::string>& v1, const std::vector<std::string>& v2);
+  // The lists under their keys; a field without a list has no button. With
+  // `shown` off every button is hidden.
+  void setQuickLists(bool shown, const std::function<const std::vector<std::string>*(std::string_view)>& list);
+
+ signals:
+  void edited(EditorField field, const QString& text);
+  void quickListChosen(EditorField field, const QString& text);
+  void podcastToggled(bool on);
+  void compilationToggled(bool on);
+  void advisoryChosen(int advisory);
+  void ratingEdited(int before, int after);
+
+ private:
+  void makeField(const EditorFieldInfo& info);
+  void showWarning(EditorField field, const std::optional<std::u16string>& tooltip);
+
+  std::array<QWidget*, 6> pages_{};
+  std::array<QWidget*, kEditorFieldCount> controls_{};
+  std::array<QAction*, kEditorFieldCount> warnings_{};
+  std::array<QToolButton*, kEditorFieldCount> quickButtons_{};
+  std::array<std::vector<std::string>, kEditorFieldCount> quickEntries_{};
+  QCheckBox* podcast_ = nullptr;
+  QCheckBox* userPodcast_ = nullptr;
+  QCheckBox* compilation_ = nullptr;
+  QComboBox* advisory_ = nullptr;
+  StarRating* rating_ = nullptr;
+  bool filling_ = false;
+};
+
+}  // namespace melos::ui

@@ -1,0 +1,62 @@
+#pragma once
+// The pictures of the track in the single-track editor: the one shown in
+// the picture well, its kind, size and bytes beneath, its type and
+// description, and the way through the others. Every change is handed to the
+// window as the whole new list, so that the window can undo it.
+
+#include <QWidget>
+#include <functional>
+
+#include "engine/tag_data.h"
+
+class QComboBox;
+class QLabel;
+class QLineEdit;
+class QPushButton;
+
+namespace melos {
+class PreferencesController;
+class Questions;
+}
+
+namespace melos::ui {
+
+class DragImageView;
+
+class PicturePanel : public QWidget {
+  Q_OBJECT
+
+ public:
+  PicturePanel(const PreferencesController& preferences, Questions& questions, QWidget* parent = nullptr);
+
+  void showPictures(const PicDataArray& pictures);
+  size_t index() const { return index_; }
+  DragImageView* well() const { return well_; }
+  // Asks for an image file (a dialog unless replaced) and adds it.
+  void addImage();
+  void setImageChooser(std::function<QString(QWidget*)> choose) { chooseImage_ = std::move(choose); }
+
+ signals:
+  void picturesEdited(const QString& name, const PicDataArray& pictures);
+
+ private:
+  void showCurrent();
+  void addFromWell(const QString& name);
+  void changeCurrent(const QString& name, const std::function<void(PicData&)>& change);
+
+  const PreferencesController& preferences_;
+  PicDataArray pictures_;
+  size_t index_ = 0;
+  DragImageView* well_ = nullptr;
+  QLabel* facts_ = nullptr;
+  QLabel* position_ = nullptr;
+  QPushButton* previous_ = nullptr;
+  QPushButton* next_ = nullptr;
+  QPushButton* remove_ = nullptr;
+  QComboBox* type_ = nullptr;
+  QLineEdit* description_ = nullptr;
+  std::function<QString(QWidget*)> chooseImage_;
+  bool filling_ = false;
+};
+
+}  // namespace melos::ui
