@@ -3,6 +3,7 @@
 #include <QCheckBox>
 #include <QCloseEvent>
 #include <QComboBox>
+#include <QCoreApplication>
 #include <QFileDialog>
 #include <QFile>
 #include <QGridLayout>
@@ -87,6 +88,7 @@ constexpr SlotText kSlotTexts[kGroupSlotCount] = {
 };
 
 const QString kDifferent = QStringLiteral("(different across tracks)");
+constexpr int kServeRunMs = 20;
 
 bool isGenre(G field) { return field == G::V1Genre || field == G::V2Genre; }
 
@@ -226,6 +228,13 @@ GroupWindow::GroupWindow(Questions& questions, const PreferencesController& pref
 }
 
 GroupWindow::~GroupWindow() {
+  // Deleted during a run (not by closing it, which waits): the worker hands
+  // its questions and its end to this thread, so this thread serves them
+  // until the track being written is done.
+  if (update_->running()) {
+    update_->m_bExit = true;
+    while (update_->running()) QCoreApplication::processEvents(QEventLoop::AllEvents, kServeRunMs);
+  }
   // The loader's workers hand over to this window; they end first.
   loader_.reset();
 }

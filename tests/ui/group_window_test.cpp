@@ -325,6 +325,18 @@ class GroupWindowTest : public QObject {
     QCOMPARE(toldAlert->buttons, std::vector<std::string>{"OK"});
   }
 
+  void aWindowDeletedDuringARunWaitsForTheTrackBeingWritten() {
+    QVERIFY(openGroup({"One", "Two", "Three"}));
+    window_->setRunOptions(quickRun(200));
+    const Bytes lastBefore = readFile(paths_[2]);
+    type("mT2AlbumField", QStringLiteral("Interrupted"));
+    QTest::mouseClick(child<QPushButton>("mUpdateButton"), Qt::LeftButton);
+    QTRY_COMPARE(statusOf(0), QStringLiteral("Written"));
+    delete window_.data();  // must neither hang nor crash
+    QCOMPARE(albumOf(paths_[0]), std::string("Interrupted"));
+    QVERIFY(readFile(paths_[2]) == lastBefore);
+  }
+
   void answeringNoToCancelLetsTheRunFinish() {
     QVERIFY(openGroup({"One", "Two", "Three"}));
     window_->setRunOptions(quickRun(100));
