@@ -89,6 +89,7 @@ constexpr SlotText kSlotTexts[kGroupSlotCount] = {
 
 const QString kDifferent = QStringLiteral("(different across tracks)");
 constexpr int kServeRunMs = 20;
+constexpr int kShowLoadedMs = 150;
 
 bool isGenre(G field) { return field == G::V1Genre || field == G::V2Genre; }
 
@@ -205,6 +206,8 @@ GroupWindow::GroupWindow(Questions& questions, const PreferencesController& pref
   progress_->setVisible(false);
   status_ = new QLabel(central);
   status_->setObjectName(QStringLiteral("mUpdatingTextField"));
+  // A count that changes many times a second must not lay the window out again.
+  status_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
   cancelButton_ = new QPushButton(tr("Cancel"), central);
   cancelButton_->setObjectName(QStringLiteral("mCancelButton"));
   updateButton_ = new QPushButton(tr("&Update"), central);
@@ -218,6 +221,9 @@ GroupWindow::GroupWindow(Questions& questions, const PreferencesController& pref
   layout->addLayout(bottom);
   setCentralWidget(central);
   connect(updateButton_, &QPushButton::clicked, this, [this] { updateTracks(); });
+  shownSoon_.setSingleShot(true);
+  shownSoon_.setInterval(kShowLoadedMs);
+  connect(&shownSoon_, &QTimer::timeout, this, &GroupWindow::showLoaded);
   // A normal close, which asks what to do about a run or unsaved changes.
   connect(cancelButton_, &QPushButton::clicked, this, &QWidget::close);
 
@@ -569,6 +575,13 @@ void GroupWindow::takeBatch(std::vector<LoadedTrack> batch) {
   }
   loadDone_ += batch.size();
   table_->appendRows(std::move(rows));
+  // Fields, totals and progress at most a few times a second: redrawing the
+  // whole window for every batch would take more of each frame than the rows.
+  if (!shownSoon_.isActive()) shownSoon_.start();
+}
+
+void GroupWindow::showLoaded() {
+  shownSoon_.stop();
   showCommonValues(model_, differing_, common_);
   refreshFields();
   refreshTotals();
@@ -578,6 +591,7 @@ void GroupWindow::takeBatch(std::vector<LoadedTrack> batch) {
 
 void GroupWindow::loadEnded(std::vector<OpenFailure> failures) {
   loader_.reset();
+  showLoaded();
   loadDone_ += failures.size();
   loadFailures_.insert(loadFailures_.end(), failures.begin(), failures.end());
   if (!pendingPaths_.empty()) {

@@ -6,6 +6,7 @@
 
 #include <QPointer>
 #include <QString>
+#include <QTimer>
 #include <functional>
 #include <memory>
 #include <string>
@@ -115,6 +116,7 @@ class GroupWindow : public DocumentWindow, private UpdateObserver {
 
   void startLoading(std::vector<std::string> paths);
   void takeBatch(std::vector<LoadedTrack> batch);
+  void showLoaded();
   void loadEnded(std::vector<OpenFailure> failures);
   void removeSelectedTracks();
   void openTrackAt(const QModelIndex& index);
@@ -149,6 +151,7 @@ class GroupWindow : public DocumentWindow, private UpdateObserver {
   bool closeConfirmed_ = false;
   bool refreshing_ = false;
   bool undoWasActive_ = false;
+  QTimer shownSoon_;
 
   std::vector<SlotWidgets> slots_;
   std::vector<QCheckBox*> changeBoxes_;  // by GroupField
