@@ -172,7 +172,8 @@ GroupLoader::~GroupLoader() {
 }
 
 void GroupLoader::start() {
-  const size_t chunks = (paths_.size() + batchSize_ - 1) / batchSize_;
+  size_t chunks = 0;
+  while (batchStart(chunks) < paths_.size()) ++chunks;
   const int count = static_cast<int>(std::min<size_t>(static_cast<size_t>(jobs_), std::max<size_t>(chunks, 1)));
   {
     std::lock_guard lock(mutex_);
@@ -181,14 +182,20 @@ void GroupLoader::start() {
   for (int i = 0; i < count; ++i) workers_.emplace_back([this] { work(); });
 }
 
+size_t GroupLoader::batchStart(size_t index) const {
+  const size_t first = std::min(batchSize_, kFirstBatch);
+  const size_t start = index == 0 ? 0 : first + (index - 1) * batchSize_;
+  return std::min(start, paths_.size());
+}
+
 void GroupLoader::work() {
   lowerCurrentThreadPriority();
   for (;;) {
     const size_t index = nextChunk_++;
-    const size_t first = index * batchSize_;
+    const size_t first = batchStart(index);
     if (stop_ || first >= paths_.size()) break;
     Chunk chunk;
-    const size_t end = std::min(paths_.size(), first + batchSize_);
+    const size_t end = batchStart(index + 1);
     for (size_t i = first; i < end && !stop_; ++i) {
       std::string cause;
       try {

@@ -85,7 +85,10 @@ class GroupLoader {
   void stop() noexcept { stop_ = true; }
   bool stopped() const noexcept { return stop_; }
 
-  static constexpr size_t kDefaultBatch = 32;
+  // Every hand-over costs the window's thread about the same whatever its
+  // size, so batches are large; the first is small, so that rows show at once.
+  static constexpr size_t kDefaultBatch = 256;
+  static constexpr size_t kFirstBatch = 32;
 
  private:
   struct Chunk {
@@ -93,6 +96,8 @@ class GroupLoader {
     std::vector<OpenFailure> failures;
   };
   void work();
+  // The first path of batch `index`; the paths' count past the last one.
+  size_t batchStart(size_t index) const;
   void handOver(size_t index, Chunk chunk);
 
   std::vector<std::string> paths_;
