@@ -134,6 +134,20 @@ TEST(GroupTracksTest, LoadingKeepsThePathOrderAndTellsFailuresOnce) {
   }
 }
 
+TEST(GroupTracksTest, TheFirstBatchIsSmallSoRowsShowAtOnce) {
+  TempDir dir;
+  std::vector<std::string> paths;
+  for (int i = 0; i < 100; ++i) paths.push_back(dir.write(std::to_string(i) + ".mp3", test::sampleMp3("B")));
+  Received received;
+  {
+    GroupLoader loader(paths, 1, received.deliver(), received.finished(), 60);
+    loader.start();
+    received.wait();
+  }
+  const size_t first = GroupLoader::kFirstBatch;
+  EXPECT_EQ(received.batchSizes, (std::vector<size_t>{first, 60, 100 - 60 - first}));
+}
+
 TEST(GroupTracksTest, PicturesAreCountedThenDropped) {
   TempDir dir;
   const Bytes tag = test::Id3v2Builder(3)
