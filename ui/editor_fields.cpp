@@ -5,7 +5,9 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QGridLayout>
+#include <QDragEnterEvent>
 #include <QKeyEvent>
+#include <QMimeData>
 #include <QLabel>
 #include <QMenu>
 #include <QStyle>
@@ -46,7 +48,31 @@ QString fieldTooltip(EditorField field) {
   }
 }
 
+// Files dropped on the editor open as tracks, wherever they land; a field
+// takes only text.
+bool carriesFiles(const QDropEvent* event) { return event->mimeData()->hasUrls(); }
+
 }  // namespace
+
+void UndoLineEdit::dragEnterEvent(QDragEnterEvent* event) {
+  if (carriesFiles(event)) return event->ignore();
+  QLineEdit::dragEnterEvent(event);
+}
+
+void UndoLineEdit::dragMoveEvent(QDragMoveEvent* event) {
+  if (carriesFiles(event)) return event->ignore();
+  QLineEdit::dragMoveEvent(event);
+}
+
+void UndoTextView::dragEnterEvent(QDragEnterEvent* event) {
+  if (carriesFiles(event)) return event->ignore();
+  QPlainTextEdit::dragEnterEvent(event);
+}
+
+void UndoTextView::dragMoveEvent(QDragMoveEvent* event) {
+  if (carriesFiles(event)) return event->ignore();
+  QPlainTextEdit::dragMoveEvent(event);
+}
 
 UndoLineEdit::UndoLineEdit(QWidget* parent) : QLineEdit(parent) {
   // Typing, pasting and input methods alike.
@@ -195,6 +221,7 @@ void EditorFields::makeField(const EditorFieldInfo& info) {
       if (field == EditorField::Genre) {
         combo->setEditable(true);
         combo->setInsertPolicy(QComboBox::NoInsert);
+        combo->lineEdit()->setAcceptDrops(false);
         connect(combo, &QComboBox::editTextChanged, this, [this, field](const QString& text) {
           if (!filling_) emit edited(field, text);
         });
@@ -253,6 +280,19 @@ void EditorFields::makeField(const EditorFieldInfo& info) {
   grid->addWidget(label, row, 0, info.kind == FieldKind::MultiLine ? Qt::AlignTop : Qt::Alignment());
   grid->addWidget(control, row, 1);
   grid->addWidget(quick, row, 2, Qt::AlignTop);
+}
+
+QList<QWidget*> EditorFields::focusOrder(EditorTab tab) const {
+  QList<QWidget*> order;
+  if (tab == EditorTab::Podcast) order << podcast_;
+  if (tab == EditorTab::User) order << userPodcast_;
+  for (const EditorFieldInfo& info : editorFields()) {
+    if (info.tab != tab) continue;
+    order << control(info.field) << quickListButton(info.field);
+    if (info.field == EditorField::Sets) order << rating_ << compilation_;
+  }
+  if (tab == EditorTab::Extended) order << advisory_;
+  return order;
 }
 
 void EditorFields::show(const EditorValues& values) {

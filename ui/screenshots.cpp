@@ -41,6 +41,8 @@ void renderEditor(DocumentController& controller, const QString& folder, const Q
     auto* window = qobject_cast<TrackWindow*>(controller.frontWindow());
     if (window == nullptr) continue;
     const QString name = QStringLiteral("editor-style-%1").arg(layout);
+    // Tall enough to show both tags without scrolling.
+    window->resize(window->width(), 1080);
     if (layout != 0) {
       keep(save(window, folder, name));
       window->close();

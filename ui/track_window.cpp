@@ -13,6 +13,7 @@
 #include <QMenuBar>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QScrollArea>
 #include <QSplitter>
 #include <QStatusBar>
 #include <QTabWidget>
@@ -192,11 +193,17 @@ void TrackWindow::buildWindow() {
   picture_ = new PicturePanel(preferences_, questions_, this);
   lyricsPage_ = fields_->page(EditorTab::Lyrics);
 
-  auto* tags = new QWidget(this);
-  auto* tagsColumn = new QVBoxLayout(tags);
+  // Scrolled rather than cut on a small or scaled screen.
+  auto* tags = new QScrollArea(this);
+  tags->setObjectName(QStringLiteral("tagSections"));
+  tags->setWidgetResizable(true);
+  tags->setFrameShape(QFrame::NoFrame);
+  auto* sections = new QWidget(tags);
+  auto* tagsColumn = new QVBoxLayout(sections);
   tagsColumn->setContentsMargins(0, 0, 0, 0);
   tagsColumn->addWidget(v2Box_, 3);
   tagsColumn->addWidget(v1Box_, 1);
+  tags->setWidget(sections);
   layOut();
   if (layoutStyle_ == 1) {
     auto* split = new QSplitter(Qt::Horizontal, central);
@@ -272,7 +279,19 @@ void TrackWindow::buildWindow() {
   connect(v2Box_, &QGroupBox::clicked, this, [this](bool on) {
     edit(on ? tr("Enable V2 Tag") : tr("Disable V2 Tag"), [on](EditorValues& v) { v.v2Enabled = on; });
   });
-  resize(layoutStyle_ == 1 ? QSize(1100, 760) : layoutStyle_ == 2 ? QSize(620, 700) : QSize(720, 760));
+  // Tab goes as the eye reads: the V2 section above the V1 section, each
+  // page row by row, then the buttons of the window.
+  QList<QWidget*> order = {v2Box_, v2Tabs_};
+  for (int tab = 0; tab < v2Tabs_->count(); ++tab) {
+    QWidget* page = v2Tabs_->widget(tab);
+    for (EditorTab kind : {EditorTab::Standard, EditorTab::Extended, EditorTab::Podcast, EditorTab::User})
+      if (page == fields_->page(kind)) order << fields_->focusOrder(kind);
+  }
+  order << copyV2ToV1_ << fileNameV2_ << v1Box_ << fields_->focusOrder(EditorTab::V1) << copyV1ToV2_ << fileNameV1_
+        << previous_ << next_ << closeTrack_ << defaults_ << update_;
+  for (qsizetype i = 1; i < order.size(); ++i) setTabOrder(order[i - 1], order[i]);
+  resize(layoutStyle_ == 1 ? QSize(1100, 760) : layoutStyle_ == 2 ? QSize(620, 700) : QSize(560, 760));
+  fields_->control(EditorField::Title)->setFocus();
 }
 
 void TrackWindow::layOut() {

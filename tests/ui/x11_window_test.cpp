@@ -284,6 +284,37 @@ class X11WindowTest : public QObject {
     }
   }
 
+  // The editor's fields, from the keyboard alone: Tab goes down the page as it
+  // reads, and a label's mnemonic reaches its field.
+  void theEditorTabsThroughItsFieldsInVisualOrder() {
+    QVERIFY(rig_->controller.openFiles({rig_->track("keys.mp3", "Keys")}));
+    ui::DocumentWindow* window = rig_->controller.frontWindow();
+    QVERIFY(showAt(window, {60, 40}));
+    const QStringList order = {QStringLiteral("mT2Track"), QStringLiteral("mT2Tracks"), QStringLiteral("mT2Title"),
+                               QStringLiteral("mT2Artist"), QStringLiteral("mT2Album"), QStringLiteral("mT2Year"),
+                               QStringLiteral("mT2Genre"), QStringLiteral("mT2Comment"), QStringLiteral("mT2Composer")};
+    const auto focused = [window] {
+      for (QWidget* w = QApplication::focusWidget(); w != nullptr && w != window; w = w->parentWidget())
+        if (w->objectName().startsWith(QStringLiteral("mT"))) return w->objectName();
+      return QString();
+    };
+    findByName<QWidget>(window, "mT2Track")->setFocus();
+    QTRY_COMPARE(focused(), order.first());
+    QPoint before = findByName<QWidget>(window, "mT2Track")->mapToGlobal(QPoint());
+    for (qsizetype i = 1; i < order.size(); ++i) {
+      input_->tap({FakeInput::kTab});
+      input_->send();
+      QTRY_COMPARE(focused(), order[i]);
+      const QPoint at = findByName<QWidget>(window, qPrintable(order[i]))->mapToGlobal(QPoint());
+      QVERIFY2(at.y() > before.y() || (at.y() == before.y() && at.x() > before.x()), qPrintable(order[i]));
+      before = at;
+    }
+    // Alt+I: "T&itle:" takes the keyboard to the title.
+    input_->tap({FakeInput::kAlt, 0x0069});
+    input_->send();
+    QTRY_COMPARE(focused(), QStringLiteral("mT2Title"));
+  }
+
   void theFileMenuOpensAndItsOpenAsksForTracks_data() {
     QTest::addColumn<Way>("way");
     QTest::newRow("by mouse") << Way::Mouse;
