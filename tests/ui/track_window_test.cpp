@@ -8,6 +8,7 @@
 #include <QCheckBox>
 #include <QClipboard>
 #include <QComboBox>
+#include <QFile>
 #include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>
@@ -41,6 +42,17 @@ std::u16string storedTitle(const std::string& path) {
   TrackFile file = openTrackFile(path, kScanQuick);
   return file.opened() ? file.track->tagData.title.toU16() : u"(unreadable)";
 }
+
+// A V1 save that does not verify, or a file that cannot be made writable.
+class FailingWriter : public TrackWriter {
+ public:
+  int saveV1(ID3Tag& track, bool removeApe, bool keepDates, bool trim) override {
+    const int result = TrackWriter::saveV1(track, removeApe, keepDates, trim);
+    return unverifiedV1 ? 7 : result;
+  }
+  bool makeWritable(const std::string&) override { return false; }
+  bool unverifiedV1 = false;
+};
 
 // Holds the V2 save until the test lets it go, and notes where it ran.
 class HeldWriter : public TrackWriter {
@@ -273,6 +285,8 @@ class TrackWindowTest : public QObject {
     QTest::newRow("AIFF, no question") << true << "" << "" << true;
     QTest::newRow("read only, yes") << false << "Updating a read only or locked file" << "Yes" << true;
     QTest::newRow("read only, no") << false << "Updating a read only or locked file" << "No" << false;
+    QTest::newRow("V1 not verified, go on") << false << "Verification of the updated V1 tag failed" << "Yes" << true;
+    QTest::newRow("V1 not verified, stop") << false << "Verification of the updated V1 tag failed" << "No" << false;
     QTest::newRow("loss, yes") << false << "Updating this track will result in the loss of the tag field 'Release time'"
                                << "Yes" << true;
     QTest::newRow("loss, no") << false << "Updating this track will result in the loss of the tag field 'Release time'"
@@ -287,13 +301,17 @@ class TrackWindowTest : public QObject {
     const std::string path = aiff ? dir_->write("a.aif", sampleAiff("Alpha")) : mp3("a.mp3", "Alpha");
     if (question.contains(QStringLiteral("loss"))) preferences_->setIntPreferenceNamed(prefs::kTag2Version.key, 3);
     if (!question.isEmpty()) questions_.answer(question.toStdString(), answer.toStdString());
-    QVERIFY(open({path}));
+    FailingWriter writer;
+    writer.unverifiedV1 = question.startsWith(QStringLiteral("Verification"));
+    QVERIFY(open({path}, writer.unverifiedV1 ? &writer : nullptr));
     // As a file opened without the right to write it (root may write anything).
     if (question.startsWith(QStringLiteral("Updating a read only"))) window_->tracks().current().readOnly = true;
     type("mT2Title", QStringLiteral("Omega"));
     if (question.contains(QStringLiteral("loss"))) type("mT2ReleaseTime", QStringLiteral("2007-05-03"));
     find<QPushButton>("updateButton")->click();
     QVERIFY(waitIdle());
+    // A V1 tag that did not verify is on the file; the V2 tag is written
+    // only when the user goes on.
     QCOMPARE(storedTitle(path), written ? u"Omega" : u"Alpha");
     QCOMPARE(questions_.asked.size(), question.isEmpty() ? 0u : 1u);
     // The window shows the file as it now is, with nothing left to save; a
@@ -301,6 +319,39 @@ class TrackWindowTest : public QObject {
     QCOMPARE(line("mT2Title")->text(), QStringLiteral("Omega"));
     QCOMPARE(window_->isWindowModified(), !written);
     if (written && !aiff) QCOMPARE(*preferences_->getRecentList("V2 artist"), std::vector<std::string>{"Tester"});
+  }
+
+  void aFileThatStaysReadOnlyIsToldAndKept() {
+    FailingWriter writer;
+    const std::string path = mp3("a.mp3", "Alpha");
+    QVERIFY(open({path}, &writer));
+    window_->tracks().current().readOnly = true;
+    window_->showTrackAt(0);
+    QVERIFY(window_->windowTitle().startsWith(QStringLiteral("a.mp3 [read only]")));
+    type("mT2Title", QStringLiteral("Omega"));
+    questions_.answer("Updating a read only or locked file", "Yes");
+    find<QPushButton>("updateButton")->click();
+    QVERIFY(waitIdle());
+    QCOMPARE(questions_.asked.back().title, std::string("Failed to make the file writable"));
+    QCOMPARE(questions_.asked.back().message, "Could not remove the read only or locked state of the file '" + path + "'.");
+    QCOMPARE(storedTitle(path), u"Alpha");
+  }
+
+  void theWindowFrameIsKeptAndExportsWrite() {
+    const std::string path = mp3("a.mp3", "Alpha");
+    QVERIFY(open({path}));
+    window_->resize(640, 610);
+    window_->close();
+    window_.release();  // closed windows delete themselves
+    QVERIFY(!preferences_->getWindowPosition().empty());
+    QVERIFY(open({path}));
+    QCOMPARE(window_->size(), QSize(640, 610));
+    for (bool xml : {true, false}) {
+      const std::string target = dir_->path() + (xml ? "/a.xml" : "/a.csv");
+      QVERIFY(window_->exportAs(xml, QString::fromStdString(target)));
+      QFile file(QString::fromStdString(target));
+      QVERIFY(file.open(QIODevice::ReadOnly) && file.readAll().contains("Alpha"));
+    }
   }
 
   void movesThroughASetOfTracks_data() {
