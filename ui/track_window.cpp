@@ -365,7 +365,8 @@ void TrackWindow::edit(const QString& name, const std::function<void(EditorValue
 void TrackWindow::showValues(const EditorValues& values) {
   values_ = values;
   fields_->show(values_);
-  picture_->showPictures(*values_.pictures);
+  // The pictures are shared between undo steps: only a new list is shown anew.
+  if (std::exchange(shownPictures_, values_.pictures) != values_.pictures) picture_->showPictures(*values_.pictures);
   showEnables();
 }
 

@@ -5,11 +5,13 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QBuffer>
 #include <QCheckBox>
 #include <QClipboard>
 #include <QComboBox>
 #include <QFile>
 #include <QGroupBox>
+#include <QImage>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
@@ -29,9 +31,13 @@
 #include "operations/track_writer.h"
 #include "preferences/preference_keys.h"
 #include "preferences/store.h"
+#include "tests/support/id3v2_builder.h"
+#include "tests/support/mp3_file_builder.h"
+#include "tests/support/mpeg_builder.h"
 #include "tests/ui/window_harness.h"
 #include "ui/dialog_questions.h"
 #include "ui/editor_fields.h"
+#include "ui/picture_panel.h"
 #include "ui/shown_path.h"
 #include "ui/track_window.h"
 
@@ -41,6 +47,17 @@ namespace {
 std::u16string storedTitle(const std::string& path) {
   TrackFile file = openTrackFile(path, kScanQuick);
   return file.opened() ? file.track->tagData.title.toU16() : u"(unreadable)";
+}
+
+// A small picture that decodes, in a format Qt writes ("JPEG", "PNG").
+Bytes imageBytes(const char* format) {
+  QImage image(8, 8, QImage::Format_RGB32);
+  image.fill(Qt::darkCyan);
+  QByteArray bytes;
+  QBuffer buffer(&bytes);
+  buffer.open(QIODevice::WriteOnly);
+  image.save(&buffer, format);
+  return Bytes(bytes.begin(), bytes.end());
 }
 
 // A V1 save that does not verify, or a file that cannot be made writable.
@@ -352,6 +369,52 @@ class TrackWindowTest : public QObject {
       QFile file(QString::fromStdString(target));
       QVERIFY(file.open(QIODevice::ReadOnly) && file.readAll().contains("Alpha"));
     }
+  }
+
+  // Two pictures paged through, one retyped and described, one added from a
+  // file, one removed; the save keeps what the panel shows.
+  void picturesArePagedEditedAndSaved() {
+    const std::string path = dir_->write(
+        "p.mp3", mp3File({Id3v2Builder(3)
+                              .text("TIT2", Enc::Latin1, "Pictures")
+                              .frame(pictureFrame(Enc::Latin1, "image/jpeg", 3, "front", imageBytes("JPEG")))
+                              .frame(pictureFrame(Enc::Latin1, "image/png", 4, "back", imageBytes("PNG")))
+                              .build(),
+                          cbrStream(MpegHeader{}, 20), {}, {}}));
+    QVERIFY(open({path}));
+    QCOMPARE(find<QLabel>("pictureIndex")->text(), QStringLiteral("1 of 2"));
+    find<QPushButton>("nextPictureButton")->click();
+    QCOMPARE(find<QLabel>("pictureIndex")->text(), QStringLiteral("2 of 2"));
+    QCOMPARE(find<QComboBox>("pictureType")->currentText(), QStringLiteral("Back cover"));
+    auto* description = find<QLineEdit>("pictureDescription");
+    description->selectAll();
+    QTest::keyClicks(description, QStringLiteral("sleeve"));
+    QCOMPARE(window_->undoStack()->undoText(), QStringLiteral("Picture Description"));
+
+    const QString added = QString::fromStdString(dir_->path() + "/added.png");
+    QImage image(8, 8, QImage::Format_RGB32);
+    image.fill(Qt::red);
+    QVERIFY(image.save(added, "PNG"));
+    auto* panel = findByName<ui::PicturePanel>(window_.get(), "picturePanel");
+    panel->setImageChooser([added](QWidget*) { return added; });
+    find<QPushButton>("addImageButton")->click();
+    QCOMPARE(find<QLabel>("pictureIndex")->text(), QStringLiteral("3 of 3"));  // added at the end
+    find<QPushButton>("previousPictureButton")->click();
+    find<QPushButton>("previousPictureButton")->click();
+    find<QPushButton>("removeImageButton")->click();
+    QCOMPARE(find<QLabel>("pictureIndex")->text(), QStringLiteral("1 of 2"));
+
+    find<QPushButton>("updateButton")->click();
+    QVERIFY(waitIdle());
+    TrackFile file = openTrackFile(path, kScanQuick);
+    QVERIFY(file.opened());
+    const PicDataArray& saved = file.track->tagData.picdata;
+    QCOMPARE(saved.size(), 2u);
+    QCOMPARE(saved[0].description.toU16(), u"sleeve");
+    QCOMPARE(saved[0].pictureType, uint8_t{4});
+    QCOMPARE(saved[1].pictureSubtype, std::string("png"));
+    window_->undoStack()->undo();  // nothing to undo after a save reloads
+    QCOMPARE(find<QLabel>("pictureIndex")->text(), QStringLiteral("1 of 2"));
   }
 
   void movesThroughASetOfTracks_data() {
