@@ -92,6 +92,8 @@ PreferencesWindow::PreferencesWindow(PreferencesController& preferences, Questio
   buttons->addWidget(close);
   layout->addLayout(buttons);
 
+  // Sized by the text it shows, so it opens alike at any scale.
+  resize(fontMetrics().averageCharWidth() * 100, fontMetrics().lineSpacing() * 36);
   preferences_.setLoadPreferencesHandler([this] { loadPreferences(); });
   loadPreferences();
 }
