@@ -95,6 +95,7 @@ QWidget* PreferencesWindow::buildDefaultsPage() {
       auto* value = new QCheckBox(tr("Part of a compilation"));
       value->setObjectName(qtext(control.objectName));
       value->setAccessibleName(value->text());
+      value->setToolTip(tr("Whether the set marks the track as part of a compilation."));
       connect(value, &QCheckBox::toggled, this, [this, row](bool on) {
         if (!loading_) stored(saveDefaultOn(preferences_, *row, defaultSet_->currentIndex(), on));
       });
@@ -104,6 +105,7 @@ QWidget* PreferencesWindow::buildDefaultsPage() {
       auto* value = new QLineEdit;
       value->setObjectName(qtext(control.objectName));
       value->setAccessibleName(use->text());
+      value->setToolTip(tr("What the set puts in the field when its box is checked."));
       connect(value, &QLineEdit::textEdited, this, [this, row](const QString& text) {
         stored(saveDefaultText(preferences_, *row, defaultSet_->currentIndex(), utf8(text)));
       });
@@ -126,7 +128,6 @@ QWidget* PreferencesWindow::buildDefaultsPage() {
   defaultPicture_ = new DragImageView;
   defaultPicture_->setObjectName(QStringLiteral("mDefaultPictureWell"));
   defaultPicture_->setAccessibleName(tr("Default picture"));
-  defaultPicture_->setToolTip(tr("Drop or paste a picture here; Delete removes it."));
   defaultPicture_->setMinimumSize(128, 128);
   defaultPicture_->setFocusPolicy(Qt::StrongFocus);
   defaultPicture_->setConversionQuestions(&questions_);

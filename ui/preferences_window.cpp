@@ -250,6 +250,8 @@ QWidget* PreferencesWindow::buildEditingPage() {
     auto* radio = new QRadioButton(qtext(editorStyleLabel(static_cast<EditorStyle>(i))));
     radio->setObjectName(QString::fromLatin1(names[i]));
     radio->setAccessibleName(radio->text());
+    radio->setToolTip(
+        tr("How the track editor lays out its picture and lyrics; windows opened from now on follow it."));
     styleRadios_[i] = radio;
     styleLayout->addWidget(radio);
     connect(radio, &QRadioButton::toggled, this, [this](bool on) {

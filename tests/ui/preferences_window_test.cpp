@@ -3,12 +3,14 @@
 // answer as asked, the genre lists reorder by keyboard and by dropping, the
 // default sets keep their fields and picture, and a broken file is said once.
 
+#include <QAbstractButton>
 #include <QAction>
 #include <QBuffer>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDropEvent>
 #include <QFile>
+#include <QFileInfo>
 #include <QImage>
 #include <QJsonObject>
 #include <QLabel>
@@ -21,6 +23,7 @@
 #include <QSpinBox>
 #include <memory>
 
+#include "engine/log.h"
 #include "operations/name_preview.h"
 #include "preferences/json_settings_format.h"
 #include "preferences/preference_controls.h"
@@ -172,6 +175,25 @@ class PreferencesWindowTest : public QObject {
     writeJson(path_, {{key, row.defaultOn}});
     open();
     QCOMPARE(child<QCheckBox>(row.objectName.data())->isChecked(), row.defaultOn);
+  }
+
+  // Read out by a screen reader, and explained when the pointer rests on it.
+  void everyControlHasANameAndATip() {
+    open();
+    QStringList missing;
+    for (QWidget* widget : window_->findChildren<QWidget*>()) {
+      const bool control = qobject_cast<QAbstractButton*>(widget) || qobject_cast<QLineEdit*>(widget) ||
+                           qobject_cast<QComboBox*>(widget) || qobject_cast<QSpinBox*>(widget) ||
+                           qobject_cast<QListWidget*>(widget);
+      // Ours are named m...; Qt names the parts of its own widgets.
+      const QString name = widget->objectName();
+      if (!control || name.size() < 2 || name[0] != QLatin1Char('m') || !name[1].isUpper()) continue;
+      auto* button = qobject_cast<QAbstractButton*>(widget);
+      const bool named = !widget->accessibleName().isEmpty() || (button && !button->text().isEmpty());
+      if (!named || widget->toolTip().isEmpty()) missing.append(widget->objectName());
+    }
+    missing.removeAll(QStringLiteral("mCloseButton"));  // says what it does
+    QVERIFY2(missing.isEmpty(), qPrintable(missing.join(QLatin1Char(' '))));
   }
 
   void theOtherControlsWriteTheirKeys_data() {
@@ -463,6 +485,43 @@ class PreferencesWindowTest : public QObject {
     QCOMPARE(questions_.asked.size(), size_t{1});
     QVERIFY(questions_.asked[0].message.find("could not be saved") != std::string::npos);
     QVERIFY(preferences.isCopyTrackSet());  // kept for as long as the program runs
+  }
+
+  void aChosenPictureFileIsTakenAndAnythingElseRefused_data() {
+    QTest::addColumn<bool>("picture");
+    QTest::newRow("a PNG file") << true;
+    QTest::newRow("a text file") << false;
+  }
+
+  void aChosenPictureFileIsTakenAndAnythingElseRefused() {
+    QFETCH(bool, picture);
+    open();
+    const Bytes bytes = picture ? pngPicture() : Bytes{'n', 'o', 't', 'e', 's'};
+    const QString chosen = QString::fromStdString(dir_->write(picture ? "cover.png" : "notes.txt", bytes));
+    window_->setPictureChooser([chosen](QWidget*) { return chosen; });
+    child<QPushButton>("mChooseDefaultPictureButton")->click();
+    QFile stored(QString::fromStdString(preferences_->defaultPicturePath(0)));
+    QCOMPARE(stored.exists(), picture);
+    QCOMPARE(questions_.asked.size(), picture ? size_t{0} : size_t{1});
+    if (!picture) QCOMPARE(questions_.asked[0].title, std::string("Default image"));
+  }
+
+  void theLogPageOpensTheLogsFolder() {
+    open();
+    QString opened;
+    window_->setLogFolderOpener([&opened](const QString& folder) { opened = folder; });
+    child<QPushButton>("mOpenLogFolderButton")->click();
+    QCOMPARE(opened, QFileInfo(QString::fromStdString(DefaultLogPath())).absolutePath());
+    QVERIFY(QFileInfo(opened).isDir());
+  }
+
+  void thePreviewNamesTheFrontTrack() {
+    ControllerRig rig;
+    QVERIFY(rig.controller.openFiles({rig.track("first.mp3", "First light")}));
+    ui::PreferencesWindow* window = rig.controller.showPreferences();
+    const QString shown = findByName<QLabel>(window, "mToFileNamePreview")->text();
+    QVERIFY2(shown.endsWith(QStringLiteral("First light.mp3")), qPrintable(shown));
+    QVERIFY(findByName<QLabel>(window, "mFromFileNamePreview")->text().startsWith(QStringLiteral("first.mp3 → ")));
   }
 
   void theMenuItemOpensOneWindowAndRaisesIt() {
