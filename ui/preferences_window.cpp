@@ -28,6 +28,7 @@
 #include "operations/preferences_actions.h"
 #include "operations/questions.h"
 #include "preferences/control_mappings.h"
+#include "preferences/handler_guard.h"
 #include "preferences/preference_controls.h"
 #include "preferences/preferences_controller.h"
 #include "preferences/settings_file_store.h"
@@ -272,12 +273,12 @@ QWidget* PreferencesWindow::buildLogPage() {
   auto* form = new QFormLayout;
   logLevel_ = new QComboBox;
   logLevel_->setObjectName(QStringLiteral("mLogLevelPopUp"));
-  logLevel_->setToolTip(
-      tr("How much the log records, from failures only to every step; takes effect at the next start."));
+  logLevel_->setToolTip(tr("How much the log records, from failures only to every step."));
   for (std::string_view item : kLogLevelItems) logLevel_->addItem(qtext(item));
   connect(logLevel_, &QComboBox::currentIndexChanged, this, [this](int index) {
     if (loading_ || index < 0) return;
     preferences_.setIntPreferenceNamed(prefs::kLogLevel.key, index);
+    SetLogLevel(static_cast<unsigned>(index));
     stored(preferences_.synchronize());
   });
   form->addRow(buddyLabel(tr("Log &level:"), logLevel_), logLevel_);
@@ -331,6 +332,12 @@ void PreferencesWindow::buildResetButton(QLayout* layout) {
 }
 
 void PreferencesWindow::loadPreferences() {
+  guarded("PreferencesController", "lp", [this] { fillControls(); });
+  loading_ = false;
+  refreshPreviews();
+}
+
+void PreferencesWindow::fillControls() {
   loading_ = true;
   // Takes in what another process wrote since.
   const bool readable = preferences_.synchronize();
@@ -354,7 +361,6 @@ void PreferencesWindow::loadPreferences() {
   loadGenreLists();
   loadDefaultSet();
   loading_ = false;
-  refreshPreviews();
   if (!readable && !toldStoreProblem_) {
     toldStoreProblem_ = true;
     tell(questions_, std::string(kStoreProblemTitle), std::string(kNotSavedMessage));

@@ -90,6 +90,7 @@ class PreferencesWindow : public QWidget {
   QWidget* buildFormatGroup(bool toFileName);
   void buildResetButton(QLayout* layout);
 
+  void fillControls();
   void loadGenreLists();
   void loadDefaultSet();
   void storeUserGenres(const std::vector<std::string>& names, const std::vector<int>& selected);

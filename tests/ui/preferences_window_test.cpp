@@ -230,6 +230,7 @@ class PreferencesWindowTest : public QObject {
     QVariantMap expected{{QStringLiteral("Tag 2 version"), 4}};
     expected[key] = stored;
     QCOMPARE(file(), expected);
+    if (key == QLatin1String("Log level")) QCOMPARE(GetLogLevel(), 3u);  // the log follows at once
   }
 
   void valuesInTheFileShowAndAWrongTypeIsRepairedOnlyByItsControl() {
