@@ -189,13 +189,13 @@ QWidget* PreferencesWindow::buildFormatGroup(bool toFileName) {
     layout->addWidget(radios[i]);
     connect(radios[i], &QRadioButton::clicked, this, [this, toFileName, i] { formatTypeChosen(toFileName, i == 1); });
   }
-  const TextControl& control = kTextControls[toFileName ? 0 : 1];
+  const TextControl* control = &kTextControls[toFileName ? 0 : 1];
   auto* field = new QLineEdit;
-  field->setObjectName(qtext(control.objectName));
-  field->setToolTip(qtext(control.toolTip));
+  field->setObjectName(qtext(control->objectName));
+  field->setToolTip(qtext(control->toolTip));
   field->setPlaceholderText(tr("e.g. %A - %N %T"));
   connect(field, &QLineEdit::textEdited, this,
-          [this, &control](const QString& text) { stored(saveText(preferences_, control, utf8(text))); });
+          [this, control](const QString& text) { stored(saveText(preferences_, *control, utf8(text))); });
   textFields_.push_back(field);
   auto* form = new QFormLayout;
   form->addRow(buddyLabel(toFileName ? tr("&Format:") : tr("F&ormat:"), field), field);
@@ -226,12 +226,12 @@ QWidget* PreferencesWindow::buildNamingPage() {
   addCheckBoxes(layout, static_cast<int>(PreferencePage::Naming));
   layout->addWidget(buildFormatGroup(true));
   layout->addWidget(buildFormatGroup(false));
-  const TextControl& control = kTextControls[2];
+  const TextControl* control = &kTextControls[2];
   auto* path = new QLineEdit;
-  path->setObjectName(qtext(control.objectName));
-  path->setToolTip(qtext(control.toolTip));
+  path->setObjectName(qtext(control->objectName));
+  path->setToolTip(qtext(control->toolTip));
   connect(path, &QLineEdit::textEdited, this,
-          [this, &control](const QString& text) { stored(saveText(preferences_, control, utf8(text))); });
+          [this, control](const QString& text) { stored(saveText(preferences_, *control, utf8(text))); });
   textFields_.push_back(path);
   auto* form = new QFormLayout;
   form->addRow(buddyLabel(tr("Default &folder:"), path), path);
