@@ -124,17 +124,15 @@ QWidget* PreferencesWindow::buildGenresPage() {
   auto* page = new QWidget;
   auto* layout = new QVBoxLayout(page);
 
-  auto* quick = new QHBoxLayout;
-  auto* lists = new QVBoxLayout;
-  addCheckBoxes(lists, static_cast<int>(PreferencePage::Genres));
-  quick->addLayout(lists);
+  auto* quick = new QVBoxLayout;
+  addCheckBoxes(quick, static_cast<int>(PreferencePage::Genres));
   auto* clear = new QPushButton(tr("&Clear previous entry lists…"));
   clear->setObjectName(QStringLiteral("mClearQuickListsButton"));
   clear->setToolTip(tr("Removes the previously used entries of every field but the artist URL and podcast fields."));
   connect(clear, &QPushButton::clicked, this, [this] {
     if (clearQuickListsSelected(preferences_, questions_)) stored(true);
   });
-  quick->addWidget(clear, 0, Qt::AlignTop);
+  quick->addWidget(clear, 0, Qt::AlignLeft);
   layout->addLayout(quick);
 
   auto* genres = new QHBoxLayout;

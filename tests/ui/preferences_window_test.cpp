@@ -21,7 +21,10 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QSpinBox>
+#include <QTabWidget>
 #include <memory>
+
+#include <unistd.h>
 
 #include "engine/log.h"
 #include "operations/name_preview.h"
@@ -194,6 +197,37 @@ class PreferencesWindowTest : public QObject {
     }
     missing.removeAll(QStringLiteral("mCloseButton"));  // says what it does
     QVERIFY2(missing.isEmpty(), qPrintable(missing.join(QLatin1Char(' '))));
+  }
+
+  // Within each group of controls Tab goes top to bottom, and left to right
+  // along a row.
+  void tabFollowsTheVisualOrder() {
+    open();
+    // A page is laid out when it is first shown.
+    auto* pages = child<QTabWidget>("mPreferencesTabs");
+    for (int page = 0; page < pages->count(); ++page) {
+      pages->setCurrentIndex(page);
+      QApplication::processEvents();
+    }
+    QList<QWidget*> chain;
+    for (QWidget* w = window_->nextInFocusChain(); w != window_.get(); w = w->nextInFocusChain()) {
+      const QString name = w->objectName();
+      if ((w->focusPolicy() & Qt::TabFocus) && name.size() > 1 && name[0] == QLatin1Char('m') && name[1].isUpper())
+        chain.append(w);
+      QVERIFY(chain.size() < 500);
+    }
+    QVERIFY(chain.size() > 80);  // every page took part
+    for (qsizetype i = 1; i < chain.size(); ++i) {
+      QWidget* before = chain[i - 1];
+      QWidget* after = chain[i];
+      if (before->parentWidget() != after->parentWidget()) continue;
+      const QRect a = before->geometry(), b = after->geometry();
+      const bool below = b.center().y() > a.center().y() + 4;
+      // Side by side, lined up by their middles (a box and its field) or their tops (two lists).
+      const bool rightOnTheRow =
+          (std::abs(b.center().y() - a.center().y()) <= 4 || std::abs(b.top() - a.top()) <= 4) && b.x() > a.x();
+      QVERIFY2(below || rightOnTheRow, qPrintable(before->objectName() + QStringLiteral(" then ") + after->objectName()));
+    }
   }
 
   void theOtherControlsWriteTheirKeys_data() {
@@ -475,6 +509,19 @@ class PreferencesWindowTest : public QObject {
     window_->show();
     QCOMPARE(questions_.asked.size(), size_t{1});
     QCOMPARE(file(), (QVariantMap{{"Copy title", true}}));
+  }
+
+  void aReadOnlySettingsFileIsReadAndTheFailedSaveSaidOnce() {
+    if (geteuid() == 0) QSKIP("the superuser writes read-only files");
+    writeJson(path_, {{"Copy title", true}});
+    QVERIFY(QFile::setPermissions(path_, QFileDevice::ReadOwner));
+    open();
+    QVERIFY(child<QCheckBox>("mCopyTitleCheckBox")->isChecked());
+    child<QCheckBox>("mCopyTrackCheckBox")->click();
+    child<QCheckBox>("mCopyComposerCheckBox")->click();
+    QCOMPARE(questions_.asked.size(), size_t{1});
+    QVERIFY(questions_.asked[0].message.find("could not be saved") != std::string::npos);
+    QCOMPARE(readJson(path_), (QVariantMap{{"Copy title", true}}));
   }
 
   void aStoreThatCannotBeSavedIsSaidOnce() {
