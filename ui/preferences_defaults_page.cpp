@@ -49,9 +49,9 @@ QWidget* PreferencesWindow::buildDefaultsPage() {
     loading_ = false;
     stored(saved);
   });
-  auto* setLabel = new QLabel(tr("S&et:"));
+  auto* setLabel = new QLabel(tr("&Current set:"));
   setLabel->setBuddy(defaultSet_);
-  defaultSet_->setAccessibleName(tr("Set"));
+  defaultSet_->setAccessibleName(tr("Current set"));
   defaultSetName_ = new QLineEdit;
   defaultSetName_->setObjectName(QStringLiteral("mDefaultSetNameField"));
   defaultSetName_->setToolTip(tr("The name the set is listed by; clear it to give the set its standard name back."));

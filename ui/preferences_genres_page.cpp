@@ -142,7 +142,7 @@ QWidget* PreferencesWindow::buildGenresPage() {
   genreList_->setSelectionMode(QAbstractItemView::ExtendedSelection);
   genreList_->setToolTip(tr("Select one or more items and double click to enable/disable the items (disabled items do "
                             "not show in the genre lists for V1 and V2)"));
-  auto* standardLabel = new QLabel(tr("&Standard genres:"));
+  auto* standardLabel = new QLabel(tr("Standard &genres:"));
   standardLabel->setBuddy(genreList_);
   genreList_->setAccessibleName(tr("Standard genres"));
   standard->addWidget(standardLabel);

@@ -234,7 +234,7 @@ QWidget* PreferencesWindow::buildNamingPage() {
           [this, control](const QString& text) { stored(saveText(preferences_, *control, utf8(text))); });
   textFields_.push_back(path);
   auto* form = new QFormLayout;
-  form->addRow(buddyLabel(tr("Default &folder:"), path), path);
+  form->addRow(buddyLabel(tr("Defa&ult folder:"), path), path);
   layout->addLayout(form);
   layout->addStretch();
   return page;
@@ -281,7 +281,7 @@ QWidget* PreferencesWindow::buildLogPage() {
     SetLogLevel(static_cast<unsigned>(index));
     stored(preferences_.synchronize());
   });
-  form->addRow(buddyLabel(tr("Log &level:"), logLevel_), logLevel_);
+  form->addRow(buddyLabel(tr("Log le&vel:"), logLevel_), logLevel_);
   maxLogSize_ = new QSpinBox;
   maxLogSize_->setObjectName(QStringLiteral("mMaxLogSizeField"));
   maxLogSize_->setRange(kMinLogSizeKiB, kMaxLogSizeKiB);

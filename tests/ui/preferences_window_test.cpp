@@ -20,6 +20,7 @@
 #include <QMimeData>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QRegularExpression>
 #include <QSpinBox>
 #include <QTabWidget>
 #include <memory>
@@ -226,7 +227,32 @@ class PreferencesWindowTest : public QObject {
       // Side by side, lined up by their middles (a box and its field) or their tops (two lists).
       const bool rightOnTheRow =
           (std::abs(b.center().y() - a.center().y()) <= 4 || std::abs(b.top() - a.top()) <= 4) && b.x() > a.x();
-      QVERIFY2(below || rightOnTheRow, qPrintable(before->objectName() + QStringLiteral(" then ") + after->objectName()));
+      const QString pair = before->objectName() + QStringLiteral(" then ") + after->objectName();
+      QVERIFY2(below || rightOnTheRow, qPrintable(pair));
+    }
+  }
+
+  // Alt and a letter reaches one control: no two on a page, its tabs or the
+  // buttons under them share a letter.
+  void accessKeysAreUniqueOnEachPage() {
+    open();
+    const auto keyOf = [](const QString& text) {
+      const qsizetype at = text.indexOf(QRegularExpression(QStringLiteral("&[^&]")));
+      return at < 0 ? QChar() : text[at + 1].toLower();
+    };
+    auto* pages = child<QTabWidget>("mPreferencesTabs");
+    QList<QChar> shared;
+    for (int page = 0; page < pages->count(); ++page) shared.append(keyOf(pages->tabText(page)));
+    for (const char* name : {"mResetPopUp", "mCloseButton"}) shared.append(keyOf(child<QPushButton>(name)->text()));
+    for (int page = 0; page < pages->count(); ++page) {
+      QList<QChar> keys = shared;
+      for (QWidget* widget : pages->widget(page)->findChildren<QWidget*>()) {
+        if (auto* label = qobject_cast<QLabel*>(widget)) keys.append(keyOf(label->text()));
+        if (auto* button = qobject_cast<QAbstractButton*>(widget)) keys.append(keyOf(button->text()));
+      }
+      keys.removeAll(QChar());
+      for (QChar key : keys)
+        QVERIFY2(keys.count(key) == 1, qPrintable(pages->tabText(page) + QStringLiteral(": ") + key));
     }
   }
 
