@@ -80,36 +80,6 @@ class UnsavableStore : public MemoryPreferenceStore {
   bool sync() override { return false; }
 };
 
-// An editor's genre box, filled as the editors fill theirs when told that
-// the preferences changed.
-class GenreBoxWindow : public ui::DocumentWindow {
- public:
-  explicit GenreBoxWindow(const PreferencesController& preferences) : preferences_(preferences) {
-    setCentralWidget(&genres_);
-    preferencesChanged();
-  }
-  void preferencesChanged() override {
-    genres_.clear();
-    for (const std::string& name : preferences_.v2GenreList()) genres_.addItem(QString::fromStdString(name));
-  }
-  QStringList genres() const {
-    QStringList names;
-    for (int i = 0; i < genres_.count(); ++i) names.append(genres_.itemText(i));
-    return names;
-  }
-  FrontDocument describe() const override { return {}; }
-  DocumentKind kind() const override { return DocumentKind::SingleTrack; }
-  std::unique_ptr<ID3Tag> tagForCopy() const override { return nullptr; }
-  void setTagData(const ID3Tag&, bool) override {}
-  void clearTagData() override {}
-  bool loadTagDataFromFile(const std::string&) override { return false; }
-  bool saveTagDataToFile(const std::string&) override { return false; }
-
- private:
-  const PreferencesController& preferences_;
-  QComboBox genres_;
-};
-
 }  // namespace
 
 class PreferencesWindowTest : public QObject {
@@ -393,22 +363,29 @@ class PreferencesWindowTest : public QObject {
   }
 
   void userGenresAreEditedAndReorderedAndAnOpenEditorFollows() {
-    open({{"User genre list", QStringList{"Ambient", "Dub", "Folk"}}, {"Replace V2 genre list", true}});
-    GenreBoxWindow editor(*preferences_);
-    window_->setPreferencesChangedHandler([&editor] { editor.preferencesChanged(); });
-    auto* list = child<ui::GenreListView>("mUserGenreList");
-    QCOMPARE(editor.genres(), (QStringList{"Ambient", "Dub", "Folk"}));
+    ControllerRig rig;
+    rig.preferences.setUserGenreList({"Ambient", "Dub", "Folk"});
+    rig.preferences.setBoolPreferenceNamed(prefs::kReplaceV2GenreList.key, true);
+    QVERIFY(rig.controller.openFiles({rig.track("first.mp3", "First light")}));
+    auto* editorGenres = findByName<QComboBox>(rig.controller.frontWindow(), "mT2Genre");
+    QVERIFY(editorGenres);
+    const auto offered = [editorGenres] {
+      QStringList names;
+      for (int i = 0; i < editorGenres->count(); ++i) names.append(editorGenres->itemText(i));
+      return names;
+    };
+    QCOMPARE(offered(), (QStringList{"Ambient", "Dub", "Folk"}));
+    ui::PreferencesWindow* window = rig.controller.showPreferences();
+    auto* list = findByName<ui::GenreListView>(window, "mUserGenreList");
 
     // Alt+Down moves the selection, plain Down only moves the cursor.
     list->selectRows({0});
-    list->setFocus();
     QTest::keyClick(list, Qt::Key_Down, Qt::AltModifier);
-    QCOMPARE(file().value("User genre list").toStringList(), (QStringList{"Dub", "Ambient", "Folk"}));
-    QCOMPARE(editor.genres(), (QStringList{"Dub", "Ambient", "Folk"}));
+    QCOMPARE(offered(), (QStringList{"Dub", "Ambient", "Folk"}));
     QCOMPARE(list->selectedRows(), std::vector<int>{1});
     QTest::keyClick(list, Qt::Key_Up, Qt::AltModifier);
     QTest::keyClick(list, Qt::Key_Up, Qt::AltModifier);  // already at the top
-    QCOMPARE(editor.genres(), (QStringList{"Ambient", "Dub", "Folk"}));
+    QCOMPARE(offered(), (QStringList{"Ambient", "Dub", "Folk"}));
 
     // Dropping "Ambient" and "Dub" below "Folk".
     list->selectRows({0, 1});
@@ -424,34 +401,35 @@ class PreferencesWindowTest : public QObject {
     QApplication::sendEvent(list->viewport(), &drop);
     QVERIFY(drop.isAccepted());
     QCOMPARE(itemsOf(list), (QStringList{"Folk", "Ambient", "Dub"}));
-    QCOMPARE(editor.genres(), (QStringList{"Folk", "Ambient", "Dub"}));
+    QCOMPARE(offered(), (QStringList{"Folk", "Ambient", "Dub"}));
 
     // Rename in place, add, remove.
     list->item(0)->setText(QStringLiteral("Folk Rock"));
-    child<QPushButton>("mAddGenreButton")->click();
+    findByName<QPushButton>(window, "mAddGenreButton")->click();
     list->selectRows({1, 2});
-    child<QPushButton>("mRemoveGenreButton")->click();
-    QCOMPARE(file().value("User genre list").toStringList(), (QStringList{"Folk Rock", "New genre"}));
-    QCOMPARE(editor.genres(), (QStringList{"Folk Rock", "New genre"}));
+    findByName<QPushButton>(window, "mRemoveGenreButton")->click();
+    QCOMPARE(offered(), (QStringList{"Folk Rock", "New genre"}));
     list->item(0)->setText(QStringLiteral("  "));  // a blank name is refused
     QCOMPARE(itemsOf(list), (QStringList{"Folk Rock", "New genre"}));
+    QCOMPARE(rig.preferences.getUserGenreList(), (std::vector<std::string>{"Folk Rock", "New genre"}));
   }
 
   void aDisabledStandardGenreLeavesTheEditorsBoxes() {
-    open();
-    GenreBoxWindow editor(*preferences_);
-    window_->setPreferencesChangedHandler([&editor] { editor.preferencesChanged(); });
-    auto* genres = child<QListWidget>("mGenreList");
+    ControllerRig rig;
+    QVERIFY(rig.controller.openFiles({rig.track("first.mp3", "First light")}));
+    auto* editorGenres = findByName<QComboBox>(rig.controller.frontWindow(), "mT1Genre");
+    QVERIFY(editorGenres && editorGenres->findText(QStringLiteral("Blues")) >= 0);
+    auto* genres = findByName<QListWidget>(rig.controller.showPreferences(), "mGenreList");
     QCOMPARE(genres->count(), 80);
     genres->item(0)->setCheckState(Qt::Unchecked);  // Blues
-    QVERIFY(!editor.genres().contains(QStringLiteral("Blues")));
-    QCOMPARE(file().value("Genre list").toList().at(0).toStringList(), (QStringList{"off", "Blues"}));
+    QCOMPARE(editorGenres->findText(QStringLiteral("Blues")), -1);
+    QCOMPARE(rig.preferences.getGenreList().at(0).state, std::string("off"));
     genres->clearSelection();
     genres->item(0)->setSelected(true);
     genres->item(1)->setSelected(true);
     emit genres->itemDoubleClicked(genres->item(1));  // each selected one switches
-    QVERIFY(editor.genres().contains(QStringLiteral("Blues")));
-    QVERIFY(!editor.genres().contains(QStringLiteral("Classic Rock")));
+    QVERIFY(editorGenres->findText(QStringLiteral("Blues")) >= 0);
+    QCOMPARE(editorGenres->findText(QStringLiteral("Classic Rock")), -1);
   }
 
   void aDefaultSetIsPickedRenamedEditedAndKeepsItsPictureOverARestart() {
