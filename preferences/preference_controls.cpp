@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "engine/text.h"
 #include "preferences/preferences_controller.h"
 
 namespace melos {
@@ -214,6 +215,40 @@ bool saveDefaultText(PreferencesController& preferences, const DefaultFieldContr
 bool saveDefaultOn(PreferencesController& preferences, const DefaultFieldControl& control, int index, bool on) {
   preferences.setBoolPreferenceNamed(preferenceName(control.field.valueKey, index), on);
   return preferences.synchronize();
+}
+
+int storeDefaultSetFromTrack(PreferencesController& preferences, int index, const ID3Tag& track) {
+  const TagData& tag = track.tagData;
+  const auto number = [](uint16_t value) { return value == kUnsetNumber ? std::string() : std::to_string(value); };
+  const std::pair<const DefaultSetField*, std::string> texts[] = {
+      {&kDefaultTitle, tag.title.toUtf8()},
+      {&kDefaultAlbum, tag.album.toUtf8()},
+      {&kDefaultArtist, tag.artist.toUtf8()},
+      {&kDefaultComment, tag.comment.toUtf8()},
+      {&kDefaultComposer, tag.composer.toUtf8()},
+      {&kDefaultCopyright, tag.copyright.toUtf8()},
+      {&kDefaultEncodedBy, latin1ToUtf8(tag.encodedBy)},
+      {&kDefaultGenre, tag.genre.toUtf8()},
+      {&kDefaultTrack, number(tag.track)},
+      {&kDefaultOfTracks, number(tag.tracks)},
+      {&kDefaultOriginalArtist, tag.origArtist.toUtf8()},
+      {&kDefaultUrl, latin1ToUtf8(tag.url)},
+      {&kDefaultYear, latin1ToUtf8(tag.year)},
+  };
+  int taken = 0;
+  for (const auto& [field, text] : texts) {
+    if (text.empty()) continue;
+    preferences.setBoolPreferenceNamed(preferenceName(field->useKey, index), true);
+    preferences.setStringPreferenceNamed(preferenceName(field->valueKey, index), text);
+    ++taken;
+  }
+  if (tag.compilation) {
+    preferences.setBoolPreferenceNamed(preferenceName(kDefaultCompilation.useKey, index), true);
+    preferences.setBoolPreferenceNamed(preferenceName(kDefaultCompilation.valueKey, index), true);
+    ++taken;
+  }
+  preferences.synchronize();
+  return taken;
 }
 
 bool loadUseDefaultPicture(const PreferencesController& preferences, int index) {

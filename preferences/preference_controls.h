@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 
+#include "engine/id3_tag.h"
 #include "preferences/preference_keys.h"
 
 namespace melos {
@@ -104,6 +105,12 @@ bool saveDefaultUse(PreferencesController& preferences, const DefaultFieldContro
 bool saveDefaultText(PreferencesController& preferences, const DefaultFieldControl& control, int index,
                      std::string_view text);
 bool saveDefaultOn(PreferencesController& preferences, const DefaultFieldControl& control, int index, bool on);
+
+// Takes a track's V2 texts into set `index`: each field the track fills gets
+// its value and its "use" box on; the others keep what the set had. The
+// compilation flag is taken only when the track sets it. The count of fields
+// taken.
+int storeDefaultSetFromTrack(PreferencesController& preferences, int index, const ID3Tag& track);
 
 bool loadUseDefaultPicture(const PreferencesController& preferences, int index);
 bool saveUseDefaultPicture(PreferencesController& preferences, int index, bool use);

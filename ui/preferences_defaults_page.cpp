@@ -12,7 +12,9 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include "engine/open_track.h"
 #include "operations/picture_well.h"
+#include "operations/track_file.h"
 #include "operations/questions.h"
 #include "preferences/preference_controls.h"
 #include "preferences/preferences_controller.h"
@@ -32,6 +34,10 @@ QWidget* PreferencesWindow::buildDefaultsPage() {
   choosePicture_ = [](QWidget* parent) {
     return QFileDialog::getOpenFileName(parent, tr("Choose a picture file"), QString(),
                                         tr("Pictures (*.jpg *.jpeg *.png *.gif *.tif *.tiff *.bmp)"));
+  };
+  chooseTrack_ = [](QWidget* parent) {
+    return QFileDialog::getOpenFileName(parent, tr("Choose a tag source file"), QString(),
+                                        tr("Tracks (*.mp3 *.aif *.aiff *.aifc *.tdf)"));
   };
   auto* page = new QWidget;
   auto* layout = new QVBoxLayout(page);
@@ -69,6 +75,11 @@ QWidget* PreferencesWindow::buildDefaultsPage() {
   pick->addWidget(defaultSet_, 0, 1);
   pick->addWidget(nameLabel, 0, 2);
   pick->addWidget(defaultSetName_, 0, 3);
+  auto* fromTrack = new QPushButton(tr("Fill from a trac&k…"));
+  fromTrack->setObjectName(QStringLiteral("mFillDefaultsFromTrackButton"));
+  fromTrack->setToolTip(tr("Takes the fields a track fills into this set and checks their boxes."));
+  connect(fromTrack, &QPushButton::clicked, this, &PreferencesWindow::fillDefaultSetFromTrack);
+  pick->addWidget(fromTrack, 0, 4);
   pick->setColumnStretch(3, 1);
   layout->addLayout(pick);
   alwaysApplied_ = new QLabel;
@@ -194,6 +205,21 @@ void PreferencesWindow::defaultPictureChanged() {
   if (std::optional<std::string> failure = preferences_.setDefaultPicture(defaultPicture_->getImageData()))
     tell(questions_, std::string(kDefaultImageAlert), *failure);
   stored(true);
+}
+
+void PreferencesWindow::fillDefaultSetFromTrack() {
+  const QString path = chooseTrack_(this);
+  if (path.isEmpty()) return;
+  const TrackFile opened = openTrackFile(utf8(path), kScanQuick);
+  if (!opened.opened()) {
+    tell(questions_, "Load failed", "Could not read the tag data from the file '" + utf8(path) + "'.");
+    return;
+  }
+  storeDefaultSetFromTrack(preferences_, defaultSet_->currentIndex(), *opened.track);
+  loading_ = true;
+  loadDefaultSet();
+  loading_ = false;
+  stored(preferences_.synchronize());
 }
 
 void PreferencesWindow::chooseDefaultPicture() {

@@ -70,6 +70,8 @@ class PreferencesWindow : public QWidget {
   void setPreviewTrack(std::function<std::unique_ptr<ID3Tag>()> track);
   void setLogFolderOpener(std::function<void(const QString&)> open) { openFolder_ = std::move(open); }
   void setPictureChooser(std::function<QString(QWidget*)> choose) { choosePicture_ = std::move(choose); }
+  // The track whose tags fill the current default set.
+  void setTrackChooser(std::function<QString(QWidget*)> choose) { chooseTrack_ = std::move(choose); }
 
   // Fills every control from the store, taking in changes made from outside.
   void loadPreferences();
@@ -97,6 +99,7 @@ class PreferencesWindow : public QWidget {
   void storeGenreRows();
   void defaultPictureChanged();
   void chooseDefaultPicture();
+  void fillDefaultSetFromTrack();
   void updateAlwaysApplied();
   void formatTypeChosen(bool toFileName, bool custom);
 
@@ -111,6 +114,7 @@ class PreferencesWindow : public QWidget {
   std::function<std::unique_ptr<ID3Tag>()> previewTrack_;
   std::function<void(const QString&)> openFolder_;
   std::function<QString(QWidget*)> choosePicture_;
+  std::function<QString(QWidget*)> chooseTrack_;
   bool toldStoreProblem_ = false;
   bool loading_ = false;
 

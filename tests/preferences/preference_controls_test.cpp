@@ -122,6 +122,26 @@ TEST_F(PreferenceControlsTest, ADefaultSetsFieldsAreItsIndexedKeysAsTheGettersRe
   EXPECT_TRUE(loadUseDefaultPicture(prefs, 9) && !loadUseDefaultPicture(prefs, 8));
 }
 
+TEST_F(PreferenceControlsTest, ATrackFillsTheFieldsItHasAndLeavesTheRestOfTheSet) {
+  PreferencesController& prefs = open({{"Use default comment2", true}, {"Default comment2", "Kept"},
+                                       {"Default title2", "Replaced"}});
+  ID3Tag track;
+  track.tagData.title = UnicodeText::fromUtf8("Señal");
+  track.tagData.url = "http://example.org/\xE9";  // Latin-1 in the tag, UTF-8 in the set
+  track.tagData.track = 7;
+  EXPECT_EQ(storeDefaultSetFromTrack(prefs, 2, track), 3);
+  EXPECT_EQ(prefs.getDefaultT2Title(2), "Señal");
+  EXPECT_EQ(prefs.getDefaultT2URL(2), "http://example.org/é");
+  EXPECT_EQ(prefs.getDefaultT2Track(2), "7");
+  EXPECT_EQ(prefs.getDefaultT2OfTracks(2), std::nullopt);  // unset in the track
+  EXPECT_EQ(prefs.getDefaultT2Comment(2), "Kept");
+  EXPECT_FALSE(prefs.useDefaultT2Compilation(2));
+  track.tagData.compilation = true;
+  EXPECT_EQ(storeDefaultSetFromTrack(prefs, 2, track), 4);
+  EXPECT_TRUE(prefs.useDefaultT2Compilation(2) && prefs.getDefaultT2Compilation(2));
+  EXPECT_EQ(persisted().value("Default title2"), "Señal");  // saved at once
+}
+
 TEST_F(PreferenceControlsTest, SetsAreNamedByTheUserOrByNumberAndThePickedOneIsHeldInRange) {
   PreferencesController& prefs = open({{"Defaults index", 42}});
   EXPECT_EQ(currentDefaultSet(prefs), 9);

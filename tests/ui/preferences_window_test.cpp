@@ -558,6 +558,23 @@ class PreferencesWindowTest : public QObject {
     if (!picture) QCOMPARE(questions_.asked[0].title, std::string("Default image"));
   }
 
+  void aTrackFillsTheCurrentSet() {
+    open({{"Defaults index", 1}});
+    const QString track = QString::fromStdString(dir_->write("first.mp3", sampleMp3("First light")));
+    const QString broken = QString::fromStdString(dir_->write("broken.mp3", Bytes{'n', 'o'}));
+    QString chosen = track;
+    window_->setTrackChooser([&chosen](QWidget*) { return chosen; });
+    child<QPushButton>("mFillDefaultsFromTrackButton")->click();
+    QCOMPARE(child<QLineEdit>("mDefaultTitleField")->text(), QStringLiteral("First light"));
+    QVERIFY(child<QCheckBox>("mDefaultTitleFieldUse")->isChecked());
+    QCOMPARE(file().value("Default title1"), QVariant("First light"));
+    chosen = broken;
+    child<QPushButton>("mFillDefaultsFromTrackButton")->click();
+    QCOMPARE(questions_.asked.size(), size_t{1});
+    QCOMPARE(questions_.asked[0].title, std::string("Load failed"));
+    QCOMPARE(child<QLineEdit>("mDefaultTitleField")->text(), QStringLiteral("First light"));
+  }
+
   void theLogPageOpensTheLogsFolder() {
     open();
     QString opened;
