@@ -8,11 +8,13 @@
 #include <QPixmap>
 #include <QTabWidget>
 #include <functional>
+#include <iterator>
 
 #include "ui/document_controller.h"
 #include "ui/document_window.h"
 #include "preferences/preference_keys.h"
 #include "preferences/preferences_controller.h"
+#include "ui/preferences_window.h"
 #include "ui/start_panel.h"
 #include "ui/track_window.h"
 
@@ -94,6 +96,16 @@ QStringList renderScreenshots(DocumentController& controller, const QString& fol
   }
   if (!tracks.isEmpty() && controller.openFiles({QFileInfo(tracks.first()).absolutePath()}))
     if (DocumentWindow* front = controller.frontWindow()) keep(save(front, folder, QStringLiteral("group")));
+
+  // One picture per page of the preferences window.
+  PreferencesWindow* settings = controller.showPreferences();
+  if (auto* pages = settings->findChild<QTabWidget*>(QStringLiteral("mPreferencesTabs"))) {
+    const char* names[] = {"saving", "renaming", "editing", "genres", "defaults", "log"};
+    for (int page = 0; page < pages->count() && page < static_cast<int>(std::size(names)); ++page) {
+      pages->setCurrentIndex(page);
+      keep(save(settings, folder, QStringLiteral("preferences-") + QLatin1String(names[page])));
+    }
+  }
   return written;
 }
 
