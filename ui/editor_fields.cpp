@@ -4,6 +4,7 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QCompleter>
 #include <QGridLayout>
 #include <QDragEnterEvent>
 #include <QKeyEvent>
@@ -222,6 +223,8 @@ void EditorFields::makeField(const EditorFieldInfo& info) {
         combo->setEditable(true);
         combo->setInsertPolicy(QComboBox::NoInsert);
         combo->lineEdit()->setAcceptDrops(false);
+        // Completed from the list as the other fields are: by exact prefix.
+        combo->completer()->setCaseSensitivity(Qt::CaseSensitive);
         connect(combo, &QComboBox::editTextChanged, this, [this, field](const QString& text) {
           if (!filling_) emit edited(field, text);
         });
