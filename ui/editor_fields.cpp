@@ -179,9 +179,10 @@ EditorFields::EditorFields(QWidget* owner) : QObject(owner) {
   connect(advisory_, &QComboBox::activated, this, [this](int index) {
     if (!filling_) emit advisoryChosen(index);
   });
-  for (QWidget* page : pages_)
-    if (page != this->page(EditorTab::Lyrics))
-      static_cast<QGridLayout*>(page->layout())->setRowStretch(static_cast<QGridLayout*>(page->layout())->rowCount(), 1);
+  for (QWidget* page : pages_) {
+    auto* rows = static_cast<QGridLayout*>(page->layout());
+    if (page != this->page(EditorTab::Lyrics)) rows->setRowStretch(rows->rowCount(), 1);
+  }
 }
 
 void EditorFields::makeField(const EditorFieldInfo& info) {
@@ -199,8 +200,8 @@ void EditorFields::makeField(const EditorFieldInfo& info) {
         if (!filling_) emit edited(field, text);
       });
       if (info.check) {
-        QAction* warning =
-            edit->addAction(QApplication::style()->standardIcon(QStyle::SP_MessageBoxWarning), QLineEdit::TrailingPosition);
+        const QIcon icon = QApplication::style()->standardIcon(QStyle::SP_MessageBoxWarning);
+        QAction* warning = edit->addAction(icon, QLineEdit::TrailingPosition);
         warning->setObjectName(qtext(info.warningName));
         warning->setVisible(false);
         warnings_[index] = warning;
@@ -255,7 +256,8 @@ void EditorFields::makeField(const EditorFieldInfo& info) {
   menu->setObjectName(qtext(info.objectName) + QStringLiteral("QuickListMenu"));
   quick->setMenu(menu);
   quick->setPopupMode(QToolButton::InstantPopup);
-  connect(menu, &QMenu::triggered, this, [this, field](QAction* chosen) { emit quickListChosen(field, chosen->data().toString()); });
+  connect(menu, &QMenu::triggered, this,
+          [this, field](QAction* chosen) { emit quickListChosen(field, chosen->data().toString()); });
 
   // "of" fields share the row of the field before them.
   const bool joined = field == EditorField::Tracks || field == EditorField::Sets;

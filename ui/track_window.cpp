@@ -31,6 +31,7 @@
 #include "operations/track_text.h"
 #include "operations/track_writer.h"
 #include "operations/xml_export.h"
+#include "preferences/preference_controls.h"
 #include "preferences/preference_keys.h"
 #include "preferences/preferences_controller.h"
 #include "ui/dialog_questions.h"
@@ -86,7 +87,8 @@ TrackWindow::TrackWindow(std::unique_ptr<ID3Tag> track, PreferencesController& p
     : DocumentWindow(parent),
       preferences_(preferences),
       // Questions shown as dialogs become sheets of this window.
-      sheets_(dynamic_cast<DialogQuestions*>(&questions) != nullptr ? std::make_unique<DialogQuestions>(this) : nullptr),
+      sheets_(dynamic_cast<DialogQuestions*>(&questions) != nullptr ? std::make_unique<DialogQuestions>(this)
+                                                                     : nullptr),
       questions_(this, sheets_ ? *sheets_ : questions),
       writer_(writer != nullptr ? *writer : engineTrackWriter()),
       tracks_(std::move(track)),
@@ -238,12 +240,25 @@ void TrackWindow::buildWindow() {
   auto* sets = new QMenu(defaults_);
   sets->setObjectName(QStringLiteral("defaultSetsMenu"));
   for (int index = 0; index < kDefaultSetCount; ++index)
-    sets->addAction(tr("Apply default set %1").arg(index + 1), this, [this, index] { applyDefaultTagData(index); });
+    sets->addAction(QString(), this, [this, index] { applyDefaultTagData(index); });
   sets->addSeparator();
   QAction* always = sets->addAction(tr("Always apply default tag data"));
   always->setObjectName(QStringLiteral("alwaysApplyDefaults"));
   always->setCheckable(true);
-  connect(sets, &QMenu::aboutToShow, this, [this, always] { always->setChecked(preferences_.isAlwaysApplyDefTagDataSet()); });
+  // The sets go by the names the preferences give them; the one that is
+  // always applied is marked.
+  const auto name = [this, sets, always] {
+    const QList<QAction*> items = sets->actions();
+    for (int index = 0; index < kDefaultSetCount; ++index) {
+      const QString title = QString::fromStdString(defaultSetName(preferences_, index));
+      items[index]->setText(QString(title).replace(QLatin1Char('&'), QStringLiteral("&&")));
+      items[index]->setCheckable(true);
+      items[index]->setChecked(index == preferences_.getDefaultTypeIndex());
+    }
+    always->setChecked(preferences_.isAlwaysApplyDefTagDataSet());
+  };
+  name();
+  connect(sets, &QMenu::aboutToShow, this, name);
   connect(always, &QAction::toggled, this, [this](bool on) {
     preferences_.setBoolPreferenceNamed(prefs::kAlwaysApplyDefTagData.key, on);
     preferences_.synchronize();
@@ -397,7 +412,8 @@ void TrackWindow::showFacts() {
   QStringList facts;
   const std::string audio = audioLine(t);
   if (!audio.empty()) facts << qtext(audio);
-  if (const std::string encoder = encoderName(t.audio.lame); !encoder.empty()) facts << tr("encoder %1").arg(qtext(encoder));
+  if (const std::string encoder = encoderName(t.audio.lame); !encoder.empty())
+    facts << tr("encoder %1").arg(qtext(encoder));
   facts << QLocale().formattedDataSize(static_cast<qint64>(t.fileSize));
   if (!t.versionText.empty()) facts << qtext(t.versionText);
   facts_->setText(facts.join(QStringLiteral(" · ")));

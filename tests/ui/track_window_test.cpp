@@ -159,8 +159,9 @@ class TrackWindowTest : public QObject {
                                       << "This entry will result in: " + comment << "";
     QTest::newRow("V1 track 255") << "mT1Track" << "255" << "mT1TrackWarningIcon" << "This field is incorrect" << "";
     QTest::newRow("V1 track 256") << "mT1Track" << "256" << "mT1TrackWarningIcon" << "This field is incorrect" << "";
-    QTest::newRow("V1 track 257") << "mT1Track" << "257" << "mT1TrackWarningIcon" << "This entry will result in: 1" << "";
-    QTest::newRow("V1 track 300") << "mT1Track" << "300" << "mT1TrackWarningIcon" << "This entry will result in: 44" << "";
+    const QString wrapped = QStringLiteral("This entry will result in: ");
+    QTest::newRow("V1 track 257") << "mT1Track" << "257" << "mT1TrackWarningIcon" << wrapped + "1" << "";
+    QTest::newRow("V1 track 300") << "mT1Track" << "300" << "mT1TrackWarningIcon" << wrapped + "44" << "";
     QTest::newRow("V1 track 12") << "mT1Track" << "12" << "mT1TrackWarningIcon" << "" << "";
     QTest::newRow("V1 track in words") << "mT1Track" << "ten" << "mT1TrackWarningIcon"
                                        << "This entry will result in: 0" << "";
@@ -350,7 +351,8 @@ class TrackWindowTest : public QObject {
     find<QPushButton>("updateButton")->click();
     QVERIFY(waitIdle());
     QCOMPARE(questions_.asked.back().title, std::string("Failed to make the file writable"));
-    QCOMPARE(questions_.asked.back().message, "Could not remove the read only or locked state of the file '" + path + "'.");
+    QCOMPARE(questions_.asked.back().message,
+             "Could not remove the read only or locked state of the file '" + path + "'.");
     QCOMPARE(storedTitle(path), u"Alpha");
   }
 
