@@ -273,6 +273,14 @@ class TrackWindowTest : public QObject {
     QCOMPARE(line("mT2Title")->text(), QStringLiteral("New title"));
     QCOMPARE(line("mT1Title")->text(), QStringLiteral("From V1"));
 
+    // A tag switched off greys its fields and the copy from it.
+    find<QGroupBox>("v1TagBox")->setChecked(false);
+    emit find<QGroupBox>("v1TagBox")->clicked(false);
+    QVERIFY(!line("mT1Title")->isEnabled() && !find<QPushButton>("copyV1ToV2Button")->isEnabled());
+    QCOMPARE(stack->undoText(), QStringLiteral("Disable V1 Tag"));
+    stack->undo();
+    QVERIFY(line("mT1Title")->isEnabled() && find<QPushButton>("copyV1ToV2Button")->isEnabled());
+
     auto* quick = find<QToolButton>("mT2ArtistQuickList");
     QVERIFY(quick && !quick->isHidden());
     quick->menu()->actions().at(1)->trigger();
