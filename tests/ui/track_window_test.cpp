@@ -289,6 +289,19 @@ class TrackWindowTest : public QObject {
     QVERIFY(line("mT2Artist")->text() != QStringLiteral("Band B"));
   }
 
+  // The file name "07 Artist-My_Song.mp3": the title alone, with Shift the
+  // track too, with Ctrl the artist too; into the version of the button.
+  void theFileNameFillsTheFieldsTheModifiersSay() {
+    QVERIFY(open({mp3("07 Artist-My_Song.mp3", "Alpha")}));
+    window_->useFileNameForTitle(false, Qt::NoModifier);
+    QCOMPARE(line("mT2Title")->text(), QStringLiteral("My Song"));
+    QVERIFY(line("mT2Track")->text().isEmpty() && line("mT2Artist")->text() == QStringLiteral("Tester"));
+    window_->useFileNameForTitle(true, Qt::ShiftModifier | Qt::ControlModifier);
+    QCOMPARE(line("mT1Title")->text() + line("mT1Track")->text() + line("mT1Artist")->text(),
+             QStringLiteral("My Song7Artist"));
+    QCOMPARE(window_->undoStack()->undoText(), QStringLiteral("Use File Name for V1 Title"));
+  }
+
   void completesFromTheQuickListButNotWhileDeleting() {
     preferences_->setRecentList("V2 album", {"Blue Train", "Blue Note"});
     QVERIFY(open({mp3("a.mp3", "Alpha")}));
