@@ -19,17 +19,18 @@ using C = CheckedField;
 constexpr std::nullopt_t no = std::nullopt;
 
 // The one table of the window: the controls are made, labelled, checked,
-// twinned and given their quick lists from it.
+// twinned and given their quick lists from it. The V1 labels have no
+// mnemonics: their letters belong to the V2 fields above them.
 const std::array<EditorFieldInfo, kEditorFieldCount> kFields = {{
-    {V1Track, "V1 track", "mT1Track", "Trac&k:", T::V1, K::Line, C::V1Track, no, "", "mT1TrackWarningIcon"},
-    {V1Title, "V1 title", "mT1Title", "T&itle:", T::V1, K::Line, C::V1Title, no, "", "mT1TitleWarningIcon"},
-    {V1Artist, "V1 artist", "mT1Artist", "&Artist:", T::V1, K::Line, C::V1Artist, no, "V1 artist",
+    {V1Track, "V1 track", "mT1Track", "Track:", T::V1, K::Line, C::V1Track, no, "", "mT1TrackWarningIcon"},
+    {V1Title, "V1 title", "mT1Title", "Title:", T::V1, K::Line, C::V1Title, no, "", "mT1TitleWarningIcon"},
+    {V1Artist, "V1 artist", "mT1Artist", "Artist:", T::V1, K::Line, C::V1Artist, no, "V1 artist",
      "mT1ArtistWarningIcon"},
-    {V1Album, "V1 album", "mT1Album", "Al&bum:", T::V1, K::Line, C::V1Album, no, "V1 album", "mT1AlbumWarningIcon"},
-    {V1Year, "V1 year", "mT1Year", "&Year:", T::V1, K::Line, no, no, "V1 year", ""},
-    {V1Comment, "V1 comment", "mT1Comment", "Co&mment:", T::V1, K::Line, C::V1Comment, no, "V1 comment",
+    {V1Album, "V1 album", "mT1Album", "Album:", T::V1, K::Line, C::V1Album, no, "V1 album", "mT1AlbumWarningIcon"},
+    {V1Year, "V1 year", "mT1Year", "Year:", T::V1, K::Line, no, no, "V1 year", ""},
+    {V1Comment, "V1 comment", "mT1Comment", "Comment:", T::V1, K::Line, C::V1Comment, no, "V1 comment",
      "mT1CommentWarningIcon"},
-    {V1Genre, "V1 genre", "mT1Genre", "&Genre:", T::V1, K::Combo, no, no, "", ""},
+    {V1Genre, "V1 genre", "mT1Genre", "Genre:", T::V1, K::Combo, no, no, "", ""},
     {Track, "Track", "mT2Track", "Trac&k:", T::Standard, K::Line, no, no, "", ""},
     {Tracks, "Tracks", "mT2Tracks", "of", T::Standard, K::Line, no, no, "", ""},
     {Title, "Title", "mT2Title", "T&itle:", T::Standard, K::Line, no, no, "", ""},

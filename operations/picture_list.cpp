@@ -1,6 +1,7 @@
 #include "operations/picture_list.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
 
 namespace melos {
@@ -25,7 +26,7 @@ size_t addPicture(PicDataArray& pictures, PicData picture, size_t index, bool ad
 
 std::string pictureFacts(const PicData& picture, int width, int height) {
   std::string kind = picture.pictureSubtype;
-  std::transform(kind.begin(), kind.end(), kind.begin(), [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+  for (char& c : kind) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
   if (kind.empty()) kind = "Unknown kind";
   char size[64] = "";
   if (width > 0 && height > 0) std::snprintf(size, sizeof size, ", %d × %d pixels", width, height);

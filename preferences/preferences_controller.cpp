@@ -229,9 +229,14 @@ std::vector<GenreListRow> PreferencesController::getGenreList() const {
 }
 
 void PreferencesController::setGenreList(const std::vector<GenreListRow>& rows) {
+  // Each row stays at its genre's index; a genre without a row keeps a null
+  // there, which reads back as no row rather than shifting the rest.
   QVariantList list;
-  for (const GenreListRow& row : rows)
-    list.append(QVariant(QStringList{fromUtf8(row.state), fromUtf8(row.name)}));
+  for (const GenreListRow& row : rows) {
+    if (row.genre < 0) continue;
+    while (list.size() <= row.genre) list.append(QVariant::fromValue(nullptr));
+    list[row.genre] = QVariant(QStringList{fromUtf8(row.state), fromUtf8(row.name)});
+  }
   store_->setValue(fromUtf8(prefs::kGenreList), QVariant(list));
 }
 

@@ -1,6 +1,7 @@
 #include "preferences/settings_file_store.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QStandardPaths>
 #include <utility>
 
@@ -36,7 +37,12 @@ SettingsFileStore::SettingsFileStore(const QString& path)
     : settings_(std::make_unique<QSettings>(path, jsonSettingsFormat())) {
   // QSettings reads the file here, and on a format error serves no keys and
   // still writes at the next sync: only the keys set since would survive.
-  if (settings_->status() != QSettings::FormatError) return;
+  // An empty file holds no JSON object either, but QSettings takes it for an
+  // empty store; it is most likely a save cut short, so it is kept the same way.
+  const QFileInfo file(path);
+  const bool empty = file.isFile() && file.size() == 0;
+  if (empty) LogMessage(LogError, "Failed to read the preferences file '%s' (empty)", path.toUtf8().constData());
+  if (settings_->status() != QSettings::FormatError && !empty) return;
   const QString kept = keepBrokenFile(path);
   if (kept.isEmpty()) {
     // The rename fails where the folder cannot be written, and so does every

@@ -23,7 +23,7 @@ percent() {
 }
 
 printf '%-14s %10s %10s %7s\n' module "test lines" "code lines" ratio
-for module in engine operations preferences cli; do
+for module in engine operations preferences cli ui; do
   tests=$(count "tests/$module")
   code=$(count "$module")
   printf '%-14s %10d %10d %7s\n' "$module" "$tests" "$code" "$(percent "$tests" "$code")"

@@ -20,6 +20,7 @@
 #include "preferences/preferences_controller.h"
 #include "ui/file_chooser.h"
 #include "ui/group_window.h"
+#include "ui/preferences_window.h"
 #include "ui/shown_path.h"
 #include "ui/start_panel.h"
 #include "ui/track_window.h"
@@ -55,6 +56,8 @@ DocumentController::DocumentController(PreferencesController& preferences, Quest
 }
 
 DocumentController::~DocumentController() {
+  // Its handlers call back into this controller.
+  delete preferencesWindow_.data();
   for (const QPointer<DocumentWindow>& window : windows_)
     if (window) disconnect(window, nullptr, this, nullptr);
 }
@@ -102,8 +105,7 @@ void DocumentController::makeActions() {
   preferencesAction_ = new QAction(tr("Pr&eferences…"), this);
   preferencesAction_->setObjectName(QStringLiteral("mPreferencesMenuItem"));
   preferencesAction_->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Comma));
-  // Its window comes with the preferences editor.
-  preferencesAction_->setEnabled(false);
+  connect(preferencesAction_, &QAction::triggered, this, [this] { showPreferences(); });
   recentMenu_ = new QMenu(tr("Open &recent"));
   recentMenu_->setObjectName(QStringLiteral("openRecentMenu"));
   connect(recentMenu_, &QMenu::aboutToShow, this, &DocumentController::fillRecentMenu);
@@ -288,6 +290,22 @@ std::vector<DocumentWindow*> DocumentController::windows() const {
 void DocumentController::notifyPreferencesChanged() {
   for (DocumentWindow* window : windows()) window->preferencesChanged();
   updateMenus();
+}
+
+PreferencesWindow* DocumentController::showPreferences() {
+  if (!preferencesWindow_) {
+    preferencesWindow_ = new PreferencesWindow(preferences_, questions_);
+    preferencesWindow_->setAttribute(Qt::WA_DeleteOnClose, false);
+    preferencesWindow_->setPreferencesChangedHandler([this] { notifyPreferencesChanged(); });
+    preferencesWindow_->setPreviewTrack([this] {
+      DocumentWindow* front = frontWindow();
+      return front != nullptr && front->kind() == DocumentKind::SingleTrack ? front->tagForCopy() : nullptr;
+    });
+  }
+  preferencesWindow_->show();
+  preferencesWindow_->raise();
+  preferencesWindow_->activateWindow();
+  return preferencesWindow_.data();
 }
 
 QWidget* DocumentController::dialogParent() const {

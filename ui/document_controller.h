@@ -28,6 +28,7 @@ namespace melos::ui {
 
 class DocumentWindow;
 class FileChooser;
+class PreferencesWindow;
 class StartPanel;
 
 class DocumentController : public QObject, public DocumentHost {
@@ -72,6 +73,8 @@ class DocumentController : public QObject, public DocumentHost {
 
   // Tells every open window that the preferences changed.
   void notifyPreferencesChanged();
+  // The one preferences window, made on first use and raised when open.
+  PreferencesWindow* showPreferences();
 
  public slots:
   void openMenuItemSelected();
@@ -106,6 +109,7 @@ class DocumentController : public QObject, public DocumentHost {
   QMenu* recentMenu_ = nullptr;
   std::vector<QPointer<DocumentWindow>> windows_;  // the front one last
   QPointer<StartPanel> startPanel_;
+  QPointer<PreferencesWindow> preferencesWindow_;
 };
 
 }  // namespace melos::ui

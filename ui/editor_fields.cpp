@@ -4,8 +4,11 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QCompleter>
 #include <QGridLayout>
+#include <QDragEnterEvent>
 #include <QKeyEvent>
+#include <QMimeData>
 #include <QLabel>
 #include <QMenu>
 #include <QStyle>
@@ -46,7 +49,31 @@ QString fieldTooltip(EditorField field) {
   }
 }
 
+// Files dropped on the editor open as tracks, wherever they land; a field
+// takes only text.
+bool carriesFiles(const QDropEvent* event) { return event->mimeData()->hasUrls(); }
+
 }  // namespace
+
+void UndoLineEdit::dragEnterEvent(QDragEnterEvent* event) {
+  if (carriesFiles(event)) return event->ignore();
+  QLineEdit::dragEnterEvent(event);
+}
+
+void UndoLineEdit::dragMoveEvent(QDragMoveEvent* event) {
+  if (carriesFiles(event)) return event->ignore();
+  QLineEdit::dragMoveEvent(event);
+}
+
+void UndoTextView::dragEnterEvent(QDragEnterEvent* event) {
+  if (carriesFiles(event)) return event->ignore();
+  QPlainTextEdit::dragEnterEvent(event);
+}
+
+void UndoTextView::dragMoveEvent(QDragMoveEvent* event) {
+  if (carriesFiles(event)) return event->ignore();
+  QPlainTextEdit::dragMoveEvent(event);
+}
 
 UndoLineEdit::UndoLineEdit(QWidget* parent) : QLineEdit(parent) {
   // Typing, pasting and input methods alike.
@@ -152,9 +179,10 @@ EditorFields::EditorFields(QWidget* owner) : QObject(owner) {
   connect(advisory_, &QComboBox::activated, this, [this](int index) {
     if (!filling_) emit advisoryChosen(index);
   });
-  for (QWidget* page : pages_)
-    if (page != this->page(EditorTab::Lyrics))
-      static_cast<QGridLayout*>(page->layout())->setRowStretch(static_cast<QGridLayout*>(page->layout())->rowCount(), 1);
+  for (QWidget* page : pages_) {
+    auto* rows = static_cast<QGridLayout*>(page->layout());
+    if (page != this->page(EditorTab::Lyrics)) rows->setRowStretch(rows->rowCount(), 1);
+  }
 }
 
 void EditorFields::makeField(const EditorFieldInfo& info) {
@@ -172,8 +200,8 @@ void EditorFields::makeField(const EditorFieldInfo& info) {
         if (!filling_) emit edited(field, text);
       });
       if (info.check) {
-        QAction* warning =
-            edit->addAction(QApplication::style()->standardIcon(QStyle::SP_MessageBoxWarning), QLineEdit::TrailingPosition);
+        const QIcon icon = QApplication::style()->standardIcon(QStyle::SP_MessageBoxWarning);
+        QAction* warning = edit->addAction(icon, QLineEdit::TrailingPosition);
         warning->setObjectName(qtext(info.warningName));
         warning->setVisible(false);
         warnings_[index] = warning;
@@ -195,6 +223,9 @@ void EditorFields::makeField(const EditorFieldInfo& info) {
       if (field == EditorField::Genre) {
         combo->setEditable(true);
         combo->setInsertPolicy(QComboBox::NoInsert);
+        combo->lineEdit()->setAcceptDrops(false);
+        // Completed from the list as the other fields are: by exact prefix.
+        combo->completer()->setCaseSensitivity(Qt::CaseSensitive);
         connect(combo, &QComboBox::editTextChanged, this, [this, field](const QString& text) {
           if (!filling_) emit edited(field, text);
         });
@@ -225,7 +256,8 @@ void EditorFields::makeField(const EditorFieldInfo& info) {
   menu->setObjectName(qtext(info.objectName) + QStringLiteral("QuickListMenu"));
   quick->setMenu(menu);
   quick->setPopupMode(QToolButton::InstantPopup);
-  connect(menu, &QMenu::triggered, this, [this, field](QAction* chosen) { emit quickListChosen(field, chosen->data().toString()); });
+  connect(menu, &QMenu::triggered, this,
+          [this, field](QAction* chosen) { emit quickListChosen(field, chosen->data().toString()); });
 
   // "of" fields share the row of the field before them.
   const bool joined = field == EditorField::Tracks || field == EditorField::Sets;
@@ -253,6 +285,19 @@ void EditorFields::makeField(const EditorFieldInfo& info) {
   grid->addWidget(label, row, 0, info.kind == FieldKind::MultiLine ? Qt::AlignTop : Qt::Alignment());
   grid->addWidget(control, row, 1);
   grid->addWidget(quick, row, 2, Qt::AlignTop);
+}
+
+QList<QWidget*> EditorFields::focusOrder(EditorTab tab) const {
+  QList<QWidget*> order;
+  if (tab == EditorTab::Podcast) order << podcast_;
+  if (tab == EditorTab::User) order << userPodcast_;
+  for (const EditorFieldInfo& info : editorFields()) {
+    if (info.tab != tab) continue;
+    order << control(info.field) << quickListButton(info.field);
+    if (info.field == EditorField::Sets) order << rating_ << compilation_;
+  }
+  if (tab == EditorTab::Extended) order << advisory_;
+  return order;
 }
 
 void EditorFields::show(const EditorValues& values) {

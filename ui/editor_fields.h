@@ -38,6 +38,8 @@ class UndoLineEdit : public QLineEdit {
  protected:
   bool event(QEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
+  void dragEnterEvent(QDragEnterEvent* event) override;
+  void dragMoveEvent(QDragMoveEvent* event) override;
 
  private:
   void complete(const QString& text);
@@ -54,6 +56,8 @@ class UndoTextView : public QPlainTextEdit {
  protected:
   bool event(QEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
+  void dragEnterEvent(QDragEnterEvent* event) override;
+  void dragMoveEvent(QDragMoveEvent* event) override;
 };
 
 class EditorFields : public QObject {
@@ -72,6 +76,8 @@ class EditorFields : public QObject {
   QComboBox* advisoryBox() const { return advisory_; }
   StarRating* rating() const { return rating_; }
 
+  // The page's controls as the eye reads them: row by row, left to right.
+  QList<QWidget*> focusOrder(EditorTab tab) const;
   // Every control from the values; the warnings as the texts stand.
   void show(const EditorValues& values);
   std::u16string text(EditorField field) const;

@@ -25,7 +25,8 @@ namespace {
 QString qtext(std::string_view text) { return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())); }
 
 QSize pixelSize(const Bytes& data) {
-  QByteArray bytes = QByteArray::fromRawData(reinterpret_cast<const char*>(data.data()), static_cast<qsizetype>(data.size()));
+  QByteArray bytes =
+      QByteArray::fromRawData(reinterpret_cast<const char*>(data.data()), static_cast<qsizetype>(data.size()));
   QBuffer buffer(&bytes);
   buffer.open(QIODevice::ReadOnly);
   return QImageReader(&buffer).size();

@@ -9,12 +9,14 @@
 #include <QPixmap>
 #include <QTabWidget>
 #include <functional>
+#include <iterator>
 
 #include "preferences/preference_keys.h"
 #include "preferences/preferences_controller.h"
 #include "ui/document_controller.h"
 #include "ui/document_window.h"
 #include "ui/group_window.h"
+#include "ui/preferences_window.h"
 #include "ui/start_panel.h"
 #include "ui/track_window.h"
 
@@ -45,6 +47,8 @@ void renderEditor(DocumentController& controller, const QString& folder, const Q
     auto* window = qobject_cast<TrackWindow*>(controller.frontWindow());
     if (window == nullptr) continue;
     const QString name = QStringLiteral("editor-style-%1").arg(layout);
+    // Tall enough to show both tags without scrolling.
+    window->resize(window->width(), 1080);
     if (layout != 0) {
       keep(save(window, folder, name));
       window->close();
@@ -107,6 +111,16 @@ QStringList renderScreenshots(DocumentController& controller, const QString& fol
       }
       keep(save(front, folder, QStringLiteral("group")));
     }
+
+  // One picture per page of the preferences window.
+  PreferencesWindow* settings = controller.showPreferences();
+  if (auto* pages = settings->findChild<QTabWidget*>(QStringLiteral("mPreferencesTabs"))) {
+    const char* names[] = {"saving", "renaming", "editing", "genres", "defaults", "log"};
+    for (int page = 0; page < pages->count() && page < static_cast<int>(std::size(names)); ++page) {
+      pages->setCurrentIndex(page);
+      keep(save(settings, folder, QStringLiteral("preferences-") + QLatin1String(names[page])));
+    }
+  }
   return written;
 }
 

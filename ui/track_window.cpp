@@ -13,6 +13,7 @@
 #include <QMenuBar>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QScrollArea>
 #include <QSplitter>
 #include <QStatusBar>
 #include <QTabWidget>
@@ -30,6 +31,7 @@
 #include "operations/track_text.h"
 #include "operations/track_writer.h"
 #include "operations/xml_export.h"
+#include "preferences/preference_controls.h"
 #include "preferences/preference_keys.h"
 #include "preferences/preferences_controller.h"
 #include "ui/dialog_questions.h"
@@ -85,7 +87,8 @@ TrackWindow::TrackWindow(std::unique_ptr<ID3Tag> track, PreferencesController& p
     : DocumentWindow(parent),
       preferences_(preferences),
       // Questions shown as dialogs become sheets of this window.
-      sheets_(dynamic_cast<DialogQuestions*>(&questions) != nullptr ? std::make_unique<DialogQuestions>(this) : nullptr),
+      sheets_(dynamic_cast<DialogQuestions*>(&questions) != nullptr ? std::make_unique<DialogQuestions>(this)
+                                                                     : nullptr),
       questions_(this, sheets_ ? *sheets_ : questions),
       writer_(writer != nullptr ? *writer : engineTrackWriter()),
       tracks_(std::move(track)),
@@ -192,11 +195,17 @@ void TrackWindow::buildWindow() {
   picture_ = new PicturePanel(preferences_, questions_, this);
   lyricsPage_ = fields_->page(EditorTab::Lyrics);
 
-  auto* tags = new QWidget(this);
-  auto* tagsColumn = new QVBoxLayout(tags);
+  // Scrolled rather than cut on a small or scaled screen.
+  auto* tags = new QScrollArea(this);
+  tags->setObjectName(QStringLiteral("tagSections"));
+  tags->setWidgetResizable(true);
+  tags->setFrameShape(QFrame::NoFrame);
+  auto* sections = new QWidget(tags);
+  auto* tagsColumn = new QVBoxLayout(sections);
   tagsColumn->setContentsMargins(0, 0, 0, 0);
   tagsColumn->addWidget(v2Box_, 3);
   tagsColumn->addWidget(v1Box_, 1);
+  tags->setWidget(sections);
   layOut();
   if (layoutStyle_ == 1) {
     auto* split = new QSplitter(Qt::Horizontal, central);
@@ -231,12 +240,25 @@ void TrackWindow::buildWindow() {
   auto* sets = new QMenu(defaults_);
   sets->setObjectName(QStringLiteral("defaultSetsMenu"));
   for (int index = 0; index < kDefaultSetCount; ++index)
-    sets->addAction(tr("Apply default set %1").arg(index + 1), this, [this, index] { applyDefaultTagData(index); });
+    sets->addAction(QString(), this, [this, index] { applyDefaultTagData(index); });
   sets->addSeparator();
   QAction* always = sets->addAction(tr("Always apply default tag data"));
   always->setObjectName(QStringLiteral("alwaysApplyDefaults"));
   always->setCheckable(true);
-  connect(sets, &QMenu::aboutToShow, this, [this, always] { always->setChecked(preferences_.isAlwaysApplyDefTagDataSet()); });
+  // The sets go by the names the preferences give them; the one that is
+  // always applied is marked.
+  const auto name = [this, sets, always] {
+    const QList<QAction*> items = sets->actions();
+    for (int index = 0; index < kDefaultSetCount; ++index) {
+      const QString title = QString::fromStdString(defaultSetName(preferences_, index));
+      items[index]->setText(QString(title).replace(QLatin1Char('&'), QStringLiteral("&&")));
+      items[index]->setCheckable(true);
+      items[index]->setChecked(index == preferences_.getDefaultTypeIndex());
+    }
+    always->setChecked(preferences_.isAlwaysApplyDefTagDataSet());
+  };
+  name();
+  connect(sets, &QMenu::aboutToShow, this, name);
   connect(always, &QAction::toggled, this, [this](bool on) {
     preferences_.setBoolPreferenceNamed(prefs::kAlwaysApplyDefTagData.key, on);
     preferences_.synchronize();
@@ -272,7 +294,19 @@ void TrackWindow::buildWindow() {
   connect(v2Box_, &QGroupBox::clicked, this, [this](bool on) {
     edit(on ? tr("Enable V2 Tag") : tr("Disable V2 Tag"), [on](EditorValues& v) { v.v2Enabled = on; });
   });
-  resize(layoutStyle_ == 1 ? QSize(1100, 760) : layoutStyle_ == 2 ? QSize(620, 700) : QSize(720, 760));
+  // Tab goes as the eye reads: the V2 section above the V1 section, each
+  // page row by row, then the buttons of the window.
+  QList<QWidget*> order = {v2Box_, v2Tabs_};
+  for (int tab = 0; tab < v2Tabs_->count(); ++tab) {
+    QWidget* page = v2Tabs_->widget(tab);
+    for (EditorTab kind : {EditorTab::Standard, EditorTab::Extended, EditorTab::Podcast, EditorTab::User})
+      if (page == fields_->page(kind)) order << fields_->focusOrder(kind);
+  }
+  order << copyV2ToV1_ << fileNameV2_ << v1Box_ << fields_->focusOrder(EditorTab::V1) << copyV1ToV2_ << fileNameV1_
+        << previous_ << next_ << closeTrack_ << defaults_ << update_;
+  for (qsizetype i = 1; i < order.size(); ++i) setTabOrder(order[i - 1], order[i]);
+  resize(layoutStyle_ == 1 ? QSize(1100, 760) : layoutStyle_ == 2 ? QSize(620, 700) : QSize(560, 760));
+  fields_->control(EditorField::Title)->setFocus();
 }
 
 void TrackWindow::layOut() {
@@ -346,7 +380,8 @@ void TrackWindow::edit(const QString& name, const std::function<void(EditorValue
 void TrackWindow::showValues(const EditorValues& values) {
   values_ = values;
   fields_->show(values_);
-  picture_->showPictures(*values_.pictures);
+  // The pictures are shared between undo steps: only a new list is shown anew.
+  if (std::exchange(shownPictures_, values_.pictures) != values_.pictures) picture_->showPictures(*values_.pictures);
   showEnables();
 }
 
@@ -377,7 +412,8 @@ void TrackWindow::showFacts() {
   QStringList facts;
   const std::string audio = audioLine(t);
   if (!audio.empty()) facts << qtext(audio);
-  if (const std::string encoder = encoderName(t.audio.lame); !encoder.empty()) facts << tr("encoder %1").arg(qtext(encoder));
+  if (const std::string encoder = encoderName(t.audio.lame); !encoder.empty())
+    facts << tr("encoder %1").arg(qtext(encoder));
   facts << QLocale().formattedDataSize(static_cast<qint64>(t.fileSize));
   if (!t.versionText.empty()) facts << qtext(t.versionText);
   facts_->setText(facts.join(QStringLiteral(" · ")));

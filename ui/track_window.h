@@ -131,6 +131,7 @@ class TrackWindow : public DocumentWindow, private EditorView {
   SingleTrackEditor editor_;
   QuickLists quickLists_;
   EditorValues values_;
+  std::shared_ptr<const PicDataArray> shownPictures_;
   EditorFields* fields_ = nullptr;
   QGroupBox* v1Box_ = nullptr;
   QGroupBox* v2Box_ = nullptr;

@@ -39,7 +39,9 @@ TEST(PreferenceStores, MissingKeyIsNotAStoredValue) {
 // the first free name, never replacing one kept before; the user is told once.
 TEST(SettingsFileStore, UnreadableFileIsKeptAsideAndNeverLost) {
   const std::tuple<std::string, std::vector<std::string>, std::string> rows[]{
-      {"{\"Genres\": [\"Mine\"], \"Splash\": fals", {}, ".broken"}, {"[1]", {".broken", ".broken.1"}, ".broken.2"}};
+      {"{\"Genres\": [\"Mine\"], \"Splash\": fals", {}, ".broken"},
+      {"[1]", {".broken", ".broken.1"}, ".broken.2"},
+      {"", {}, ".broken"}};
   for (const auto& [broken, earlier, keptAs] : rows) {
     TempDir dir;
     const std::string file = dir.write("Meloscribe.json", ascii(broken));

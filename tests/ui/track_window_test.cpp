@@ -5,10 +5,13 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QBuffer>
 #include <QCheckBox>
 #include <QClipboard>
 #include <QComboBox>
+#include <QFile>
 #include <QGroupBox>
+#include <QImage>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
@@ -28,9 +31,13 @@
 #include "operations/track_writer.h"
 #include "preferences/preference_keys.h"
 #include "preferences/store.h"
+#include "tests/support/id3v2_builder.h"
+#include "tests/support/mp3_file_builder.h"
+#include "tests/support/mpeg_builder.h"
 #include "tests/ui/window_harness.h"
 #include "ui/dialog_questions.h"
 #include "ui/editor_fields.h"
+#include "ui/picture_panel.h"
 #include "ui/shown_path.h"
 #include "ui/track_window.h"
 
@@ -41,6 +48,28 @@ std::u16string storedTitle(const std::string& path) {
   TrackFile file = openTrackFile(path, kScanQuick);
   return file.opened() ? file.track->tagData.title.toU16() : u"(unreadable)";
 }
+
+// A small picture that decodes, in a format Qt writes ("JPEG", "PNG").
+Bytes imageBytes(const char* format) {
+  QImage image(8, 8, QImage::Format_RGB32);
+  image.fill(Qt::darkCyan);
+  QByteArray bytes;
+  QBuffer buffer(&bytes);
+  buffer.open(QIODevice::WriteOnly);
+  image.save(&buffer, format);
+  return Bytes(bytes.begin(), bytes.end());
+}
+
+// A V1 save that does not verify, or a file that cannot be made writable.
+class FailingWriter : public TrackWriter {
+ public:
+  int saveV1(ID3Tag& track, bool removeApe, bool keepDates, bool trim) override {
+    const int result = TrackWriter::saveV1(track, removeApe, keepDates, trim);
+    return unverifiedV1 ? 7 : result;
+  }
+  bool makeWritable(const std::string&) override { return false; }
+  bool unverifiedV1 = false;
+};
 
 // Holds the V2 save until the test lets it go, and notes where it ran.
 class HeldWriter : public TrackWriter {
@@ -130,8 +159,9 @@ class TrackWindowTest : public QObject {
                                       << "This entry will result in: " + comment << "";
     QTest::newRow("V1 track 255") << "mT1Track" << "255" << "mT1TrackWarningIcon" << "This field is incorrect" << "";
     QTest::newRow("V1 track 256") << "mT1Track" << "256" << "mT1TrackWarningIcon" << "This field is incorrect" << "";
-    QTest::newRow("V1 track 257") << "mT1Track" << "257" << "mT1TrackWarningIcon" << "This entry will result in: 1" << "";
-    QTest::newRow("V1 track 300") << "mT1Track" << "300" << "mT1TrackWarningIcon" << "This entry will result in: 44" << "";
+    const QString wrapped = QStringLiteral("This entry will result in: ");
+    QTest::newRow("V1 track 257") << "mT1Track" << "257" << "mT1TrackWarningIcon" << wrapped + "1" << "";
+    QTest::newRow("V1 track 300") << "mT1Track" << "300" << "mT1TrackWarningIcon" << wrapped + "44" << "";
     QTest::newRow("V1 track 12") << "mT1Track" << "12" << "mT1TrackWarningIcon" << "" << "";
     QTest::newRow("V1 track in words") << "mT1Track" << "ten" << "mT1TrackWarningIcon"
                                        << "This entry will result in: 0" << "";
@@ -243,12 +273,33 @@ class TrackWindowTest : public QObject {
     QCOMPARE(line("mT2Title")->text(), QStringLiteral("New title"));
     QCOMPARE(line("mT1Title")->text(), QStringLiteral("From V1"));
 
+    // A tag switched off greys its fields and the copy from it.
+    find<QGroupBox>("v1TagBox")->setChecked(false);
+    emit find<QGroupBox>("v1TagBox")->clicked(false);
+    QVERIFY(!line("mT1Title")->isEnabled() && !find<QPushButton>("copyV1ToV2Button")->isEnabled());
+    QCOMPARE(stack->undoText(), QStringLiteral("Disable V1 Tag"));
+    stack->undo();
+    QVERIFY(line("mT1Title")->isEnabled() && find<QPushButton>("copyV1ToV2Button")->isEnabled());
+
     auto* quick = find<QToolButton>("mT2ArtistQuickList");
     QVERIFY(quick && !quick->isHidden());
     quick->menu()->actions().at(1)->trigger();
     QCOMPARE(line("mT2Artist")->text(), QStringLiteral("Band B"));
     stack->undo();
     QVERIFY(line("mT2Artist")->text() != QStringLiteral("Band B"));
+  }
+
+  // The file name "07 Artist-My_Song.mp3": the title alone, with Shift the
+  // track too, with Ctrl the artist too; into the version of the button.
+  void theFileNameFillsTheFieldsTheModifiersSay() {
+    QVERIFY(open({mp3("07 Artist-My_Song.mp3", "Alpha")}));
+    window_->useFileNameForTitle(false, Qt::NoModifier);
+    QCOMPARE(line("mT2Title")->text(), QStringLiteral("My Song"));
+    QVERIFY(line("mT2Track")->text().isEmpty() && line("mT2Artist")->text() == QStringLiteral("Tester"));
+    window_->useFileNameForTitle(true, Qt::ShiftModifier | Qt::ControlModifier);
+    QCOMPARE(line("mT1Title")->text() + line("mT1Track")->text() + line("mT1Artist")->text(),
+             QStringLiteral("My Song7Artist"));
+    QCOMPARE(window_->undoStack()->undoText(), QStringLiteral("Use File Name for V1 Title"));
   }
 
   void completesFromTheQuickListButNotWhileDeleting() {
@@ -273,6 +324,8 @@ class TrackWindowTest : public QObject {
     QTest::newRow("AIFF, no question") << true << "" << "" << true;
     QTest::newRow("read only, yes") << false << "Updating a read only or locked file" << "Yes" << true;
     QTest::newRow("read only, no") << false << "Updating a read only or locked file" << "No" << false;
+    QTest::newRow("V1 not verified, go on") << false << "Verification of the updated V1 tag failed" << "Yes" << true;
+    QTest::newRow("V1 not verified, stop") << false << "Verification of the updated V1 tag failed" << "No" << false;
     QTest::newRow("loss, yes") << false << "Updating this track will result in the loss of the tag field 'Release time'"
                                << "Yes" << true;
     QTest::newRow("loss, no") << false << "Updating this track will result in the loss of the tag field 'Release time'"
@@ -287,13 +340,17 @@ class TrackWindowTest : public QObject {
     const std::string path = aiff ? dir_->write("a.aif", sampleAiff("Alpha")) : mp3("a.mp3", "Alpha");
     if (question.contains(QStringLiteral("loss"))) preferences_->setIntPreferenceNamed(prefs::kTag2Version.key, 3);
     if (!question.isEmpty()) questions_.answer(question.toStdString(), answer.toStdString());
-    QVERIFY(open({path}));
+    FailingWriter writer;
+    writer.unverifiedV1 = question.startsWith(QStringLiteral("Verification"));
+    QVERIFY(open({path}, writer.unverifiedV1 ? &writer : nullptr));
     // As a file opened without the right to write it (root may write anything).
     if (question.startsWith(QStringLiteral("Updating a read only"))) window_->tracks().current().readOnly = true;
     type("mT2Title", QStringLiteral("Omega"));
     if (question.contains(QStringLiteral("loss"))) type("mT2ReleaseTime", QStringLiteral("2007-05-03"));
     find<QPushButton>("updateButton")->click();
     QVERIFY(waitIdle());
+    // A V1 tag that did not verify is on the file; the V2 tag is written
+    // only when the user goes on.
     QCOMPARE(storedTitle(path), written ? u"Omega" : u"Alpha");
     QCOMPARE(questions_.asked.size(), question.isEmpty() ? 0u : 1u);
     // The window shows the file as it now is, with nothing left to save; a
@@ -301,6 +358,86 @@ class TrackWindowTest : public QObject {
     QCOMPARE(line("mT2Title")->text(), QStringLiteral("Omega"));
     QCOMPARE(window_->isWindowModified(), !written);
     if (written && !aiff) QCOMPARE(*preferences_->getRecentList("V2 artist"), std::vector<std::string>{"Tester"});
+  }
+
+  void aFileThatStaysReadOnlyIsToldAndKept() {
+    FailingWriter writer;
+    const std::string path = mp3("a.mp3", "Alpha");
+    QVERIFY(open({path}, &writer));
+    window_->tracks().current().readOnly = true;
+    window_->showTrackAt(0);
+    QVERIFY(window_->windowTitle().startsWith(QStringLiteral("a.mp3 [read only]")));
+    type("mT2Title", QStringLiteral("Omega"));
+    questions_.answer("Updating a read only or locked file", "Yes");
+    find<QPushButton>("updateButton")->click();
+    QVERIFY(waitIdle());
+    QCOMPARE(questions_.asked.back().title, std::string("Failed to make the file writable"));
+    QCOMPARE(questions_.asked.back().message,
+             "Could not remove the read only or locked state of the file '" + path + "'.");
+    QCOMPARE(storedTitle(path), u"Alpha");
+  }
+
+  void theWindowFrameIsKeptAndExportsWrite() {
+    const std::string path = mp3("a.mp3", "Alpha");
+    QVERIFY(open({path}));
+    window_->resize(640, 610);
+    window_->close();
+    window_.release();  // closed windows delete themselves
+    QVERIFY(!preferences_->getWindowPosition().empty());
+    QVERIFY(open({path}));
+    QCOMPARE(window_->size(), QSize(640, 610));
+    for (bool xml : {true, false}) {
+      const std::string target = dir_->path() + (xml ? "/a.xml" : "/a.csv");
+      QVERIFY(window_->exportAs(xml, QString::fromStdString(target)));
+      QFile file(QString::fromStdString(target));
+      QVERIFY(file.open(QIODevice::ReadOnly) && file.readAll().contains("Alpha"));
+    }
+  }
+
+  // Two pictures paged through, one retyped and described, one added from a
+  // file, one removed; the save keeps what the panel shows.
+  void picturesArePagedEditedAndSaved() {
+    const std::string path = dir_->write(
+        "p.mp3", mp3File({Id3v2Builder(3)
+                              .text("TIT2", Enc::Latin1, "Pictures")
+                              .frame(pictureFrame(Enc::Latin1, "image/jpeg", 3, "front", imageBytes("JPEG")))
+                              .frame(pictureFrame(Enc::Latin1, "image/png", 4, "back", imageBytes("PNG")))
+                              .build(),
+                          cbrStream(MpegHeader{}, 20), {}, {}}));
+    QVERIFY(open({path}));
+    QCOMPARE(find<QLabel>("pictureIndex")->text(), QStringLiteral("1 of 2"));
+    find<QPushButton>("nextPictureButton")->click();
+    QCOMPARE(find<QLabel>("pictureIndex")->text(), QStringLiteral("2 of 2"));
+    QCOMPARE(find<QComboBox>("pictureType")->currentText(), QStringLiteral("Back cover"));
+    auto* description = find<QLineEdit>("pictureDescription");
+    description->selectAll();
+    QTest::keyClicks(description, QStringLiteral("sleeve"));
+    QCOMPARE(window_->undoStack()->undoText(), QStringLiteral("Picture Description"));
+
+    const QString added = QString::fromStdString(dir_->path() + "/added.png");
+    QImage image(8, 8, QImage::Format_RGB32);
+    image.fill(Qt::red);
+    QVERIFY(image.save(added, "PNG"));
+    auto* panel = findByName<ui::PicturePanel>(window_.get(), "picturePanel");
+    panel->setImageChooser([added](QWidget*) { return added; });
+    find<QPushButton>("addImageButton")->click();
+    QCOMPARE(find<QLabel>("pictureIndex")->text(), QStringLiteral("3 of 3"));  // added at the end
+    find<QPushButton>("previousPictureButton")->click();
+    find<QPushButton>("previousPictureButton")->click();
+    find<QPushButton>("removeImageButton")->click();
+    QCOMPARE(find<QLabel>("pictureIndex")->text(), QStringLiteral("1 of 2"));
+
+    find<QPushButton>("updateButton")->click();
+    QVERIFY(waitIdle());
+    TrackFile file = openTrackFile(path, kScanQuick);
+    QVERIFY(file.opened());
+    const PicDataArray& saved = file.track->tagData.picdata;
+    QCOMPARE(saved.size(), 2u);
+    QCOMPARE(saved[0].description.toU16(), u"sleeve");
+    QCOMPARE(saved[0].pictureType, uint8_t{4});
+    QCOMPARE(saved[1].pictureSubtype, std::string("png"));
+    window_->undoStack()->undo();  // nothing to undo after a save reloads
+    QCOMPARE(find<QLabel>("pictureIndex")->text(), QStringLiteral("1 of 2"));
   }
 
   void movesThroughASetOfTracks_data() {

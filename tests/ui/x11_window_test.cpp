@@ -1,6 +1,7 @@
 // Under a real X server, with the pointer and the keyboard driven through the
 // server's XTEST extension rather than events made up inside Qt: files dragged
-// onto a window open, the start panel's focus and Tab order, and the File menu.
+// onto a window open, the start panel's focus and Tab order, the File menu, and
+// the user genres reordered by dragging and by Alt+Up.
 // Run by xvfb-run (see CMakeLists.txt).
 
 #include <QApplication>
@@ -10,6 +11,7 @@
 #include <QMenuBar>
 #include <QMimeData>
 #include <QMouseEvent>
+#include <QTabWidget>
 #include <QUrl>
 #include <dlfcn.h>
 #include <iterator>
@@ -21,6 +23,7 @@
 #include "ui/document_controller.h"
 #include "ui/drag_image_view.h"
 #include "ui/group_window.h"
+#include "ui/preferences_window.h"
 #include "ui/start_panel.h"
 #include "ui/track_window.h"
 
@@ -282,6 +285,61 @@ class X11WindowTest : public QObject {
       input_->send();
       QTRY_COMPARE(focused(), order[i]);
     }
+  }
+
+  // The editor's fields, from the keyboard alone: Tab goes down the page as it
+  // reads, and a label's mnemonic reaches its field.
+  void theEditorTabsThroughItsFieldsInVisualOrder() {
+    QVERIFY(rig_->controller.openFiles({rig_->track("keys.mp3", "Keys")}));
+    ui::DocumentWindow* window = rig_->controller.frontWindow();
+    QVERIFY(showAt(window, {60, 40}));
+    const QStringList order = {QStringLiteral("mT2Track"), QStringLiteral("mT2Tracks"), QStringLiteral("mT2Title"),
+                               QStringLiteral("mT2Artist"), QStringLiteral("mT2Album"), QStringLiteral("mT2Year"),
+                               QStringLiteral("mT2Genre"), QStringLiteral("mT2Comment"), QStringLiteral("mT2Composer")};
+    const auto focused = [window] {
+      for (QWidget* w = QApplication::focusWidget(); w != nullptr && w != window; w = w->parentWidget())
+        if (w->objectName().startsWith(QStringLiteral("mT"))) return w->objectName();
+      return QString();
+    };
+    findByName<QWidget>(window, "mT2Track")->setFocus();
+    QTRY_COMPARE(focused(), order.first());
+    QPoint before = findByName<QWidget>(window, "mT2Track")->mapToGlobal(QPoint());
+    for (qsizetype i = 1; i < order.size(); ++i) {
+      input_->tap({FakeInput::kTab});
+      input_->send();
+      QTRY_COMPARE(focused(), order[i]);
+      const QPoint at = findByName<QWidget>(window, qPrintable(order[i]))->mapToGlobal(QPoint());
+      QVERIFY2(at.y() > before.y() || (at.y() == before.y() && at.x() > before.x()), qPrintable(order[i]));
+      before = at;
+    }
+    // Alt+I: "T&itle:" takes the keyboard to the title.
+    input_->tap({FakeInput::kAlt, 0x0069});
+    input_->send();
+    QTRY_COMPARE(focused(), QStringLiteral("mT2Title"));
+  }
+
+  void userGenresReorderByDraggingAndByAltUp() {
+    constexpr unsigned long kUp = 0xFF52;
+    rig_->preferences.setUserGenreList({"Ambient", "Dub", "Folk"});
+    ui::PreferencesWindow* window = rig_->controller.showPreferences();
+    findByName<QTabWidget>(window, "mPreferencesTabs")->setCurrentIndex(3);
+    QVERIFY(showAt(window, {100, 100}));
+    auto* list = findByName<ui::GenreListView>(window, "mUserGenreList");
+    QVERIFY(list);
+    const auto names = [this] { return rig_->preferences.getUserGenreList(); };
+    const QRect first = list->visualItemRect(list->item(0));
+    const QRect last = list->visualItemRect(list->item(2));
+    // Below the middle of the last row: after it.
+    drag(list->viewport()->mapToGlobal(first.center()),
+         list->viewport()->mapToGlobal(QPoint(last.center().x(), last.bottom() - 3)));
+    QTRY_COMPARE_WITH_TIMEOUT(names(), (std::vector<std::string>{"Dub", "Folk", "Ambient"}), 5000);
+    QTRY_COMPARE(list->selectedRows(), std::vector<int>{2});
+
+    list->setFocus();
+    QTRY_VERIFY(list->hasFocus());
+    input_->tap({FakeInput::kAlt, kUp});
+    input_->send();
+    QTRY_COMPARE(names(), (std::vector<std::string>{"Dub", "Ambient", "Folk"}));
   }
 
   void theFileMenuOpensAndItsOpenAsksForTracks_data() {
