@@ -287,5 +287,7 @@ int main(int argc, char** argv) {
     std::printf("peak RSS overall:    %8ld MB\n", peakMegabytes());
   }
   delete window;
+  std::error_code ignored;
+  fs::remove_all(scratch, ignored);
   return 0;
 }
