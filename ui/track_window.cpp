@@ -518,7 +518,7 @@ void TrackWindow::runInBackground(std::function<void()> work) {
     };
   }
   busy_ = true;
-  centralWidget()->setEnabled(false);
+  enableControls(false);
   emit stateChanged();
   if (worker_.joinable()) worker_.join();
   worker_ = std::thread([this, work = std::move(work)] {
@@ -526,12 +526,18 @@ void TrackWindow::runInBackground(std::function<void()> work) {
     QMetaObject::invokeMethod(this, [this] {
       worker_.join();
       busy_ = false;
-      centralWidget()->setEnabled(true);
+      enableControls(true);
       emit stateChanged();
       emit idle();
       if (std::exchange(closeWhenIdle_, false)) close();
     }, Qt::QueuedConnection);
   });
+}
+
+void TrackWindow::enableControls(bool enabled) {
+  centralWidget()->setEnabled(enabled);
+  for (QDockWidget* panel : {pictureDock_, lyricsDock_})
+    if (panel != nullptr) panel->setEnabled(enabled);
 }
 
 void TrackWindow::updateTag() {

@@ -118,6 +118,8 @@ class TrackWindow : public DocumentWindow, private EditorView {
   void fileChangedOnDisk();
   // Runs the editor's step on a worker thread with the controls off.
   void runInBackground(std::function<void()> work);
+  // The controls and the panels beside the window, off while a step runs.
+  void enableControls(bool enabled);
   std::unique_ptr<ID3Tag> trackFromValues() const;
   void showPanel(QWidget* panel, bool add);
 
