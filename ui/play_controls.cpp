@@ -66,6 +66,8 @@ PlayControls::PlayControls(QWidget* parent) : QWidget(parent) {
   position_ = new QSlider(Qt::Horizontal, this);
   position_->setObjectName(QStringLiteral("playPosition"));
   position_->setAccessibleName(tr("Position"));
+  // Room to aim at a moment of the track, in a narrow window too.
+  position_->setMinimumWidth(fontMetrics().averageCharWidth() * 16);
   total_ = new QLabel(this);
   total_->setObjectName(QStringLiteral("playTotal"));
   total_->setAccessibleName(tr("Total time"));
@@ -77,7 +79,7 @@ PlayControls::PlayControls(QWidget* parent) : QWidget(parent) {
   volume_->setRange(0, 100);
   volume_->setValue(kStartVolume);
   // Wide enough to set, narrow beside the position it follows.
-  volume_->setMaximumWidth(volume_->sizeHint().width());
+  volume_->setMaximumWidth(fontMetrics().averageCharWidth() * 12);
   volumeLabel->setBuddy(volume_);
 
   row->addWidget(play_);
