@@ -22,6 +22,7 @@
 #include "operations/track_writer.h"
 #include "preferences/preference_keys.h"
 #include "preferences/store.h"
+#include "tests/support/aiff_builder.h"
 #include "tests/support/id3v2_builder.h"
 #include "tests/support/mp3_file_builder.h"
 #include "tests/support/mpeg_builder.h"
@@ -56,12 +57,25 @@ class PlayControlsTest : public QObject {
   WatchingWriter writer_;
   std::unique_ptr<ui::TrackWindow> window_;
   std::vector<std::string> paths_;
+  // The player reached the end of the track. Where no sound device plays in
+  // real time, GStreamer may run through seconds of audio at once: what
+  // playback would have shown then cannot be watched, and the test says so.
+  bool ranOut_ = false;
+  static constexpr const char* kNoRealTime =
+      "The audio output here ran through the track at once (no sound device plays in real time).";
 
-  void open(int count, const Bytes& audio = cbrStream(MpegHeader{}, 38 * 8)) {
+  // MP3s of this audio, or one AIFF of three seconds of silence.
+  void open(int count, const Bytes& audio = cbrStream(MpegHeader{}, 38 * 8), bool aiff = false) {
     for (int i = 0; i < count; ++i) {
       const std::string title = "Track " + std::to_string(i);
-      paths_.push_back(dir_->write(title + ".mp3", mp3File({Id3v2Builder(3).text("TIT2", Enc::Latin1, title).padding(64).build(),
-                                                            audio, {}, {}})));
+      const Bytes tag = Id3v2Builder(3).text("TIT2", Enc::Latin1, title).padding(64).build();
+      constexpr uint32_t kFrames = 44100 * 3;
+      paths_.push_back(aiff ? dir_->write(title + ".aif", AiffBuilder("AIFF")
+                                                              .chunk(commChunk(2, kFrames, 16, 44100.0))
+                                                              .chunk(ssndChunk(Bytes(kFrames * 4, 0)))
+                                                              .chunk(id3Chunk(tag))
+                                                              .build())
+                            : dir_->write(title + ".mp3", mp3File({tag, audio, {}, {}})));
       TrackFile file = openTrackFile(paths_.back(), kScanQuick);
       QVERIFY(file.opened());
       if (!window_) window_ = std::make_unique<ui::TrackWindow>(std::move(file.track), *preferences_, questions_,
@@ -77,10 +91,23 @@ class PlayControlsTest : public QObject {
   ui::PlayControls* controls() { return find<ui::PlayControls>("playControls"); }
   bool waitIdle() { return QTest::qWaitFor([this] { return !window_->isBusy(); }, 10000); }
   bool waitPhase(PlayPhase phase) { return QTest::qWaitFor([&] { return controls()->phase() == phase; }, 10000); }
-  // Plays the shown track with the play button until sound comes out.
+  void watchForTheEnd() {
+    ranOut_ = false;
+    connect(controls()->player(), &QMediaPlayer::mediaStatusChanged, this,
+            [this](QMediaPlayer::MediaStatus status) { ranOut_ = ranOut_ || status == QMediaPlayer::EndOfMedia; });
+  }
+  // Waits for sound to come out of a play just started; false when the
+  // player could not play at all.
+  bool waitForSound() {
+    return QTest::qWaitFor([this] { return controls()->phase() == PlayPhase::Playing || ranOut_; }, 10000);
+  }
+  // Plays the shown track with the play button until sound comes out (or the
+  // track ran out at once: the caller skips).
   void startPlaying() {
     find<QToolButton>("playButton")->click();
-    QVERIFY2(waitPhase(PlayPhase::Playing), qPrintable(find<QLabel>("playStatus")->text()));
+    watchForTheEnd();
+    QVERIFY2(waitForSound(), qPrintable(find<QLabel>("playStatus")->text()));
+    if (ranOut_) return;
     QCOMPARE(controls()->player()->playbackState(), QMediaPlayer::PlayingState);
     QCOMPARE(find<QToolButton>("playButton")->text(), QStringLiteral("Pause"));
   }
@@ -128,6 +155,7 @@ class PlayControlsTest : public QObject {
     QFETCH(bool, written);
     open(2);
     startPlaying();
+    if (ranOut_) QSKIP(kNoRealTime);
     const std::map<QString, std::function<void()>> actions = {
         {QStringLiteral("update"), [this] { find<QPushButton>("updateButton")->click(); }},
         {QStringLiteral("next"), [this] { find<QPushButton>("nextTrackButton")->click(); }},
@@ -146,6 +174,7 @@ class PlayControlsTest : public QObject {
          }},
     };
     actions.at(action)();
+    if (ranOut_) QSKIP(kNoRealTime);
     QVERIFY(waitIdle());
     QCOMPARE(window_->tracks().position(), static_cast<size_t>(position));
     // Stopped, and the file let go, while the window still stands.
@@ -185,8 +214,11 @@ class PlayControlsTest : public QObject {
     QCOMPARE(controls()->phase() != PlayPhase::Stopped, toggles);
     if (auto* field = qobject_cast<QLineEdit*>(target)) QCOMPARE(field->text(), typed);
     if (!toggles) return;
-    QVERIFY2(waitPhase(PlayPhase::Playing), qPrintable(find<QLabel>("playStatus")->text()));
+    watchForTheEnd();
+    QVERIFY2(waitForSound(), qPrintable(find<QLabel>("playStatus")->text()));
+    if (ranOut_) QSKIP(kNoRealTime);
     QTest::keyClick(target, Qt::Key_Space);
+    if (ranOut_) QSKIP(kNoRealTime);
     QVERIFY(waitPhase(PlayPhase::Paused));
     QCOMPARE(controls()->player()->playbackState(), QMediaPlayer::PausedState);
     // The stars took no star count from the Space.
@@ -226,15 +258,26 @@ class PlayControlsTest : public QObject {
     QVERIFY(controls()->player()->source().isEmpty());
   }
 
+  void timesShowTheTrackBeforeAndWhilePlaying_data() {
+    QTest::addColumn<bool>("aiff");
+    QTest::addColumn<QString>("total");
+    QTest::newRow("MP3") << false << "0:07";
+    QTest::newRow("AIFF") << true << "0:03";
+  }
+
   void timesShowTheTrackBeforeAndWhilePlaying() {
-    open(1);
+    QFETCH(bool, aiff);
+    QFETCH(QString, total);
+    open(1, cbrStream(MpegHeader{}, 38 * 8), aiff);
     // The engine's length, before the player is made.
     QVERIFY(controls()->player() == nullptr);
-    QCOMPARE(find<QLabel>("playTotal")->text(), QStringLiteral("0:07"));
+    QCOMPARE(find<QLabel>("playTotal")->text(), total);
     QVERIFY(!find<QSlider>("playPosition")->isEnabled());
     startPlaying();
+    if (ranOut_) QSKIP(kNoRealTime);
     const bool counted =
         QTest::qWaitFor([this] { return find<QLabel>("playElapsed")->text() != QStringLiteral("0:00"); }, 10000);
+    if (ranOut_) QSKIP(kNoRealTime);
     QVERIFY2(counted, qPrintable(QStringLiteral("phase %1, position %2, status %3")
                                      .arg(static_cast<int>(controls()->phase()))
                                      .arg(controls()->player()->position())
