@@ -174,21 +174,13 @@ void PlayControls::makePlayer() {
   connect(player_, &QMediaPlayer::playbackStateChanged, this, follow);
   connect(player_, &QMediaPlayer::mediaStatusChanged, this, [this, follow](QMediaPlayer::MediaStatus status) {
     if (status == QMediaPlayer::EndOfMedia) return stop();
-    if (status == QMediaPlayer::InvalidMedia && error_.isEmpty()) {
-      error_ = player_->errorString();
-      if (error_.isEmpty()) error_ = tr("the format is not one this system plays");
-      player_->stop();
-      return setPhase(PlayPhase::Failed);
-    }
+    if (status == QMediaPlayer::InvalidMedia && error_.isEmpty())
+      return fail(player_->errorString().isEmpty() ? tr("the format is not one this system plays")
+                                                   : player_->errorString());
     follow();
   });
   connect(player_, &QMediaPlayer::errorOccurred, this, [this](QMediaPlayer::Error, const QString& text) {
-    if (player_->source().isEmpty()) return;
-    error_ = text.isEmpty() ? tr("the player gave no reason") : text;
-    player_->stop();
-    player_->setSource(QUrl());
-    positionMs_ = 0;
-    setPhase(PlayPhase::Failed);
+    if (!player_->source().isEmpty()) fail(text.isEmpty() ? tr("the player gave no reason") : text);
   });
   connect(player_, &QMediaPlayer::durationChanged, this, [this](qint64 ms) {
     if (ms > 0) durationMs_ = ms;
@@ -199,6 +191,14 @@ void PlayControls::makePlayer() {
     positionMs_ = ms;
     showTimes();
   });
+}
+
+void PlayControls::fail(const QString& reason) {
+  error_ = reason;
+  player_->stop();
+  player_->setSource(QUrl());
+  positionMs_ = 0;
+  setPhase(PlayPhase::Failed);
 }
 
 void PlayControls::setPhase(PlayPhase phase) {
@@ -224,7 +224,8 @@ void PlayControls::showTimes() {
     // The slider follows playback; only the user's moves seek.
     const QSignalBlocker quiet(position_);
     position_->setRange(0, static_cast<int>(std::max<int64_t>(durationMs_, 0)));
-    position_->setValue(static_cast<int>(positionMs_));
+    // Not under the user's hand while it drags.
+    if (!position_->isSliderDown()) position_->setValue(static_cast<int>(positionMs_));
   }
   position_->setSingleStep(5000);
   position_->setPageStep(30000);

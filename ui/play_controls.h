@@ -44,6 +44,8 @@ class PlayControls : public QWidget {
 
  private:
   void makePlayer();
+  // The file cannot be played: said on the controls, and the file let go.
+  void fail(const QString& reason);
   void setPhase(PlayPhase phase);
   void showTimes();
   void showView();
