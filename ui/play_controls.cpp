@@ -32,7 +32,8 @@ QString qtext(const std::string& text) { return QString::fromStdString(text); }
 // The slider moves as the ear hears; the output takes a linear factor.
 SpaceTaker spaceTaker(QWidget* focus) {
   if (focus->isWindow()) return SpaceTaker::Nothing;
-  if (auto* combo = qobject_cast<QComboBox*>(focus)) return combo->isEditable() ? SpaceTaker::TextField : SpaceTaker::PressControl;
+  if (auto* combo = qobject_cast<QComboBox*>(focus))
+    return combo->isEditable() ? SpaceTaker::TextField : SpaceTaker::PressControl;
   if (qobject_cast<QLineEdit*>(focus) != nullptr || qobject_cast<QAbstractSpinBox*>(focus) != nullptr ||
       qobject_cast<QTextEdit*>(focus) != nullptr || qobject_cast<QPlainTextEdit*>(focus) != nullptr)
     return SpaceTaker::TextField;

@@ -96,9 +96,10 @@ class RatingAndIconTest : public QObject {
   }
   QStringList thumbnailsWritten() const {
     QStringList found;
-    for (const char* size : {"normal", "large"})
-      for (const QString& name : QDir(cache_ + QStringLiteral("/thumbnails/") + QLatin1String(size)).entryList(QDir::Files))
-        found << QLatin1String(size) + QLatin1Char('/') + name;
+    for (const char* size : {"normal", "large"}) {
+      const QDir folder(cache_ + QStringLiteral("/thumbnails/") + QLatin1String(size));
+      for (const QString& name : folder.entryList(QDir::Files)) found << QLatin1String(size) + QLatin1Char('/') + name;
+    }
     return found;
   }
 
