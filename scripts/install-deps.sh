@@ -7,6 +7,7 @@ packages=(
   cmake ninja-build g++ clang libclang-rt-14-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   qt6-base-dev qt6-image-formats-plugins libpng-dev
+  qt6-multimedia-dev gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-plugins-bad
   fonts-noto-core fonts-noto-cjk fonts-noto-color-emoji
   xvfb xauth libxtst6 libglib2.0-bin desktop-file-utils appstream shared-mime-info
   python3 lame python3-mutagen eyed3 ffmpeg id3v2

@@ -1,6 +1,9 @@
 #include "ui/screenshots.h"
 
 #include <QApplication>
+#include <QComboBox>
+#include <QElapsedTimer>
+#include <QMediaPlayer>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFileInfo>
@@ -17,6 +20,7 @@
 #include "ui/document_window.h"
 #include "ui/group_window.h"
 #include "ui/preferences_window.h"
+#include "ui/play_controls.h"
 #include "ui/start_panel.h"
 #include "ui/track_window.h"
 
@@ -80,6 +84,55 @@ void renderEditor(DocumentController& controller, const QString& folder, const Q
   preferences.setBoolPreferenceNamed(prefs::kShowUserTab.key, userTab);
 }
 
+// The editor playing the track, and a tag written in several scripts.
+void renderPlayAndScripts(DocumentController& controller, const QString& folder, const QString& track,
+                          const std::function<void(const QString&)>& keep) {
+  PreferencesController& preferences = controller.preferences();
+  const int style = preferences.getWindowStyle();
+  const bool shown = preferences.isShowPlayControlsSet();
+  preferences.setIntPreferenceNamed(prefs::kEditorStyle.key, 0);
+  preferences.setBoolPreferenceNamed(prefs::kShowPlayControls.key, true);
+  std::string cause;
+  if (controller.openSingleTrack(QFile::encodeName(track).toStdString(), cause)) {
+    if (auto* window = qobject_cast<TrackWindow*>(controller.frontWindow())) {
+      window->resize(900, 1080);
+      window->show();
+      // A moment into the track where a player is at hand; stopped where not.
+      if (auto* controls = window->findChild<PlayControls*>(QStringLiteral("playControls"))) {
+        controls->togglePlay();
+        QElapsedTimer waited;
+        waited.start();
+        while (waited.elapsed() < 4000 && (controls->phase() != PlayPhase::Playing ||
+                                           controls->player()->position() < 1500))
+          QApplication::processEvents(QEventLoop::AllEvents, 50);
+        if (controls->phase() == PlayPhase::Playing) controls->player()->pause();
+        QApplication::processEvents();
+      }
+      keep(save(window, folder, QStringLiteral("editor-playing")));
+      const struct { const char* field; const char* text; } scripts[] = {
+          {"mT2Title", "Καλημέρα κόσμε · Привет, мир · 你好世界"},
+          {"mT2Artist", "فرقة الموسيقى · להקת המוזיקה"},
+          {"mT2Album", "नमस्ते दुनिया · สวัสดีชาวโลก · こんにちは"},
+          {"mT2Composer", "안녕하세요 · Łódź · Øresund 🎵"},
+      };
+      for (const auto& entry : scripts) {
+        QLineEdit* edit = window->findChild<QLineEdit*>(QLatin1String(entry.field));
+        if (auto* combo = window->findChild<QComboBox*>(QLatin1String(entry.field))) edit = combo->lineEdit();
+        if (edit != nullptr) {
+          const QString text = QString::fromUtf8(entry.text);
+          edit->setText(text);
+          emit edit->textEdited(text);
+        }
+      }
+      keep(save(window, folder, QStringLiteral("editor-scripts")));
+      window->undoStack()->setClean();
+      window->close();
+    }
+  }
+  preferences.setIntPreferenceNamed(prefs::kEditorStyle.key, style);
+  preferences.setBoolPreferenceNamed(prefs::kShowPlayControls.key, shown);
+}
+
 }  // namespace
 
 QStringList renderScreenshots(DocumentController& controller, const QString& folder, const QStringList& tracks) {
@@ -92,6 +145,7 @@ QStringList renderScreenshots(DocumentController& controller, const QString& fol
   for (const QString& track : tracks) {
     if (QFileInfo(track).fileName() == QStringLiteral("full-album-track.mp3")) {
       renderEditor(controller, folder, track, keep);
+      renderPlayAndScripts(controller, folder, track, keep);
       continue;
     }
     if (!controller.openFiles({track})) continue;

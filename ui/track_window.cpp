@@ -38,6 +38,7 @@
 #include "ui/editor_fields.h"
 #include "ui/file_thumbnail.h"
 #include "ui/picture_panel.h"
+#include "ui/play_controls.h"
 #include "ui/shown_path.h"
 
 namespace melos::ui {
@@ -218,6 +219,9 @@ void TrackWindow::buildWindow() {
   } else {
     column->addWidget(tags, 1);
   }
+  play_ = new PlayControls(central);
+  play_->setVisible(preferences_.isShowPlayControlsSet());
+  column->addWidget(play_);
 
   auto* bottom = new QHBoxLayout;
   previous_ = button(tr("Pre&vious"), "previousTrackButton");
@@ -303,7 +307,7 @@ void TrackWindow::buildWindow() {
       if (page == fields_->page(kind)) order << fields_->focusOrder(kind);
   }
   order << copyV2ToV1_ << fileNameV2_ << v1Box_ << fields_->focusOrder(EditorTab::V1) << copyV1ToV2_ << fileNameV1_
-        << previous_ << next_ << closeTrack_ << defaults_ << update_;
+        << play_->focusOrder() << previous_ << next_ << closeTrack_ << defaults_ << update_;
   for (qsizetype i = 1; i < order.size(); ++i) setTabOrder(order[i - 1], order[i]);
   resize(layoutStyle_ == 1 ? QSize(1100, 760) : layoutStyle_ == 2 ? QSize(620, 700) : QSize(560, 760));
   fields_->control(EditorField::Title)->setFocus();
@@ -451,9 +455,12 @@ void TrackWindow::initTagWindow(const ID3Tag& track) {
   showTitle();
   showFileName(track.path());
   showFacts();
+  play_->setTrack(localName(track.path()), static_cast<int64_t>(track.duration) * 1000);
   watchFile();
   if (!values_.pictures->empty() && preferences_.isShowPictureSet() && pictureDock_ != nullptr) pictureDock_->show();
 }
+
+void TrackWindow::stopPlayback() { play_->stop(); }
 
 void TrackWindow::showProgress(bool shown) { progress_->setVisible(shown); }
 
@@ -545,14 +552,17 @@ void TrackWindow::updateTag() {
 }
 
 void TrackWindow::previousTrack() {
+  if (!busy_) play_->stop();
   runInBackground([this] { editor_.previousTrack(); });
 }
 
 void TrackWindow::nextTrack() {
+  if (!busy_) play_->stop();
   runInBackground([this] { editor_.nextTrack(); });
 }
 
 void TrackWindow::closeTrack() {
+  if (!busy_) play_->stop();
   runInBackground([this] { editor_.closeTrack(); });
 }
 
@@ -677,6 +687,9 @@ void TrackWindow::preferencesChanged() {
   fields_->setGenreLists(preferences_.v1GenreList(), preferences_.v2GenreList());
   fields_->setQuickLists(preferences_.showQuickLists(), [this](std::string_view key) { return quickLists_.list(key); });
   fields_->show(values_);
+  const bool playShown = preferences_.isShowPlayControlsSet();
+  if (!playShown) play_->stop();
+  play_->setVisible(playShown);
 }
 
 void TrackWindow::watchFile() {
@@ -720,6 +733,7 @@ void TrackWindow::closeEvent(QCloseEvent* event) {
     preferences_.setWindowPosition(saveGeometry().toBase64().toStdString());
     preferences_.synchronize();
   }
+  play_->stop();
   DocumentWindow::closeEvent(event);
 }
 

@@ -37,6 +37,7 @@ namespace melos::ui {
 
 class EditorFields;
 class PicturePanel;
+class PlayControls;
 
 class TrackWindow : public DocumentWindow, private EditorView {
   Q_OBJECT
@@ -94,6 +95,7 @@ class TrackWindow : public DocumentWindow, private EditorView {
   void updateV1TagData(ID3Tag& track) override;
   void updateV2TagData(ID3Tag& track, bool allowUnicode) override;
   void initTagWindow(const ID3Tag& track) override;
+  void stopPlayback() override;
   void showProgress(bool shown) override;
   void showFileName(const std::string& path) override;
   IconResult setFileIcon(const ID3Tag& track) override;
@@ -140,6 +142,7 @@ class TrackWindow : public DocumentWindow, private EditorView {
   QTabWidget* v2Tabs_ = nullptr;
   QTabWidget* sideTabs_ = nullptr;
   PicturePanel* picture_ = nullptr;
+  PlayControls* play_ = nullptr;
   QWidget* lyricsPage_ = nullptr;
   QDockWidget* pictureDock_ = nullptr;
   QDockWidget* lyricsDock_ = nullptr;
