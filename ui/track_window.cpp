@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QCloseEvent>
+#include <QKeyEvent>
 #include <QDockWidget>
 #include <QFile>
 #include <QFileInfo>
@@ -292,6 +293,8 @@ void TrackWindow::buildWindow() {
           [this] { useFileNameForTitle(true, QApplication::keyboardModifiers()); });
   connect(fileNameV2_, &QPushButton::clicked, this,
           [this] { useFileNameForTitle(false, QApplication::keyboardModifiers()); });
+  v1Box_->installEventFilter(this);
+  v2Box_->installEventFilter(this);
   connect(v1Box_, &QGroupBox::clicked, this, [this](bool on) {
     edit(on ? tr("Enable V1 Tag") : tr("Disable V1 Tag"), [on](EditorValues& v) { v.v1Enabled = on; });
   });
@@ -708,6 +711,17 @@ void TrackWindow::fileChangedOnDisk() {
       {std::string(kReloadButton), std::string(kCancelButton)}, 0);
   askingAboutDisk_ = false;
   if (chosen == kReloadButton) revert();
+}
+
+bool TrackWindow::eventFilter(QObject* watched, QEvent* event) {
+  // A checkable box takes a Space that a control inside it left alone (the
+  // stars, a tab bar) and would switch its whole tag off: only its own
+  // Space, pressed with the box itself focused, switches it.
+  if ((watched == v1Box_ || watched == v2Box_) &&
+      (event->type() == QEvent::KeyPress || event->type() == QEvent::KeyRelease) &&
+      static_cast<QKeyEvent*>(event)->key() == Qt::Key_Space && !static_cast<QWidget*>(watched)->hasFocus())
+    return true;
+  return DocumentWindow::eventFilter(watched, event);
 }
 
 void TrackWindow::closeEvent(QCloseEvent* event) {

@@ -88,6 +88,7 @@ class TrackWindow : public DocumentWindow, private EditorView {
 
  protected:
   void closeEvent(QCloseEvent* event) override;
+  bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
   friend class ValuesCommand;

@@ -273,6 +273,9 @@ class TrackWindowTest : public QObject {
     QCOMPARE(line("mT2Title")->text(), QStringLiteral("New title"));
     QCOMPARE(line("mT1Title")->text(), QStringLiteral("From V1"));
 
+    // A Space the stars leave alone does not reach the box around them.
+    QTest::keyClick(find<QWidget>("mT2Rating"), Qt::Key_Space);
+    QVERIFY(find<QGroupBox>("v2TagBox")->isChecked());
     // A tag switched off greys its fields and the copy from it.
     find<QGroupBox>("v1TagBox")->setChecked(false);
     emit find<QGroupBox>("v1TagBox")->clicked(false);
