@@ -89,6 +89,16 @@ TEST(GroupFillTest, PicturesAreComparedByTheirSummaries) {
   EXPECT_EQ(summarisePictures({}).firstHash, 0u);
   EXPECT_NE(summarisePictures({other}).firstHash, one.firstHash);
   EXPECT_NE(summarisePictures({backCover}).firstHash, one.firstHash);
+  // A large cover is read in part: equal ones match, and a change at its end
+  // or in the bytes read is seen.
+  PicData large{test::pngBytes(200000), "png"};
+  const uint64_t largeHash = summarisePictures({large}).firstHash;
+  EXPECT_EQ(summarisePictures({PicData{test::pngBytes(200000), "png"}}).firstHash, largeHash);
+  for (size_t at : {size_t{100}, size_t{199999}, size_t{512}}) {
+    PicData changed = large;
+    changed.data[at] ^= 0xFF;
+    EXPECT_NE(summarisePictures({changed}).firstHash, largeHash) << at;
+  }
 
   GroupValues withCover;
   withCover.picture = cover;
