@@ -27,7 +27,9 @@
 #include <thread>
 
 #include "operations/open_documents.h"
+#include "operations/picture_list.h"
 #include "operations/questions.h"
+#include "operations/tag_copy.h"
 #include "operations/track_writer.h"
 #include "preferences/preferences_controller.h"
 #include "ui/drag_image_view.h"
@@ -330,6 +332,18 @@ void GroupWindow::buildFields(QWidget* v1Page, QWidget* v2Page, QWidget* morePag
         side->addWidget(removePicture_);
         side->addWidget(option(GroupOption::ReplacePictures, tr("Replace &existing pictures"), kReplacePicturesHelp,
                                "mT2ReplacePicturesButton", box));
+        // What kind of picture it is and what it shows, as the tracks get it.
+        widgets.pictureType = new QComboBox(box);
+        widgets.pictureType->setObjectName(QStringLiteral("mT2PictureType"));
+        widgets.pictureType->setAccessibleName(tr("Picture type"));
+        for (std::string_view name : pictureTypeNames())
+          widgets.pictureType->addItem(QString::fromUtf8(name.data(), static_cast<qsizetype>(name.size())));
+        widgets.pictureDescription = new QLineEdit(box);
+        widgets.pictureDescription->setObjectName(QStringLiteral("mT2PictureDescription"));
+        widgets.pictureDescription->setAccessibleName(tr("Picture description"));
+        widgets.pictureDescription->setPlaceholderText(tr("Description"));
+        side->addWidget(widgets.pictureType);
+        side->addWidget(widgets.pictureDescription);
         side->addStretch();
         row2->addWidget(widgets.picture, 1);
         row2->addLayout(side);
@@ -403,6 +417,23 @@ void GroupWindow::connectSlot(size_t i) {
       edit(-1, [this, i, member] {
         // A value that differed becomes on for every track at the first click.
         model_.values.*member = differing_[i] || !(model_.values.*member);
+        slotEdited(model_, differing_, i);
+      });
+    });
+  }
+  if (widgets.pictureType != nullptr) {
+    connect(widgets.pictureType, &QComboBox::activated, this, [this, i](int type) {
+      if (!model_.values.picture) return;
+      edit(-1, [this, i, type] {
+        model_.values.picture->pictureType = static_cast<uint8_t>(type);
+        slotEdited(model_, differing_, i);
+      });
+    });
+    connect(widgets.pictureDescription, &QLineEdit::textEdited, this, [this, i](const QString& text) {
+      if (!model_.values.picture) return;
+      // Typing merges into one step, apart from every field's own.
+      edit(static_cast<int>(kGroupSlotCount), [this, i, &text] {
+        model_.values.picture->description = storedText(text.toStdU16String());
         slotEdited(model_, differing_, i);
       });
     });
@@ -481,6 +512,13 @@ void GroupWindow::refreshFields() {
         well->setImageType(QString::fromStdString(values.picture->pictureSubtype));
       }
       well->setToolTip(placeholder);
+      widgets.pictureType->setEnabled(values.picture.has_value());
+      widgets.pictureDescription->setEnabled(values.picture.has_value());
+      const int type = values.picture ? values.picture->pictureType : 0;
+      widgets.pictureType->setCurrentIndex(std::min(type, static_cast<int>(kPictureTypeCount) - 1));
+      const QString description =
+          values.picture ? QString::fromStdU16String(values.picture->description.toU16()) : QString();
+      if (widgets.pictureDescription->text() != description) widgets.pictureDescription->setText(description);
     }
   }
   for (size_t field = 0; field < kGroupFieldCount; ++field)

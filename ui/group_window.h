@@ -99,6 +99,8 @@ class GroupWindow : public DocumentWindow, private UpdateObserver {
     QComboBox* combo = nullptr;
     QCheckBox* flag = nullptr;
     DragImageView* picture = nullptr;
+    QComboBox* pictureType = nullptr;
+    QLineEdit* pictureDescription = nullptr;
   };
   class EditCommand;
 

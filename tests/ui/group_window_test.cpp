@@ -416,6 +416,10 @@ class GroupWindowTest : public QObject {
     QTest::mouseClick(child<QPushButton>("mT2AddPictureButton"), Qt::LeftButton);
     QVERIFY(child<QCheckBox>("mT2PictureButton")->isChecked());
     QVERIFY(window_->isWindowModified());
+    // Its type and description, as every track gets them.
+    child<QComboBox>("mT2PictureType")->setCurrentIndex(4);
+    emit child<QComboBox>("mT2PictureType")->activated(4);
+    QTest::keyClicks(child<QLineEdit>("mT2PictureDescription"), QStringLiteral("sleeve"));
     const std::string notPicture = dir_->write("notes.png", Bytes{'n', 'o', 't', 'e', 's'});
     window_->setPictureChooser([&](QWidget*) { return QString::fromStdString(notPicture); });
     QTest::mouseClick(child<QPushButton>("mT2AddPictureButton"), Qt::LeftButton);
@@ -425,6 +429,8 @@ class GroupWindowTest : public QObject {
       const auto track = reread(path);
       QCOMPARE(track->tagData.picdata.size(), size_t{1});
       QVERIFY(track->tagData.picdata[0].data == cover);
+      QCOMPARE(track->tagData.picdata[0].pictureType, uint8_t{4});
+      QCOMPARE(track->tagData.picdata[0].description.toU16(), u"sleeve");
     }
   }
 
