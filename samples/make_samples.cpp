@@ -163,7 +163,8 @@ int main(int argc, char** argv) {
                             .build(),
                         cbrStream(joint, 38 * 20), {}, id3v1Tag(fullV1)});
 
-  bool ok = write(folder + "/full-album-track.mp3", full) && write(folder + "/morning-tone.mp3", cbr) && write(folder + "/podcast-episode.mp3", podcast) &&
+  bool ok = write(folder + "/full-album-track.mp3", full) && write(folder + "/morning-tone.mp3", cbr) &&
+            write(folder + "/podcast-episode.mp3", podcast) &&
             write(folder + "/aiff-tone.aif", aiff) && write(folder + "/clipboard.tdf", tagData);
   return ok ? 0 : 1;
 }

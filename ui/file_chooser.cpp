@@ -33,7 +33,8 @@ QString DialogFileChooser::chooseTagDestination(QWidget* parent, const QString& 
 }
 
 QString DialogFileChooser::chooseExportDestination(QWidget* parent, bool xml) {
-  QFileDialog dialog(parent, xml ? QObject::tr("Choose a destination XML file") : QObject::tr("Choose a destination CSV file"));
+  QFileDialog dialog(parent,
+                     xml ? QObject::tr("Choose a destination XML file") : QObject::tr("Choose a destination CSV file"));
   dialog.setAcceptMode(QFileDialog::AcceptSave);
   dialog.setDefaultSuffix(xml ? QStringLiteral("xml") : QStringLiteral("csv"));
   dialog.setNameFilter(xml ? QObject::tr("XML files (*.xml)") : QObject::tr("CSV files (*.csv)"));

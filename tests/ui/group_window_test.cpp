@@ -281,8 +281,11 @@ class GroupWindowTest : public QObject {
     type("mT2AlbumField", QStringLiteral("Checked"));
     runUpdate();
     QCOMPARE(questions_.asked.size(), size_t{2});
-    QVERIFY(QString::fromStdString(questions_.asked[0].message).endsWith(QStringLiteral("Would you like to continue?")));
-    QVERIFY(QString::fromStdString(questions_.asked[1].message).endsWith(QStringLiteral("Would you like to ignore this?")));
+    const auto endsWith = [this](size_t question, const char* end) {
+      return QString::fromStdString(questions_.asked[question].message).endsWith(QLatin1String(end));
+    };
+    QVERIFY(endsWith(0, "Would you like to continue?"));
+    QVERIFY(endsWith(1, "Would you like to ignore this?"));
     QCOMPARE(questions_.asked[1].buttons, (std::vector<std::string>{"Yes", "No"}));
   }
 
