@@ -289,6 +289,8 @@ std::vector<DocumentWindow*> DocumentController::windows() const {
 
 void DocumentController::notifyPreferencesChanged() {
   for (DocumentWindow* window : windows()) window->preferencesChanged();
+  // The menu item shows the preference, wherever it was changed.
+  action(MenuItem::AlwaysApplyDefaultTagData)->setChecked(preferences_.isAlwaysApplyDefTagDataSet());
   updateMenus();
 }
 
