@@ -50,17 +50,19 @@ UnicodeText UnicodeText::fromUtf8(std::string_view utf8) {
 }
 
 std::u16string UnicodeText::toU16() const {
-  if (!unicode) {
-    std::u16string out;
-    out.reserve(data.size());
-    for (char c : data) out += static_cast<char16_t>(static_cast<uint8_t>(c));
-    return out;
-  }
+  if (!unicode) return latin1ToU16(data);
   return decodeUtf16({reinterpret_cast<const uint8_t*>(data.data()), data.size()});
 }
 
 std::string UnicodeText::toUtf8() const {
   return unicode ? u16ToUtf8(toU16()) : latin1ToUtf8(data);
+}
+
+std::u16string latin1ToU16(std::string_view latin1) {
+  std::u16string text;
+  text.reserve(latin1.size());
+  for (char c : latin1) text += static_cast<char16_t>(static_cast<uint8_t>(c));
+  return text;
 }
 
 std::string latin1ToUtf8(std::string_view latin1) {

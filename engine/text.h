@@ -32,6 +32,7 @@ struct UnicodeText {
 };
 
 std::string latin1ToUtf8(std::string_view latin1);
+std::u16string latin1ToU16(std::string_view latin1);
 // Characters above U+00FF become '?'.
 std::string u16ToLatin1(std::u16string_view text);
 std::string u16ToUtf8(std::u16string_view text);

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "engine/genres.h"
-#include "operations/group_model.h"  // numberField
+#include "operations/group_model.h"  // numberField, numberText
 #include "operations/tag_copy.h"
 #include "preferences/default_tag_data.h"
 #include "preferences/value_conversion.h"
@@ -89,17 +89,6 @@ const std::array<EditorFieldInfo, kEditorFieldCount> kFields = {{
     {Lyrics, "Lyrics", "mT2Lyrics", "", T::Lyrics, K::MultiLine, no, no, "", ""},
 }};
 
-std::u16string wide(std::string_view latin1) {
-  std::u16string text;
-  text.reserve(latin1.size());
-  for (char c : latin1) text += static_cast<char16_t>(static_cast<uint8_t>(c));
-  return text;
-}
-
-std::u16string numberText(unsigned number, unsigned unset) {
-  return number == unset ? std::u16string() : wide(std::to_string(number));
-}
-
 // The V2 texts that may be stored as UTF-16, and those kept as Latin-1.
 struct TextField {
   EditorField field;
@@ -166,24 +155,24 @@ EditorValues valuesFromTrack(const ID3Tag& track) {
   EditorValues v;
   const V1Tag& v1 = track.v1;
   v.v1Enabled = v1.enabled;
-  v[V1Title] = wide(v1.title);
-  v[V1Artist] = wide(v1.artist);
-  v[V1Album] = wide(v1.album);
-  v[V1Year] = wide(v1.year);
-  v[V1Comment] = wide(v1.comment);
+  v[V1Title] = latin1ToU16(v1.title);
+  v[V1Artist] = latin1ToU16(v1.artist);
+  v[V1Album] = latin1ToU16(v1.album);
+  v[V1Year] = latin1ToU16(v1.year);
+  v[V1Comment] = latin1ToU16(v1.comment);
   v[V1Track] = v1.track == 0 ? std::u16string() : numberText(v1.track, kUnsetV1);
-  v[V1Genre] = v1.genre == kUnsetV1 ? std::u16string() : wide(genreName(v1.genre));
+  v[V1Genre] = v1.genre == kUnsetV1 ? std::u16string() : latin1ToU16(genreName(v1.genre));
 
   const TagData& d = track.tagData;
   v.v2Enabled = d.enabled;
   for (const TextField& f : kTextFields) v[f.field] = (d.*f.tag).toU16();
-  for (const LatinField& f : kLatinFields) v[f.field] = wide(d.*f.tag);
-  v[ReleaseTime] = wide(timeText(d.releasetime));
-  v[RecordTime] = wide(timeText(d.recordtime));
-  v[Track] = numberText(d.track, kUnsetNumber);
-  v[Tracks] = numberText(d.tracks, kUnsetNumber);
-  v[Set] = numberText(d.set, kUnsetNumber);
-  v[Sets] = numberText(d.sets, kUnsetNumber);
+  for (const LatinField& f : kLatinFields) v[f.field] = latin1ToU16(d.*f.tag);
+  v[ReleaseTime] = latin1ToU16(timeText(d.releasetime));
+  v[RecordTime] = latin1ToU16(timeText(d.recordtime));
+  v[Track] = numberText(d.track);
+  v[Tracks] = numberText(d.tracks);
+  v[Set] = numberText(d.set);
+  v[Sets] = numberText(d.sets);
   for (const EditorFieldInfo& info : kFields)
     if (info.tab == EditorTab::User && info.twin) v[info.field] = v[*info.twin];
   v.podcast = d.podcast;
@@ -218,7 +207,7 @@ void updateV2TagData(const EditorValues& v, ID3Tag& track, bool allowUnicode) {
     if (f.field != ReleaseTime && f.field != RecordTime) d.*f.tag = latin1Field(v[f.field]);
   // The window shows a time with a blank where the tag may hold a "T".
   for (const LatinField& f : {LatinField{ReleaseTime, &TagData::releasetime}, {RecordTime, &TagData::recordtime}})
-    if (wide(timeText(d.*f.tag)) != v[f.field]) d.*f.tag = latin1Field(v[f.field]);
+    if (latin1ToU16(timeText(d.*f.tag)) != v[f.field]) d.*f.tag = latin1Field(v[f.field]);
   d.year = v1Field(v[Year], kV2YearWidth);
   d.track = numberField(v[Track]);
   d.tracks = numberField(v[Tracks]);
@@ -249,12 +238,13 @@ void copyV2ToV1(EditorValues& v, const std::vector<std::string>& v1Genres) {
   using Pairs = std::initializer_list<std::pair<EditorField, EditorField>>;
   for (auto [to, from] : Pairs{{V1Title, Title}, {V1Artist, Artist}, {V1Album, Album}, {V1Comment, Comment},
                                {V1Year, Year}, {V1Track, Track}})
-    v[to] = wide(latin1Field(v[from]));
+    v[to] = latin1ToU16(latin1Field(v[from]));
   const std::string genre = u16ToUtf8(v[Genre]);
   const bool listed = std::find(v1Genres.begin(), v1Genres.end(), genre) != v1Genres.end();
   // A name in another case or spelling of the standard list still finds its
   // genre; anything else is "Other".
-  v[V1Genre] = listed ? v[Genre] : wide(genreName(static_cast<unsigned>(genreIndex(u16ToLatin1(v[Genre]), true))));
+  const int named = genreIndex(u16ToLatin1(v[Genre]), true);
+  v[V1Genre] = listed ? v[Genre] : latin1ToU16(genreName(static_cast<unsigned>(named)));
 }
 
 ChangedTags useFileName(EditorValues& v, bool v1, const FileNameUpdate& update) {

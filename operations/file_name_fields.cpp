@@ -120,10 +120,7 @@ FileNameFields customSplit(std::string_view name, std::string_view format) {
 }
 
 std::u16string decodeText(std::string_view bytes, bool utf8) {
-  if (utf8) return utf8ToU16(bytes);
-  std::u16string out;
-  for (char c : bytes) out += static_cast<char16_t>(static_cast<unsigned char>(c));
-  return out;
+  return utf8 ? utf8ToU16(bytes) : latin1ToU16(bytes);
 }
 
 std::optional<std::u16string> decode(const std::optional<std::string>& bytes, bool utf8) {

@@ -63,6 +63,10 @@ std::string_view changeBoxLabel(GroupField field) noexcept { return kLabels[stat
 
 bool isV1Field(GroupField field) noexcept { return field <= GroupField::V1Genre; }
 
+std::u16string numberText(unsigned number, unsigned unset) {
+  return number == unset ? std::u16string() : latin1ToU16(std::to_string(number));
+}
+
 uint16_t numberField(std::u16string_view text) {
   if (text.empty()) return kUnsetNumber;
   const int value = intValueOfText(u16ToUtf8(text));
@@ -239,32 +243,22 @@ void GroupModel::removePicture(Questions& questions) {
 
 namespace {
 
-std::u16string wide(const std::string& latin1) {
-  std::u16string text;
-  text.reserve(latin1.size());
-  for (char c : latin1) text += static_cast<char16_t>(static_cast<uint8_t>(c));
-  return text;
-}
-
-std::u16string numberText(uint16_t number) {
-  return number == kUnsetNumber ? std::u16string() : wide(std::to_string(number));
-}
 
 }  // namespace
 
 void GroupModel::setTagData(const ID3Tag& tag) {
   GroupValues& v = values;
-  v.v1Title = wide(tag.v1.title);
-  v.v1Artist = wide(tag.v1.artist);
-  v.v1Album = wide(tag.v1.album);
-  v.v1Year = wide(tag.v1.year);
-  v.v1Comment = wide(tag.v1.comment);
-  v.v1Genre = tag.v1.genre < kGenreCount ? wide(std::string(genreName(tag.v1.genre))) : std::u16string();
+  v.v1Title = latin1ToU16(tag.v1.title);
+  v.v1Artist = latin1ToU16(tag.v1.artist);
+  v.v1Album = latin1ToU16(tag.v1.album);
+  v.v1Year = latin1ToU16(tag.v1.year);
+  v.v1Comment = latin1ToU16(tag.v1.comment);
+  v.v1Genre = tag.v1.genre < kGenreCount ? latin1ToU16(std::string(genreName(tag.v1.genre))) : std::u16string();
 
   const TagData& d = tag.tagData;
   for (const TextField& f : kTextFields) v.*f.value = (d.*f.tag).toU16();
-  for (const LatinField& f : kLatinFields) v.*f.value = wide(d.*f.tag);
-  v.year = wide(d.year);
+  for (const LatinField& f : kLatinFields) v.*f.value = latin1ToU16(d.*f.tag);
+  v.year = latin1ToU16(d.year);
   v.tracks = numberText(d.tracks);
   v.set = numberText(d.set);
   v.sets = numberText(d.sets);

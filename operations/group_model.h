@@ -91,6 +91,8 @@ struct GroupValues {
 // A number field as the tag holds it: unset when empty, not a positive
 // number, or beyond what the tag can hold.
 uint16_t numberField(std::u16string_view text);
+// The other way: the number as the field shows it, or empty when unset.
+std::u16string numberText(unsigned number, unsigned unset = kUnsetNumber);
 
 // The ISRC of the track at `index` when the increment box is on: the first 7
 // characters, then the number that follows them plus the index as "%05d", all

@@ -14,11 +14,7 @@ bool hasCharacterAboveLimit(std::u16string_view text) {
 }  // namespace
 
 std::u16string LatinText::convertToISOLatin1String(std::string_view bytes) {
-  bytes = bytes.substr(0, bytes.find('\0'));
-  std::u16string out;
-  out.reserve(bytes.size());
-  for (char c : bytes) out += static_cast<char16_t>(static_cast<unsigned char>(c));
-  return out;
+  return latin1ToU16(bytes.substr(0, bytes.find('\0')));
 }
 
 std::u16string LatinText::convertToUnicodeString(std::u16string_view units) {

@@ -1,12 +1,9 @@
 #include "ui/dialog_questions.h"
 
 #include <QAbstractButton>
-#include <QCoreApplication>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QThread>
-
-#include "ui/main_thread_calls.h"
 
 namespace melos::ui {
 
@@ -17,12 +14,6 @@ std::string DialogQuestions::ask(const std::string& title, const std::string& me
 
 std::string DialogQuestions::askWithDefault(const std::string& title, const std::string& message,
                                             const std::vector<std::string>& buttons, size_t defaultButton) {
-  QCoreApplication* app = QCoreApplication::instance();
-  if (app != nullptr && QThread::currentThread() != app->thread()) {
-    std::string answer;
-    callOnThreadOf(app, [&] { answer = askWithDefault(title, message, buttons, defaultButton); });
-    return answer;
-  }
   QMessageBox box(window_);
   box.setObjectName(QStringLiteral("questionBox"));
   box.setWindowTitle(QString::fromStdString(title));

@@ -10,8 +10,6 @@
 
 namespace melos::ui {
 
-// A question asked from a worker thread (a group update asks while it runs)
-// is handed to the main thread, and the worker waits for the answer.
 class DialogQuestions : public Questions {
  public:
   // Without a window, questions are alerts.
