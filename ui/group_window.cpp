@@ -21,7 +21,6 @@
 #include <QTableView>
 #include <QThread>
 #include <QTimer>
-#include <QUndoCommand>
 #include <QVBoxLayout>
 #include <algorithm>
 #include <thread>
@@ -34,6 +33,7 @@
 #include "preferences/preferences_controller.h"
 #include "ui/drag_image_view.h"
 #include "ui/group_track_table.h"
+#include "ui/snapshot_command.h"
 
 namespace melos::ui {
 namespace {
@@ -141,43 +141,12 @@ class TrackTableView : public QTableView {
 
 }  // namespace
 
-// One edit of the window, undone and redone as whole states. Typing into one
-// field is one command until another field is edited.
-class GroupWindow::EditCommand : public QUndoCommand {
- public:
-  EditCommand(GroupWindow* window, int mergeId, GroupEditState before, GroupEditState after)
-      : window_(window), id_(mergeId), before_(std::move(before)), after_(std::move(after)) {
-    setText(tr("Edit"));
-  }
-  int id() const override { return id_; }
-  bool mergeWith(const QUndoCommand* other) override {
-    const auto* next = static_cast<const EditCommand*>(other);
-    if (id_ < 0 || next->id_ != id_) return false;
-    after_ = next->after_;
-    return true;
-  }
-  void undo() override { window_->restoreState(before_); }
-  void redo() override {
-    // The first time, the edit has already been made.
-    if (std::exchange(pushed_, false)) return;
-    window_->restoreState(after_);
-  }
-
- private:
-  GroupWindow* window_;
-  int id_;
-  GroupEditState before_, after_;
-  bool pushed_ = true;
-};
-
 GroupWindow::GroupWindow(Questions& questions, const PreferencesController& preferences, DocumentHost* host,
                          QWidget* parent)
-    : DocumentWindow(parent), preferences_(preferences), host_(host), sheets_(this) {
+    : DocumentWindow(parent), preferences_(preferences), host_(host) {
   setObjectName(QStringLiteral("groupWindow"));
   setSingleEditWindow(false);
-  const bool dialogs = dynamic_cast<DialogQuestions*>(&questions) != nullptr;
-  Questions& asked = dialogs ? static_cast<Questions&>(sheets_) : questions;
-  questions_ = std::make_unique<MainThreadQuestions>(this, asked);
+  questions_ = std::make_unique<WindowQuestions>(this, questions);
   loadJobs_ = static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1u, 8u));
   setRunOptions(GroupUpdateOptions{});
 
@@ -548,7 +517,9 @@ void GroupWindow::edit(int mergeId, const std::function<void()>& change) {
   GroupEditState before = captureEdit(model_, differing_);
   change();
   GroupEditState after = captureEdit(model_, differing_);
-  undoStack()->push(new EditCommand(this, mergeId, std::move(before), std::move(after)));
+  // Typing into one field is one step until another field is edited.
+  undoStack()->push(new SnapshotCommand<GroupEditState>(tr("Edit"), std::move(before), std::move(after), mergeId,
+                                                        [this](const GroupEditState& state) { restoreState(state); }));
   refreshFields();
   emit stateChanged();
 }

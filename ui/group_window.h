@@ -16,7 +16,6 @@
 #include "operations/group_model.h"
 #include "operations/group_tracks.h"
 #include "operations/group_update.h"
-#include "ui/dialog_questions.h"
 #include "ui/document_window.h"
 #include "ui/main_thread_calls.h"
 
@@ -102,7 +101,6 @@ class GroupWindow : public DocumentWindow, private UpdateObserver {
     QComboBox* pictureType = nullptr;
     QLineEdit* pictureDescription = nullptr;
   };
-  class EditCommand;
 
   void buildFields(QWidget* v1Page, QWidget* v2Page, QWidget* morePage);
   QWidget* buildTrackList();
@@ -137,8 +135,7 @@ class GroupWindow : public DocumentWindow, private UpdateObserver {
   DocumentHost* host_ = nullptr;
   // Sheets over this window, unless the controller's questions are not
   // dialogs (a script in the tests); either way safe from the worker.
-  DialogQuestions sheets_;
-  std::unique_ptr<MainThreadQuestions> questions_;
+  std::unique_ptr<WindowQuestions> questions_;
   GroupModel model_;
   SlotSet differing_;
   CommonValues common_;

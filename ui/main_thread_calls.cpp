@@ -3,6 +3,8 @@
 #include <QMetaObject>
 #include <QThread>
 
+#include "ui/dialog_questions.h"
+
 namespace melos::ui {
 
 void callOnThreadOf(QObject* context, const std::function<void()>& call) {
@@ -10,17 +12,25 @@ void callOnThreadOf(QObject* context, const std::function<void()>& call) {
   else QMetaObject::invokeMethod(context, call, Qt::BlockingQueuedConnection);
 }
 
-std::string MainThreadQuestions::ask(const std::string& title, const std::string& message,
-                                     const std::vector<std::string>& buttons) {
+WindowQuestions::WindowQuestions(QWidget* window, Questions& questions)
+    : window_(window),
+      sheets_(dynamic_cast<DialogQuestions*>(&questions) != nullptr ? std::make_unique<DialogQuestions>(window)
+                                                                     : nullptr),
+      questions_(sheets_ ? *sheets_ : questions) {}
+
+WindowQuestions::~WindowQuestions() = default;
+
+std::string WindowQuestions::ask(const std::string& title, const std::string& message,
+                                 const std::vector<std::string>& buttons) {
   std::string answer;
-  callOnThreadOf(context_, [&] { answer = questions_.ask(title, message, buttons); });
+  callOnThreadOf(window_, [&] { answer = questions_.ask(title, message, buttons); });
   return answer;
 }
 
-std::string MainThreadQuestions::askWithDefault(const std::string& title, const std::string& message,
-                                                const std::vector<std::string>& buttons, size_t defaultButton) {
+std::string WindowQuestions::askWithDefault(const std::string& title, const std::string& message,
+                                            const std::vector<std::string>& buttons, size_t defaultButton) {
   std::string answer;
-  callOnThreadOf(context_, [&] { answer = questions_.askWithDefault(title, message, buttons, defaultButton); });
+  callOnThreadOf(window_, [&] { answer = questions_.askWithDefault(title, message, buttons, defaultButton); });
   return answer;
 }
 

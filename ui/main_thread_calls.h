@@ -4,7 +4,9 @@
 // widget, and the worker waits for the answer.
 
 #include <QObject>
+#include <QWidget>
 #include <functional>
+#include <memory>
 
 #include "operations/questions.h"
 #include "operations/single_track_update.h"
@@ -15,16 +17,21 @@ namespace melos::ui {
 // already there.
 void callOnThreadOf(QObject* context, const std::function<void()>& call);
 
-class MainThreadQuestions : public Questions {
+// The questions of one document window, from whichever thread asks them:
+// each is asked on the window's thread, and questions the program shows as
+// dialogs become sheets of the window.
+class WindowQuestions : public Questions {
  public:
-  MainThreadQuestions(QObject* context, Questions& questions) : context_(context), questions_(questions) {}
+  WindowQuestions(QWidget* window, Questions& questions);
+  ~WindowQuestions() override;
   std::string ask(const std::string& title, const std::string& message,
                   const std::vector<std::string>& buttons) override;
   std::string askWithDefault(const std::string& title, const std::string& message,
                              const std::vector<std::string>& buttons, size_t defaultButton) override;
 
  private:
-  QObject* context_;
+  QWidget* window_;
+  std::unique_ptr<Questions> sheets_;
   Questions& questions_;
 };
 

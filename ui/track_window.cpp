@@ -19,7 +19,6 @@
 #include <QStatusBar>
 #include <QTabWidget>
 #include <QToolButton>
-#include <QUndoCommand>
 #include <QVBoxLayout>
 
 #include "engine/open_track.h"
@@ -35,10 +34,10 @@
 #include "preferences/preference_controls.h"
 #include "preferences/preference_keys.h"
 #include "preferences/preferences_controller.h"
-#include "ui/dialog_questions.h"
 #include "ui/editor_fields.h"
 #include "ui/file_thumbnail.h"
 #include "ui/picture_panel.h"
+#include "ui/snapshot_command.h"
 #include "ui/play_controls.h"
 #include "ui/shown_path.h"
 
@@ -48,50 +47,15 @@ namespace {
 QString qtext(std::string_view text) { return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())); }
 QString localName(const std::string& path) { return QFile::decodeName(QByteArray::fromStdString(path)); }
 
-constexpr int kTypingCommand = 1;
 constexpr int kDefaultSetCount = 10;
 
 }  // namespace
-
-// One step of the window's undo: the values before and after. Typing into
-// one field merges into the step before it, so an undo takes back a word, not
-// a letter.
-class ValuesCommand : public QUndoCommand {
- public:
-  ValuesCommand(TrackWindow* window, const QString& text, EditorValues before, EditorValues after,
-                std::optional<EditorField> typing)
-      : QUndoCommand(text), window_(window), before_(std::move(before)), after_(std::move(after)), typing_(typing) {}
-
-  void redo() override {
-    // The window already shows what the user did.
-    if (std::exchange(first_, false)) return;
-    window_->showValues(after_);
-  }
-  void undo() override { window_->showValues(before_); }
-  int id() const override { return typing_ ? kTypingCommand : -1; }
-  bool mergeWith(const QUndoCommand* other) override {
-    const auto* next = static_cast<const ValuesCommand*>(other);
-    if (next->typing_ != typing_) return false;
-    after_ = next->after_;
-    return true;
-  }
-
- private:
-  TrackWindow* window_;
-  EditorValues before_;
-  EditorValues after_;
-  std::optional<EditorField> typing_;
-  bool first_ = true;
-};
 
 TrackWindow::TrackWindow(std::unique_ptr<ID3Tag> track, PreferencesController& preferences, Questions& questions,
                          QWidget* parent, TrackWriter* writer)
     : DocumentWindow(parent),
       preferences_(preferences),
-      // Questions shown as dialogs become sheets of this window.
-      sheets_(dynamic_cast<DialogQuestions*>(&questions) != nullptr ? std::make_unique<DialogQuestions>(this)
-                                                                     : nullptr),
-      questions_(this, sheets_ ? *sheets_ : questions),
+      questions_(this, questions),
       writer_(writer != nullptr ? *writer : engineTrackWriter()),
       tracks_(std::move(track)),
       view_(this, *this),
@@ -381,7 +345,11 @@ void TrackWindow::edit(const QString& name, const std::function<void(EditorValue
   }
   EditorValues before = values_;
   showValues(after);
-  undoStack()->push(new ValuesCommand(this, name, std::move(before), std::move(after), typing));
+  // Typing into one field merges into one step, so an undo takes back a
+  // word, not a letter.
+  undoStack()->push(new SnapshotCommand<EditorValues>(name, std::move(before), std::move(after),
+                                                      typing ? static_cast<int>(*typing) : -1,
+                                                      [this](const EditorValues& values) { showValues(values); }));
 }
 
 void TrackWindow::showValues(const EditorValues& values) {

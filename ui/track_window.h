@@ -91,7 +91,6 @@ class TrackWindow : public DocumentWindow, private EditorView {
   bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
-  friend class ValuesCommand;
   // EditorView: called on the main thread, during the worker's run too.
   void updateV1TagData(ID3Tag& track) override;
   void updateV2TagData(ID3Tag& track, bool allowUnicode) override;
@@ -127,8 +126,7 @@ class TrackWindow : public DocumentWindow, private EditorView {
   void showPanel(QWidget* panel, bool add);
 
   PreferencesController& preferences_;
-  std::unique_ptr<Questions> sheets_;
-  MainThreadQuestions questions_;
+  WindowQuestions questions_;
   SaveSettings settingsForRun_;
   TrackWriter& writer_;
   TrackSet tracks_;
