@@ -300,9 +300,15 @@ QList<QWidget*> EditorFields::focusOrder(EditorTab tab) const {
   return order;
 }
 
-void EditorFields::show(const EditorValues& values) {
+void EditorFields::show(const EditorValues& values, const EditorValues* shown) {
   filling_ = true;
   for (const EditorFieldInfo& info : editorFields()) {
+    // An edit changes a field or two: the others, and the texts of a huge
+    // field, are not converted and compared again on every key.
+    const bool podcastCheck = info.check == CheckedField::PodcastId;
+    if (shown != nullptr && (*shown)[info.field] == values[info.field] &&
+        (!podcastCheck || shown->podcast == values.podcast))
+      continue;
     QWidget* control = this->control(info.field);
     const QString text = qtext(values[info.field]);
     if (auto* edit = qobject_cast<QLineEdit*>(control)) {

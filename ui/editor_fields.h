@@ -78,8 +78,9 @@ class EditorFields : public QObject {
 
   // The page's controls as the eye reads them: row by row, left to right.
   QList<QWidget*> focusOrder(EditorTab tab) const;
-  // Every control from the values; the warnings as the texts stand.
-  void show(const EditorValues& values);
+  // The controls from the values, and the warnings as the texts stand; with
+  // the values they show now, only the controls whose values differ.
+  void show(const EditorValues& values, const EditorValues* shown = nullptr);
   std::u16string text(EditorField field) const;
   void setGenreLists(const std::vector<std::string>& v1, const std::vector<std::string>& v2);
   // The lists under their keys; a field without a list has no button. With

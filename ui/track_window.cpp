@@ -352,9 +352,9 @@ void TrackWindow::edit(const QString& name, const std::function<void(EditorValue
                                                       [this](const EditorValues& values) { showValues(values); }));
 }
 
-void TrackWindow::showValues(const EditorValues& values) {
+void TrackWindow::showValues(const EditorValues& values, bool whole) {
+  fields_->show(values, whole ? nullptr : &values_);
   values_ = values;
-  fields_->show(values_);
   // The pictures are shared between undo steps: only a new list is shown anew.
   if (std::exchange(shownPictures_, values_.pictures) != values_.pictures) picture_->showPictures(*values_.pictures);
   showEnables();
@@ -422,7 +422,7 @@ void TrackWindow::initTagWindow(const ID3Tag& track) {
   const bool wasBusy = std::exchange(busy_, true);
   undoStack()->clear();
   busy_ = wasBusy;
-  showValues(valuesFromTrack(track));
+  showValues(valuesFromTrack(track), true);
   showTitle();
   showFileName(track.path());
   showFacts();

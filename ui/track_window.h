@@ -112,7 +112,8 @@ class TrackWindow : public DocumentWindow, private EditorView {
   // to the values after. Typing into the same field merges into one step.
   void edit(const QString& name, const std::function<void(EditorValues&)>& change,
             std::optional<EditorField> typing = std::nullopt);
-  void showValues(const EditorValues& values);
+  // With `whole` every control is filled again, else only those that change.
+  void showValues(const EditorValues& values, bool whole = false);
   void showEnables();
   void showTitle();
   void showFacts();
