@@ -2,7 +2,6 @@
 // as current: named by the MD5 of the file's URI, carrying its URI and
 // modification time, at most 128 and 256 pixels, private to the user.
 
-#include <QBuffer>
 #include <QCryptographicHash>
 #include <QFileInfo>
 #include <QImageReader>
@@ -17,15 +16,6 @@ class FileThumbnailTest : public QObject {
 
   TempDir dir_;
 
-  static Bytes png(int width, int height) {
-    QImage image(width, height, QImage::Format_RGB32);
-    image.fill(Qt::magenta);
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return Bytes(bytes.begin(), bytes.end());
-  }
 
  private slots:
   void initTestCase() { prepareWindowTests(); }
@@ -50,7 +40,7 @@ class FileThumbnailTest : public QObject {
     QFETCH(QSize, large);
     const QString track = QString::fromStdString(dir_.write(name.toStdString(), Bytes{1, 2, 3}));
     const QString cache = QString::fromStdString(dir_.file("cache"));
-    QCOMPARE(ui::writeFileThumbnails(track, png(width, width / 2), cache), IconResult::Set);
+    QCOMPARE(ui::writeFileThumbnails(track, imageBytes(width, width / 2), cache), IconResult::Set);
     const QByteArray uri = "file://" + QFileInfo(QString::fromStdString(dir_.path())).absoluteFilePath().toUtf8() +
                            uriEnd.toLatin1();
     const QString md5 = QString::fromLatin1(QCryptographicHash::hash(uri, QCryptographicHash::Md5).toHex());
@@ -73,7 +63,7 @@ class FileThumbnailTest : public QObject {
     QCOMPARE(ui::writeFileThumbnails(track, Bytes{'n', 'o', 't'}, QString::fromStdString(dir_.file("cache"))),
              IconResult::ImageFailed);
     // A cache folder that cannot be made: its parent is a file.
-    QCOMPARE(ui::writeFileThumbnails(track, png(8, 8), track + QStringLiteral("/cache")), IconResult::SetFailed);
+    QCOMPARE(ui::writeFileThumbnails(track, imageBytes(8, 8), track + QStringLiteral("/cache")), IconResult::SetFailed);
   }
 };
 

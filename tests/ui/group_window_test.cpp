@@ -3,8 +3,6 @@
 
 #include <QAbstractItemModel>
 #include <QApplication>
-#include <QBuffer>
-#include <QImage>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLabel>
@@ -407,13 +405,7 @@ class GroupWindowTest : public QObject {
 
   void anAddedPictureGoesOnEveryTrack() {
     QVERIFY(openGroup({"One", "Two"}));
-    QImage image(8, 6, QImage::Format_RGB32);
-    image.fill(Qt::darkCyan);
-    QByteArray png;
-    QBuffer buffer(&png);
-    buffer.open(QIODevice::WriteOnly);
-    QVERIFY(image.save(&buffer, "PNG"));
-    const Bytes cover(png.begin(), png.end());
+    const Bytes cover = imageBytes(8, 6);
     const std::string picture = dir_->write("cover.png", cover);
     window_->setPictureChooser([&](QWidget*) { return QString::fromStdString(picture); });
     QTest::mouseClick(child<QPushButton>("mT2AddPictureButton"), Qt::LeftButton);

@@ -5,13 +5,11 @@
 
 #include <QAbstractButton>
 #include <QAction>
-#include <QBuffer>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDropEvent>
 #include <QFile>
 #include <QFileInfo>
-#include <QImage>
 #include <QJsonObject>
 #include <QLabel>
 #include <QLineEdit>
@@ -53,15 +51,6 @@ void writeJson(const QString& path, const QVariantMap& map) {
   if (file.open(QIODevice::WriteOnly)) writeJsonSettings(file, map);
 }
 
-Bytes pngPicture() {
-  QImage image(8, 8, QImage::Format_RGB32);
-  image.fill(Qt::darkCyan);
-  QByteArray bytes;
-  QBuffer buffer(&bytes);
-  buffer.open(QIODevice::WriteOnly);
-  image.save(&buffer, "PNG");
-  return Bytes(bytes.begin(), bytes.end());
-}
 
 // Compared as the file holds them: a number or a list reads back as whatever
 // type the JSON reader gives it.
@@ -446,7 +435,7 @@ class PreferencesWindowTest : public QObject {
     child<QCheckBox>("mDefaultCompilationFieldUse")->click();
     child<QCheckBox>("mDefaultCompilationField")->click();
     child<QCheckBox>("mUseDefaultPictureCheckBox")->click();
-    const Bytes picture = pngPicture();
+    const Bytes picture = imageBytes(8, 8);
     QVERIFY(child<ui::DragImageView>("mDefaultPictureWell")->setImageWithData(picture));
     QCOMPARE(file(), (QVariantMap{{"Always apply default tag data", true}, {"Defaults index", 3},
                                   {"Default set name3", "Label"}, {"Use default artist3", true},
@@ -548,7 +537,7 @@ class PreferencesWindowTest : public QObject {
   void aChosenPictureFileIsTakenAndAnythingElseRefused() {
     QFETCH(bool, picture);
     open();
-    const Bytes bytes = picture ? pngPicture() : Bytes{'n', 'o', 't', 'e', 's'};
+    const Bytes bytes = picture ? imageBytes(8, 8) : Bytes{'n', 'o', 't', 'e', 's'};
     const QString chosen = QString::fromStdString(dir_->write(picture ? "cover.png" : "notes.txt", bytes));
     window_->setPictureChooser([chosen](QWidget*) { return chosen; });
     child<QPushButton>("mChooseDefaultPictureButton")->click();

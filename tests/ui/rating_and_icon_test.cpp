@@ -3,7 +3,6 @@
 // the cover where file managers look for it, under the name the file ends
 // with, while a thumbnail that cannot be written costs the save nothing.
 
-#include <QBuffer>
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFileInfo>
@@ -33,15 +32,6 @@
 namespace melos::test {
 namespace {
 
-Bytes png(int width, int height) {
-  QImage image(width, height, QImage::Format_RGB32);
-  image.fill(Qt::darkCyan);
-  QByteArray bytes;
-  QBuffer buffer(&bytes);
-  buffer.open(QIODevice::WriteOnly);
-  image.save(&buffer, "PNG");
-  return Bytes(bytes.begin(), bytes.end());
-}
 
 // The URI as a file manager spells it for the lookup: file:// and the
 // absolute path with every byte but the unreserved ones and '/' escaped.
@@ -196,7 +186,7 @@ class RatingAndIconTest : public QObject {
     preferences_->setIntPreferenceNamed(prefs::kSetFileIcon.key, setIcon);
     preferences_->setBoolPreferenceNamed(prefs::kRenameUpdate.key, rename);
     std::vector<Id3Frame> frames;
-    const Bytes cover = png(300, 150);
+    const Bytes cover = imageBytes(300, 150);
     if (picture == QStringLiteral("cover")) frames.push_back(pictureFrame(Enc::Latin1, "image/png", 3, "", cover));
     // A PNG's start without the rest of it.
     if (picture == QStringLiteral("broken"))

@@ -5,7 +5,6 @@
 
 #include <QAction>
 #include <QApplication>
-#include <QBuffer>
 #include <QCheckBox>
 #include <QClipboard>
 #include <QComboBox>
@@ -49,16 +48,6 @@ std::u16string storedTitle(const std::string& path) {
   return file.opened() ? file.track->tagData.title.toU16() : u"(unreadable)";
 }
 
-// A small picture that decodes, in a format Qt writes ("JPEG", "PNG").
-Bytes imageBytes(const char* format) {
-  QImage image(8, 8, QImage::Format_RGB32);
-  image.fill(Qt::darkCyan);
-  QByteArray bytes;
-  QBuffer buffer(&bytes);
-  buffer.open(QIODevice::WriteOnly);
-  image.save(&buffer, format);
-  return Bytes(bytes.begin(), bytes.end());
-}
 
 // A V1 save that does not verify, or a file that cannot be made writable.
 class FailingWriter : public TrackWriter {
@@ -403,8 +392,8 @@ class TrackWindowTest : public QObject {
     const std::string path = dir_->write(
         "p.mp3", mp3File({Id3v2Builder(3)
                               .text("TIT2", Enc::Latin1, "Pictures")
-                              .frame(pictureFrame(Enc::Latin1, "image/jpeg", 3, "front", imageBytes("JPEG")))
-                              .frame(pictureFrame(Enc::Latin1, "image/png", 4, "back", imageBytes("PNG")))
+                              .frame(pictureFrame(Enc::Latin1, "image/jpeg", 3, "front", imageBytes(8, 8, "JPEG")))
+                              .frame(pictureFrame(Enc::Latin1, "image/png", 4, "back", imageBytes(8, 8)))
                               .build(),
                           cbrStream(MpegHeader{}, 20), {}, {}}));
     QVERIFY(open({path}));

@@ -1,6 +1,8 @@
 #include "tests/ui/window_harness.h"
 
 #include <QApplication>
+#include <QBuffer>
+#include <QImage>
 #include <QStandardPaths>
 
 #include "preferences/store.h"
@@ -33,6 +35,16 @@ bool ControllerRig::closeWindows() {
   for (QWidget* window : QApplication::topLevelWidgets())
     if (qobject_cast<ui::StartPanel*>(window)) delete window;
   return !questions.unscripted;
+}
+
+Bytes imageBytes(int width, int height, const char* format) {
+  QImage image(width, height, QImage::Format_RGB32);
+  image.fill(Qt::darkCyan);
+  QByteArray bytes;
+  QBuffer buffer(&bytes);
+  buffer.open(QIODevice::WriteOnly);
+  image.save(&buffer, format);
+  return Bytes(bytes.begin(), bytes.end());
 }
 
 void prepareWindowTests() { QStandardPaths::setTestModeEnabled(true); }

@@ -90,6 +90,10 @@ T* findByName(QObject* parent, const char* name) {
   return parent->findChild<T*>(QString::fromLatin1(name));
 }
 
+// A picture that decodes: width by height of one colour, in a format Qt
+// writes ("PNG", "JPEG", ...).
+Bytes imageBytes(int width, int height, const char* format = "PNG");
+
 // Set up once per test program: Qt's test paths, so no real settings are read.
 void prepareWindowTests();
 
