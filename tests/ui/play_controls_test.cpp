@@ -21,7 +21,6 @@
 #include "operations/track_file.h"
 #include "operations/track_writer.h"
 #include "preferences/preference_keys.h"
-#include "preferences/store.h"
 #include "tests/support/aiff_builder.h"
 #include "tests/support/id3v2_builder.h"
 #include "tests/support/mp3_file_builder.h"
@@ -51,11 +50,8 @@ class PlayControlsTest : public QObject {
   Q_OBJECT
 
  private:
-  std::unique_ptr<TempDir> dir_;
-  std::unique_ptr<PreferencesController> preferences_;
-  ScriptedQuestions questions_;
+  std::unique_ptr<EditorRig> rig_;
   WatchingWriter writer_;
-  std::unique_ptr<ui::TrackWindow> window_;
   std::vector<std::string> paths_;
   // The player reached the end of the track. Where no sound device plays in
   // real time, GStreamer may run through seconds of audio at once: what
@@ -70,26 +66,20 @@ class PlayControlsTest : public QObject {
       const std::string title = "Track " + std::to_string(i);
       const Bytes tag = Id3v2Builder(3).text("TIT2", Enc::Latin1, title).padding(64).build();
       constexpr uint32_t kFrames = 44100 * 3;
-      paths_.push_back(aiff ? dir_->write(title + ".aif", AiffBuilder("AIFF")
+      paths_.push_back(aiff ? rig_->dir.write(title + ".aif", AiffBuilder("AIFF")
                                                               .chunk(commChunk(2, kFrames, 16, 44100.0))
                                                               .chunk(ssndChunk(Bytes(kFrames * 4, 0)))
                                                               .chunk(id3Chunk(tag))
                                                               .build())
-                            : dir_->write(title + ".mp3", mp3File({tag, audio, {}, {}})));
-      TrackFile file = openTrackFile(paths_.back(), kScanQuick);
-      QVERIFY(file.opened());
-      if (!window_) window_ = std::make_unique<ui::TrackWindow>(std::move(file.track), *preferences_, questions_,
-                                                                nullptr, &writer_);
-      else window_->addTrack(std::move(file.track));
+                            : rig_->dir.write(title + ".mp3", mp3File({tag, audio, {}, {}})));
     }
-    window_->showTrackAt(0);
-    window_->show();
+    QVERIFY(rig_->open(paths_, &writer_));
     writer_.controls = controls();
   }
   template <typename T = QWidget>
-  T* find(const char* name) { return findByName<T>(window_.get(), name); }
+  T* find(const char* name) { return findByName<T>(rig_->window.get(), name); }
   ui::PlayControls* controls() { return find<ui::PlayControls>("playControls"); }
-  bool waitIdle() { return QTest::qWaitFor([this] { return !window_->isBusy(); }, 10000); }
+  bool waitIdle() { return rig_->waitIdle(); }
   bool waitPhase(PlayPhase phase) { return QTest::qWaitFor([&] { return controls()->phase() == phase; }, 10000); }
   void watchForTheEnd() {
     ranOut_ = false;
@@ -124,17 +114,13 @@ class PlayControlsTest : public QObject {
     if (!probe.isAvailable()) QSKIP("No Qt Multimedia backend is available here: playback cannot be tested.");
   }
   void init() {
-    dir_ = std::make_unique<TempDir>();
-    preferences_ = std::make_unique<PreferencesController>(std::make_unique<MemoryPreferenceStore>(), dir_->path());
-    preferences_->setBoolPreferenceNamed(prefs::kMoveToTrash.key, false);
-    preferences_->setBoolPreferenceNamed(prefs::kCloseWindow.key, false);
-    questions_ = ScriptedQuestions();
+    rig_ = std::make_unique<EditorRig>();
     writer_.phasesAtWrite.clear();
     paths_.clear();
   }
   void cleanup() {
-    window_.reset();
-    QVERIFY(!questions_.unscripted);
+    rig_->window.reset();
+    QVERIFY(!rig_->unscripted());
   }
 
   void stopsBeforeTheFileIsWrittenOrLeft_data() {
@@ -162,21 +148,21 @@ class PlayControlsTest : public QObject {
         {QStringLiteral("edit and next"),
          [this] {
            QTest::keyClicks(find<QLineEdit>("mT2Comment"), QStringLiteral("heard"));
-           questions_.answer("Do you want to save changes?", "Save");
+           rig_->questions.answer("Do you want to save changes?", "Save");
            find<QPushButton>("nextTrackButton")->click();
          }},
         {QStringLiteral("close track"), [this] { find<QPushButton>("closeTrackButton")->click(); }},
-        {QStringLiteral("close window"), [this] { window_->close(); }},
+        {QStringLiteral("close window"), [this] { rig_->window->close(); }},
         {QStringLiteral("preference off"),
          [this] {
-           preferences_->setBoolPreferenceNamed(prefs::kShowPlayControls.key, false);
-           window_->preferencesChanged();
+           rig_->preferences.setBoolPreferenceNamed(prefs::kShowPlayControls.key, false);
+           rig_->window->preferencesChanged();
          }},
     };
     actions.at(action)();
     if (ranOut_) QSKIP(kNoRealTime);
     QVERIFY(waitIdle());
-    QCOMPARE(window_->tracks().position(), static_cast<size_t>(position));
+    QCOMPARE(rig_->window->tracks().position(), static_cast<size_t>(position));
     // Stopped, and the file let go, while the window still stands.
     QCOMPARE(controls()->player()->playbackState(), QMediaPlayer::StoppedState);
     QVERIFY(controls()->player()->source().isEmpty());
@@ -203,10 +189,10 @@ class PlayControlsTest : public QObject {
     QFETCH(bool, toggles);
     QFETCH(QString, typed);
     open(1);
-    QWidget* target = findByName<QWidget>(window_.get(), qPrintable(focus));
+    QWidget* target = findByName<QWidget>(rig_->window.get(), qPrintable(focus));
     QVERIFY(target);
-    window_->activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(window_.get()));
+    rig_->window->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(rig_->window.get()));
     target->setFocus();
     QCOMPARE(QApplication::focusWidget(), target);
     if (auto* field = qobject_cast<QLineEdit*>(target)) field->end(false);
@@ -222,22 +208,22 @@ class PlayControlsTest : public QObject {
     QVERIFY(waitPhase(PlayPhase::Paused));
     QCOMPARE(controls()->player()->playbackState(), QMediaPlayer::PausedState);
     // The stars took no star count from the Space.
-    QVERIFY(window_->undoStack()->isClean());
+    QVERIFY(rig_->window->undoStack()->isClean());
   }
 
   void thePreferenceShowsAndHidesTheControlsAsItChanges() {
-    preferences_->setBoolPreferenceNamed(prefs::kShowPlayControls.key, false);
+    rig_->preferences.setBoolPreferenceNamed(prefs::kShowPlayControls.key, false);
     open(1);
-    window_->activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(window_.get()));
+    rig_->window->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(rig_->window.get()));
     // Nothing has the focus: Space lands on the window.
     QApplication::focusWidget()->clearFocus();
     for (const bool shown : {false, true, false, true}) {
-      preferences_->setBoolPreferenceNamed(prefs::kShowPlayControls.key, shown);
-      window_->preferencesChanged();
+      rig_->preferences.setBoolPreferenceNamed(prefs::kShowPlayControls.key, shown);
+      rig_->window->preferencesChanged();
       QCOMPARE(controls()->isVisible(), shown);
       // Space does nothing for controls the user cannot see.
-      QTest::keyClick(window_.get(), Qt::Key_Space);
+      QTest::keyClick(rig_->window.get(), Qt::Key_Space);
       QCOMPARE(controls()->phase() != PlayPhase::Stopped, shown);
       controls()->stop();
     }
@@ -252,7 +238,7 @@ class PlayControlsTest : public QObject {
     QVERIFY(status->isVisible());
     QVERIFY2(status->text().startsWith(QStringLiteral("This file cannot be played")), qPrintable(status->text()));
     QVERIFY(noDialogShown());
-    QVERIFY(questions_.asked.empty());
+    QVERIFY(rig_->questions.asked.empty());
     // Play stays pressable, to try again.
     QVERIFY(find<QToolButton>("playButton")->isEnabled());
     QVERIFY(controls()->player()->source().isEmpty());

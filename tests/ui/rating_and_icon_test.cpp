@@ -20,7 +20,6 @@
 #include "operations/rating.h"
 #include "operations/track_file.h"
 #include "preferences/preference_keys.h"
-#include "preferences/store.h"
 #include "tests/support/id3v2_builder.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/mp3_file_builder.h"
@@ -50,30 +49,21 @@ class RatingAndIconTest : public QObject {
   Q_OBJECT
 
  private:
-  std::unique_ptr<TempDir> dir_;
-  std::unique_ptr<PreferencesController> preferences_;
-  ScriptedQuestions questions_;
-  std::unique_ptr<ui::TrackWindow> window_;
+  std::unique_ptr<EditorRig> rig_;
   QString cache_;
 
   std::string track(const std::string& name, std::vector<Id3Frame> frames) {
     Id3v2Builder tag(3);
     tag.text("TIT2", Enc::Latin1, "Cover Song").text("TPE1", Enc::Latin1, "Tester");
     for (Id3Frame& frame : frames) tag.frame(std::move(frame));
-    return dir_->write(name, mp3File({tag.padding(64).build(), cbrStream(MpegHeader{}, 40), {}, {}}));
+    return rig_->dir.write(name, mp3File({tag.padding(64).build(), cbrStream(MpegHeader{}, 40), {}, {}}));
   }
-  bool open(const std::string& path) {
-    TrackFile file = openTrackFile(path, kScanQuick);
-    if (!file.opened()) return false;
-    window_ = std::make_unique<ui::TrackWindow>(std::move(file.track), *preferences_, questions_);
-    window_->show();
-    return true;
-  }
+  bool open(const std::string& path) { return rig_->open({path}) != nullptr; }
   bool save() {
-    findByName<QPushButton>(window_.get(), "updateButton")->click();
-    return QTest::qWaitFor([this] { return !window_->isBusy(); }, 10000);
+    findByName<QPushButton>(rig_->window.get(), "updateButton")->click();
+    return rig_->waitIdle();
   }
-  ui::StarRating* stars() { return findByName<ui::StarRating>(window_.get(), "mT2Rating"); }
+  ui::StarRating* stars() { return findByName<ui::StarRating>(rig_->window.get(), "mT2Rating"); }
   void clickStar(int star) {
     const int width = stars()->sizeHint().width() / kMaxStars;
     QTest::mouseClick(stars(), Qt::LeftButton, {}, QPoint(width * star - width / 2, stars()->height() / 2));
@@ -101,25 +91,21 @@ class RatingAndIconTest : public QObject {
     QStandardPaths::setTestModeEnabled(false);
   }
   void init() {
-    dir_ = std::make_unique<TempDir>();
-    preferences_ = std::make_unique<PreferencesController>(std::make_unique<MemoryPreferenceStore>(), dir_->path());
-    preferences_->setBoolPreferenceNamed(prefs::kMoveToTrash.key, false);
-    preferences_->setBoolPreferenceNamed(prefs::kCloseWindow.key, false);
-    questions_ = ScriptedQuestions();
-    cache_ = QString::fromStdString(dir_->file("cache"));
+    rig_ = std::make_unique<EditorRig>();
+    cache_ = QString::fromStdString(rig_->dir.file("cache"));
     qputenv("XDG_CACHE_HOME", QFile::encodeName(cache_));
   }
   void cleanup() {
-    window_.reset();
+    rig_->window.reset();
     qunsetenv("XDG_CACHE_HOME");
-    QVERIFY2(!questions_.unscripted, questions_.asked.empty() ? "" : questions_.asked.back().title.c_str());
+    QVERIFY2(!rig_->unscripted(), rig_->questions.asked.empty() ? "" : rig_->questions.asked.back().title.c_str());
   }
 
   void starsSetTheRateBytesAndUndoTakesThemBack() {
     const std::string path = track("rated.mp3", {popularityFrame("someone@example.org", 196, 7)});
     QVERIFY(open(path));
     QCOMPARE(stars()->stars(), 4);
-    QCOMPARE(window_->values().rating, 196);
+    QCOMPARE(rig_->window->values().rating, 196);
     // star: a click on that star; key: a key instead; undo: the last step undone.
     // changed: the window differs from the file (an undo can come back to it).
     const struct { int star; int key; bool undo; int stars; int rate; bool changed; } steps[] = {
@@ -129,13 +115,13 @@ class RatingAndIconTest : public QObject {
     };
     for (const auto& step : steps) {
       const QString what = QStringLiteral("star %1, key %2, undo %3").arg(step.star).arg(step.key).arg(step.undo);
-      if (step.undo) window_->undoStack()->undo();
+      if (step.undo) rig_->window->undoStack()->undo();
       else if (step.key != 0) QTest::keyClick(stars(), static_cast<Qt::Key>(step.key));
       else clickStar(step.star);
       QVERIFY2(stars()->stars() == step.stars, qPrintable(what));
-      QVERIFY2(window_->values().rating == step.rate, qPrintable(what));
+      QVERIFY2(rig_->window->values().rating == step.rate, qPrintable(what));
       // An edit marks the V2 tag changed, and the window with it.
-      QVERIFY2(window_->isWindowModified() == step.changed && window_->track().v2Changed == step.changed,
+      QVERIFY2(rig_->window->isWindowModified() == step.changed && rig_->window->track().v2Changed == step.changed,
                qPrintable(what));
     }
     QVERIFY(save());
@@ -144,14 +130,14 @@ class RatingAndIconTest : public QObject {
     QCOMPARE(saved.track->tagData.popularity.rate, 128);
     QCOMPARE(saved.track->tagData.popularity.email, std::string("someone@example.org"));
     QCOMPARE(stars()->stars(), 3);
-    QVERIFY(!window_->isWindowModified());
+    QVERIFY(!rig_->window->isWindowModified());
   }
 
   void noStarsWriteNoPopularityFrame() {
     const std::string path = track("unrated.mp3", {popularityFrame("someone@example.org", 64)});
     QVERIFY(open(path));
     clickStar(2);  // the lit star: all go out
-    QCOMPARE(window_->values().rating, 0);
+    QCOMPARE(rig_->window->values().rating, 0);
     QVERIFY(save());
     const Bytes bytes = readFile(path);
     const std::string text(bytes.begin(), bytes.end());
@@ -183,8 +169,8 @@ class RatingAndIconTest : public QObject {
     QFETCH(bool, rename);
     QFETCH(bool, written);
     QFETCH(QString, logged);
-    preferences_->setIntPreferenceNamed(prefs::kSetFileIcon.key, setIcon);
-    preferences_->setBoolPreferenceNamed(prefs::kRenameUpdate.key, rename);
+    rig_->preferences.setIntPreferenceNamed(prefs::kSetFileIcon.key, setIcon);
+    rig_->preferences.setBoolPreferenceNamed(prefs::kRenameUpdate.key, rename);
     std::vector<Id3Frame> frames;
     const Bytes cover = imageBytes(300, 150);
     if (picture == QStringLiteral("cover")) frames.push_back(pictureFrame(Enc::Latin1, "image/png", 3, "", cover));
@@ -192,18 +178,18 @@ class RatingAndIconTest : public QObject {
     if (picture == QStringLiteral("broken"))
       frames.push_back(pictureFrame(Enc::Latin1, "image/png", 3, "", Bytes(cover.begin(), cover.begin() + 40)));
     const std::string path = track("01 old name.mp3", std::move(frames));
-    if (cacheBlocked) dir_->write("cache", Bytes{'f', 'i', 'l', 'e'});
+    if (cacheBlocked) rig_->dir.write("cache", Bytes{'f', 'i', 'l', 'e'});
     QVERIFY(open(path));
-    QCOMPARE(window_->values().pictures->size(), picture == QStringLiteral("none") ? 0u : 1u);
-    QTest::keyClicks(findByName<QLineEdit>(window_.get(), "mT2Album"), QStringLiteral("Saved"));
+    QCOMPARE(rig_->window->values().pictures->size(), picture == QStringLiteral("none") ? 0u : 1u);
+    QTest::keyClicks(findByName<QLineEdit>(rig_->window.get(), "mT2Album"), QStringLiteral("Saved"));
     LogCapture log;
     QVERIFY(save());
     // The save itself went through, whatever became of the thumbnails.
-    const QString saved = QFile::decodeName(QByteArray::fromStdString(window_->track().path()));
+    const QString saved = QFile::decodeName(QByteArray::fromStdString(rig_->window->track().path()));
     QVERIFY(QFileInfo::exists(saved));
     QCOMPARE(reread(saved.toStdString()).track->tagData.album.toU16(), u"Saved");
-    QVERIFY(questions_.asked.empty());
-    QVERIFY(!window_->isWindowModified());
+    QVERIFY(rig_->questions.asked.empty());
+    QVERIFY(!rig_->window->isWindowModified());
     QCOMPARE(saved != QString::fromStdString(path), rename);
     QVERIFY2(logged.isEmpty() || log.has(LogError, logged.toStdString()), log.dump().c_str());
     if (!written) {

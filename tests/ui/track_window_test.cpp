@@ -29,7 +29,6 @@
 #include "operations/track_file.h"
 #include "operations/track_writer.h"
 #include "preferences/preference_keys.h"
-#include "preferences/store.h"
 #include "tests/support/id3v2_builder.h"
 #include "tests/support/mp3_file_builder.h"
 #include "tests/support/mpeg_builder.h"
@@ -80,25 +79,14 @@ class TrackWindowTest : public QObject {
   Q_OBJECT
 
  private:
-  std::unique_ptr<TempDir> dir_;
-  std::unique_ptr<PreferencesController> preferences_;
-  ScriptedQuestions questions_;
-  std::unique_ptr<ui::TrackWindow> window_;
+  std::unique_ptr<EditorRig> rig_;
 
   ui::TrackWindow* open(const std::vector<std::string>& paths, TrackWriter* writer = nullptr) {
-    for (const std::string& path : paths) {
-      TrackFile file = openTrackFile(path, kScanQuick);
-      if (!file.opened()) return nullptr;
-      if (!window_) window_ = std::make_unique<ui::TrackWindow>(std::move(file.track), *preferences_, questions_,
-                                                                nullptr, writer);
-      else window_->addTrack(std::move(file.track));
-    }
-    if (window_) window_->showTrackAt(0), window_->show();
-    return window_.get();
+    return rig_->open(paths, writer);
   }
-  std::string mp3(const std::string& name, const std::string& title) { return dir_->write(name, sampleMp3(title)); }
+  std::string mp3(const std::string& name, const std::string& title) { return rig_->dir.write(name, sampleMp3(title)); }
   template <typename T = QWidget>
-  T* find(const char* name) { return findByName<T>(window_.get(), name); }
+  T* find(const char* name) { return findByName<T>(rig_->window.get(), name); }
   QLineEdit* line(const char* name) {
     if (auto* combo = find<QComboBox>(name)) return combo->lineEdit();
     return find<QLineEdit>(name);
@@ -115,21 +103,17 @@ class TrackWindowTest : public QObject {
     QApplication::clipboard()->setText(text);
     QTest::keySequence(edit, QKeySequence::Paste);
   }
-  bool waitIdle() { return QTest::qWaitFor([this] { return !window_->isBusy(); }, 10000); }
+  bool waitIdle() { return rig_->waitIdle(); }
 
  private slots:
   void initTestCase() { prepareWindowTests(); }
   void init() {
-    dir_ = std::make_unique<TempDir>();
-    preferences_ = std::make_unique<PreferencesController>(std::make_unique<MemoryPreferenceStore>(), dir_->path());
-    preferences_->setBoolPreferenceNamed(prefs::kMoveToTrash.key, false);
-    preferences_->setBoolPreferenceNamed(prefs::kShowUserTab.key, true);
-    preferences_->setBoolPreferenceNamed(prefs::kCloseWindow.key, false);
-    questions_ = ScriptedQuestions();
+    rig_ = std::make_unique<EditorRig>();
+    rig_->preferences.setBoolPreferenceNamed(prefs::kShowUserTab.key, true);
   }
   void cleanup() {
-    window_.reset();
-    QVERIFY2(!questions_.unscripted, questions_.asked.empty() ? "" : questions_.asked.back().title.c_str());
+    rig_->window.reset();
+    QVERIFY2(!rig_->unscripted(), rig_->questions.asked.empty() ? "" : rig_->questions.asked.back().title.c_str());
   }
 
   void warnsAsTheUserTypes_data() {
@@ -185,7 +169,7 @@ class TrackWindowTest : public QObject {
     }
     if (field == QStringLiteral("mT2Genre")) QCOMPARE(line("mT2Genre")->text(), QStringLiteral("R"));
     else if (!twin.isEmpty()) QCOMPARE(line(qPrintable(twin))->text(), typed);
-    QVERIFY(window_->isWindowModified());
+    QVERIFY(rig_->window->isWindowModified());
     // Nothing is corrected in the field itself.
     if (field != QStringLiteral("mT2Genre")) QCOMPARE(line(qPrintable(field))->text(), typed);
   }
@@ -243,15 +227,15 @@ class TrackWindowTest : public QObject {
   // Typing, a copy and a quick-list choice each come back with one undo, and
   // the modified mark follows.
   void everyEditIsUndoneInOneStep() {
-    preferences_->setRecentList("V2 artist", {"Band A", "Band B"});
+    rig_->preferences.setRecentList("V2 artist", {"Band A", "Band B"});
     QVERIFY(open({mp3("a.mp3", "Alpha")}));
-    QUndoStack* stack = window_->undoStack();
+    QUndoStack* stack = rig_->window->undoStack();
     type("mT2Title", QStringLiteral("New title"));
     QCOMPARE(stack->undoText(), QStringLiteral("Typing in Title"));
-    QVERIFY(window_->isWindowModified() && window_->describe().dirty);
+    QVERIFY(rig_->window->isWindowModified() && rig_->window->describe().dirty);
     stack->undo();
     QCOMPARE(line("mT2Title")->text(), QStringLiteral("Alpha"));
-    QVERIFY(!window_->isWindowModified() && !window_->describe().dirty);
+    QVERIFY(!rig_->window->isWindowModified() && !rig_->window->describe().dirty);
     stack->redo();
     QCOMPARE(line("mT2Title")->text(), QStringLiteral("New title"));
 
@@ -285,17 +269,17 @@ class TrackWindowTest : public QObject {
   // track too, with Ctrl the artist too; into the version of the button.
   void theFileNameFillsTheFieldsTheModifiersSay() {
     QVERIFY(open({mp3("07 Artist-My_Song.mp3", "Alpha")}));
-    window_->useFileNameForTitle(false, Qt::NoModifier);
+    rig_->window->useFileNameForTitle(false, Qt::NoModifier);
     QCOMPARE(line("mT2Title")->text(), QStringLiteral("My Song"));
     QVERIFY(line("mT2Track")->text().isEmpty() && line("mT2Artist")->text() == QStringLiteral("Tester"));
-    window_->useFileNameForTitle(true, Qt::ShiftModifier | Qt::ControlModifier);
+    rig_->window->useFileNameForTitle(true, Qt::ShiftModifier | Qt::ControlModifier);
     QCOMPARE(line("mT1Title")->text() + line("mT1Track")->text() + line("mT1Artist")->text(),
              QStringLiteral("My Song7Artist"));
-    QCOMPARE(window_->undoStack()->undoText(), QStringLiteral("Use File Name for V1 Title"));
+    QCOMPARE(rig_->window->undoStack()->undoText(), QStringLiteral("Use File Name for V1 Title"));
   }
 
   void completesFromTheQuickListButNotWhileDeleting() {
-    preferences_->setRecentList("V2 album", {"Blue Train", "Blue Note"});
+    rig_->preferences.setRecentList("V2 album", {"Blue Train", "Blue Note"});
     QVERIFY(open({mp3("a.mp3", "Alpha")}));
     QLineEdit* album = line("mT2Album");
     type("mT2Album", QStringLiteral("Blue N"));
@@ -329,14 +313,14 @@ class TrackWindowTest : public QObject {
     QFETCH(QString, question);
     QFETCH(QString, answer);
     QFETCH(bool, written);
-    const std::string path = aiff ? dir_->write("a.aif", sampleAiff("Alpha")) : mp3("a.mp3", "Alpha");
-    if (question.contains(QStringLiteral("loss"))) preferences_->setIntPreferenceNamed(prefs::kTag2Version.key, 3);
-    if (!question.isEmpty()) questions_.answer(question.toStdString(), answer.toStdString());
+    const std::string path = aiff ? rig_->dir.write("a.aif", sampleAiff("Alpha")) : mp3("a.mp3", "Alpha");
+    if (question.contains(QStringLiteral("loss"))) rig_->preferences.setIntPreferenceNamed(prefs::kTag2Version.key, 3);
+    if (!question.isEmpty()) rig_->questions.answer(question.toStdString(), answer.toStdString());
     FailingWriter writer;
     writer.unverifiedV1 = question.startsWith(QStringLiteral("Verification"));
     QVERIFY(open({path}, writer.unverifiedV1 ? &writer : nullptr));
     // As a file opened without the right to write it (root may write anything).
-    if (question.startsWith(QStringLiteral("Updating a read only"))) window_->tracks().current().readOnly = true;
+    if (question.startsWith(QStringLiteral("Updating a read only"))) rig_->window->tracks().current().readOnly = true;
     type("mT2Title", QStringLiteral("Omega"));
     if (question.contains(QStringLiteral("loss"))) type("mT2ReleaseTime", QStringLiteral("2007-05-03"));
     find<QPushButton>("updateButton")->click();
@@ -344,27 +328,28 @@ class TrackWindowTest : public QObject {
     // A V1 tag that did not verify is on the file; the V2 tag is written
     // only when the user goes on.
     QCOMPARE(storedTitle(path), written ? u"Omega" : u"Alpha");
-    QCOMPARE(questions_.asked.size(), question.isEmpty() ? 0u : 1u);
+    QCOMPARE(rig_->questions.asked.size(), question.isEmpty() ? 0u : 1u);
     // The window shows the file as it now is, with nothing left to save; a
     // declined update keeps the edits.
     QCOMPARE(line("mT2Title")->text(), QStringLiteral("Omega"));
-    QCOMPARE(window_->isWindowModified(), !written);
-    if (written && !aiff) QCOMPARE(*preferences_->getRecentList("V2 artist"), std::vector<std::string>{"Tester"});
+    QCOMPARE(rig_->window->isWindowModified(), !written);
+    if (written && !aiff) QCOMPARE(*rig_->preferences.getRecentList("V2 artist"),
+                                   std::vector<std::string>{"Tester"});
   }
 
   void aFileThatStaysReadOnlyIsToldAndKept() {
     FailingWriter writer;
     const std::string path = mp3("a.mp3", "Alpha");
     QVERIFY(open({path}, &writer));
-    window_->tracks().current().readOnly = true;
-    window_->showTrackAt(0);
-    QVERIFY(window_->windowTitle().startsWith(QStringLiteral("a.mp3 [read only]")));
+    rig_->window->tracks().current().readOnly = true;
+    rig_->window->showTrackAt(0);
+    QVERIFY(rig_->window->windowTitle().startsWith(QStringLiteral("a.mp3 [read only]")));
     type("mT2Title", QStringLiteral("Omega"));
-    questions_.answer("Updating a read only or locked file", "Yes");
+    rig_->questions.answer("Updating a read only or locked file", "Yes");
     find<QPushButton>("updateButton")->click();
     QVERIFY(waitIdle());
-    QCOMPARE(questions_.asked.back().title, std::string("Failed to make the file writable"));
-    QCOMPARE(questions_.asked.back().message,
+    QCOMPARE(rig_->questions.asked.back().title, std::string("Failed to make the file writable"));
+    QCOMPARE(rig_->questions.asked.back().message,
              "Could not remove the read only or locked state of the file '" + path + "'.");
     QCOMPARE(storedTitle(path), u"Alpha");
   }
@@ -372,15 +357,15 @@ class TrackWindowTest : public QObject {
   void theWindowFrameIsKeptAndExportsWrite() {
     const std::string path = mp3("a.mp3", "Alpha");
     QVERIFY(open({path}));
-    window_->resize(640, 610);
-    window_->close();
-    window_.release();  // closed windows delete themselves
-    QVERIFY(!preferences_->getWindowPosition().empty());
+    rig_->window->resize(640, 610);
+    rig_->window->close();
+    rig_->window.release();  // closed windows delete themselves
+    QVERIFY(!rig_->preferences.getWindowPosition().empty());
     QVERIFY(open({path}));
-    QCOMPARE(window_->size(), QSize(640, 610));
+    QCOMPARE(rig_->window->size(), QSize(640, 610));
     for (bool xml : {true, false}) {
-      const std::string target = dir_->path() + (xml ? "/a.xml" : "/a.csv");
-      QVERIFY(window_->exportAs(xml, QString::fromStdString(target)));
+      const std::string target = rig_->dir.path() + (xml ? "/a.xml" : "/a.csv");
+      QVERIFY(rig_->window->exportAs(xml, QString::fromStdString(target)));
       QFile file(QString::fromStdString(target));
       QVERIFY(file.open(QIODevice::ReadOnly) && file.readAll().contains("Alpha"));
     }
@@ -389,7 +374,7 @@ class TrackWindowTest : public QObject {
   // Two pictures paged through, one retyped and described, one added from a
   // file, one removed; the save keeps what the panel shows.
   void picturesArePagedEditedAndSaved() {
-    const std::string path = dir_->write(
+    const std::string path = rig_->dir.write(
         "p.mp3", mp3File({Id3v2Builder(3)
                               .text("TIT2", Enc::Latin1, "Pictures")
                               .frame(pictureFrame(Enc::Latin1, "image/jpeg", 3, "front", imageBytes(8, 8, "JPEG")))
@@ -404,13 +389,13 @@ class TrackWindowTest : public QObject {
     auto* description = find<QLineEdit>("pictureDescription");
     description->selectAll();
     QTest::keyClicks(description, QStringLiteral("sleeve"));
-    QCOMPARE(window_->undoStack()->undoText(), QStringLiteral("Picture Description"));
+    QCOMPARE(rig_->window->undoStack()->undoText(), QStringLiteral("Picture Description"));
 
-    const QString added = QString::fromStdString(dir_->path() + "/added.png");
+    const QString added = QString::fromStdString(rig_->dir.path() + "/added.png");
     QImage image(8, 8, QImage::Format_RGB32);
     image.fill(Qt::red);
     QVERIFY(image.save(added, "PNG"));
-    auto* panel = findByName<ui::PicturePanel>(window_.get(), "picturePanel");
+    auto* panel = findByName<ui::PicturePanel>(rig_->window.get(), "picturePanel");
     panel->setImageChooser([added](QWidget*) { return added; });
     find<QPushButton>("addImageButton")->click();
     QCOMPARE(find<QLabel>("pictureIndex")->text(), QStringLiteral("3 of 3"));  // added at the end
@@ -428,7 +413,7 @@ class TrackWindowTest : public QObject {
     QCOMPARE(saved[0].description.toU16(), u"sleeve");
     QCOMPARE(saved[0].pictureType, uint8_t{4});
     QCOMPARE(saved[1].pictureSubtype, std::string("png"));
-    window_->undoStack()->undo();  // nothing to undo after a save reloads
+    rig_->window->undoStack()->undo();  // nothing to undo after a save reloads
     QCOMPARE(find<QLabel>("pictureIndex")->text(), QStringLiteral("1 of 2"));
   }
 
@@ -450,10 +435,10 @@ class TrackWindowTest : public QObject {
     QCOMPARE(find<QLabel>("trackOfTracks")->text(), QStringLiteral("1 of 3"));
     QVERIFY(!find<QPushButton>("previousTrackButton")->isEnabled());
     type("mT2Title", QStringLiteral("Edited"));
-    questions_.answer("Do you want to save changes?", answer.toStdString());
+    rig_->questions.answer("Do you want to save changes?", answer.toStdString());
     find<QPushButton>("nextTrackButton")->click();
     QVERIFY(waitIdle());
-    QCOMPARE(window_->tracks().position(), static_cast<size_t>(position));
+    QCOMPARE(rig_->window->tracks().position(), static_cast<size_t>(position));
     QCOMPARE(storedTitle(paths[0]), stored.toStdU16String());
     QCOMPARE(line("mT2Title")->text(), answer == QStringLiteral("Cancel") ? QStringLiteral("Edited")
                                                                           : QStringLiteral("Two"));
@@ -485,24 +470,25 @@ class TrackWindowTest : public QObject {
     const std::string first = mp3("1.mp3", "One");
     QVERIFY(open({first}));
     type("mT2Title", QStringLiteral("Edited"));
-    questions_.answer("Do you want to save changes?", answer.toStdString());
-    window_->replaceTrack(openTrackFile(mp3("2.mp3", "Two"), kScanQuick).track);
+    rig_->questions.answer("Do you want to save changes?", answer.toStdString());
+    rig_->window->replaceTrack(openTrackFile(mp3("2.mp3", "Two"), kScanQuick).track);
     QTRY_COMPARE(line("mT2Title")->text(), shown);
     QVERIFY(waitIdle());
     QCOMPARE(storedTitle(first), stored.toStdU16String());
   }
 
   void aDefaultSetIsAppliedAndUndone() {
-    preferences_->setBoolPreferenceNamed(prefs::kShowDefaultsButton.key, true);
-    preferences_->setBoolPreferenceNamed(PreferencesController::getPreferenceName("Use default album", 2), true);
-    preferences_->setStringPreferenceNamed(PreferencesController::getPreferenceName("Default album", 2), "Set album");
+    rig_->preferences.setBoolPreferenceNamed(prefs::kShowDefaultsButton.key, true);
+    const auto setName = [](const char* base) { return PreferencesController::getPreferenceName(base, 2); };
+    rig_->preferences.setBoolPreferenceNamed(setName("Use default album"), true);
+    rig_->preferences.setStringPreferenceNamed(setName("Default album"), "Set album");
     QVERIFY(open({mp3("a.mp3", "Alpha")}));
     auto* defaults = find<QToolButton>("defaultsButton");
     QVERIFY(defaults && !defaults->isHidden());
     defaults->menu()->actions().at(2)->trigger();
     QCOMPARE(line("mT2Album")->text(), QStringLiteral("Set album"));
     QCOMPARE(line("mT2Title")->text(), QStringLiteral("Alpha"));
-    window_->undoStack()->undo();
+    rig_->window->undoStack()->undo();
     QCOMPARE(line("mT2Album")->text(), QString());
   }
 
@@ -522,8 +508,8 @@ class TrackWindowTest : public QObject {
     QVERIFY(open({path}));
     type("mT2Title", QStringLiteral("Mine"));
     QTest::qWait(20);  // a later modification time
-    dir_->write("a.mp3", sampleMp3("Other program"));
-    questions_.answer("The file has changed on disk", answer.toStdString());
+    rig_->dir.write("a.mp3", sampleMp3("Other program"));
+    rig_->questions.answer("The file has changed on disk", answer.toStdString());
     find<QPushButton>("updateButton")->click();
     QVERIFY(waitIdle());
     QCOMPARE(storedTitle(path), stored.toStdU16String());
@@ -533,11 +519,11 @@ class TrackWindowTest : public QObject {
   void aWindowWithoutEditsOffersToReloadAChangedFile() {
     const std::string path = mp3("a.mp3", "Alpha");
     QVERIFY(open({path}));
-    questions_.answer("The file has changed on disk", "Reload");
+    rig_->questions.answer("The file has changed on disk", "Reload");
     QTest::qWait(20);
-    dir_->write("a.mp3", sampleMp3("Other program"));
+    rig_->dir.write("a.mp3", sampleMp3("Other program"));
     QTRY_COMPARE(line("mT2Title")->text(), QStringLiteral("Other program"));
-    QVERIFY(!window_->isWindowModified());
+    QVERIFY(!rig_->window->isWindowModified());
   }
 
   void theSaveRunsOffTheMainThread() {
@@ -555,11 +541,11 @@ class TrackWindowTest : public QObject {
     timer.start(5);
     QTest::qWait(100);
     QVERIFY2(ticks >= 5, qPrintable(QString::number(ticks)));
-    QVERIFY(window_->isBusy() && !window_->centralWidget()->isEnabled() && window_->describe().busy);
-    window_->repaint();  // paints while the save is held
+    QVERIFY(rig_->window->isBusy() && !rig_->window->centralWidget()->isEnabled() && rig_->window->describe().busy);
+    rig_->window->repaint();  // paints while the save is held
     writer.release.set_value();
     QVERIFY(waitIdle());
-    QVERIFY(window_->centralWidget()->isEnabled());
+    QVERIFY(rig_->window->centralWidget()->isEnabled());
     QVERIFY(writer.thread != nullptr && writer.thread != QThread::currentThread());
     QCOMPARE(storedTitle(path), u"Omega");
   }

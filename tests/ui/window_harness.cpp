@@ -5,6 +5,9 @@
 #include <QImage>
 #include <QStandardPaths>
 
+#include "engine/open_track.h"
+#include "operations/track_file.h"
+#include "preferences/preference_keys.h"
 #include "preferences/store.h"
 #include "ui/document_window.h"
 #include "ui/start_panel.h"
@@ -28,6 +31,28 @@ ControllerRig::ControllerRig()
 
 QString ControllerRig::track(const std::string& name, const std::string& title) {
   return QString::fromStdString(dir.write(name, sampleMp3(title)));
+}
+
+EditorRig::EditorRig() : preferences(std::make_unique<MemoryPreferenceStore>(), dir.path()) {
+  preferences.setBoolPreferenceNamed(prefs::kMoveToTrash.key, false);
+  preferences.setBoolPreferenceNamed(prefs::kCloseWindow.key, false);
+}
+
+ui::TrackWindow* EditorRig::open(const std::vector<std::string>& paths, TrackWriter* writer) {
+  for (const std::string& path : paths) {
+    TrackFile file = openTrackFile(path, kScanQuick);
+    if (!file.opened()) return nullptr;
+    if (window) window->addTrack(std::move(file.track));
+    else window = std::make_unique<ui::TrackWindow>(std::move(file.track), preferences, questions, nullptr, writer);
+  }
+  if (!window) return nullptr;
+  window->showTrackAt(0);
+  window->show();
+  return window.get();
+}
+
+bool EditorRig::waitIdle() {
+  return QTest::qWaitFor([this] { return !window->isBusy(); }, 10000);
 }
 
 bool ControllerRig::closeWindows() {

@@ -15,6 +15,7 @@
 #include "tests/support/temp_dir.h"
 #include "ui/document_controller.h"
 #include "ui/file_chooser.h"
+#include "ui/track_window.h"
 
 namespace melos::test {
 
@@ -82,6 +83,27 @@ struct ControllerRig {
   ScriptedQuestions questions;
   ScriptedChooser chooser;
   ui::DocumentController controller;
+};
+
+// A single-track editor over tracks of a folder and preferences of its own:
+// nothing goes to the trash and a window stays open after an update; its
+// questions are answered from a script.
+struct EditorRig {
+  EditorRig();
+  EditorRig(const EditorRig&) = delete;
+  EditorRig& operator=(const EditorRig&) = delete;
+
+  // The tracks in one window, the first shown; null when one cannot be read.
+  ui::TrackWindow* open(const std::vector<std::string>& paths, TrackWriter* writer = nullptr);
+  // The window's file work (a save, a move) has ended.
+  bool waitIdle();
+  // A question came that the script had no answer for.
+  bool unscripted() const { return questions.unscripted; }
+
+  TempDir dir;
+  PreferencesController preferences;
+  ScriptedQuestions questions;
+  std::unique_ptr<ui::TrackWindow> window;
 };
 
 // The child with this object name, or null.
