@@ -25,13 +25,6 @@ namespace {
 QString qtext(std::string_view text) { return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())); }
 QString qtext(const std::u16string& text) { return QString::fromStdU16String(text); }
 
-// The window's Undo and Redo, not the control's own: one stack per window.
-bool isUndoKey(QKeyEvent* key) { return key->matches(QKeySequence::Undo) || key->matches(QKeySequence::Redo); }
-
-bool passUndoShortcut(QEvent* event) {
-  return event->type() == QEvent::ShortcutOverride && isUndoKey(static_cast<QKeyEvent*>(event));
-}
-
 constexpr std::array<const char*, 6> kPageNames = {"v1Page", "standardPage", "extendedPage",
                                                    "podcastPage", "userPage", "lyricsPage"};
 
@@ -39,59 +32,26 @@ constexpr std::array<const char*, 6> kPageNames = {"v1Page", "standardPage", "ex
 QString fieldTooltip(EditorField field) {
   switch (field) {
     case EditorField::ReleaseTime:
-    case EditorField::UserReleaseTime: return QString::fromStdU16String(std::u16string(kReleaseTimeTooltip));
+    case EditorField::UserReleaseTime: return qtext(std::u16string(kReleaseTimeTooltip));
     case EditorField::RecordTime:
-    case EditorField::UserRecordTime: return QString::fromStdU16String(std::u16string(kRecordTimeTooltip));
+    case EditorField::UserRecordTime: return qtext(std::u16string(kRecordTimeTooltip));
     case EditorField::Isrc:
-    case EditorField::UserIsrc: return QString::fromStdU16String(std::u16string(kIsrcTooltip));
-    case EditorField::InitialKey: return QString::fromStdU16String(std::u16string(kInitialKeyTooltip));
+    case EditorField::UserIsrc: return qtext(std::u16string(kIsrcTooltip));
+    case EditorField::InitialKey: return qtext(std::u16string(kInitialKeyTooltip));
     default: return {};
   }
 }
 
-// Files dropped on the editor open as tracks, wherever they land; a field
-// takes only text.
-bool carriesFiles(const QDropEvent* event) { return event->mimeData()->hasUrls(); }
-
 }  // namespace
 
-void UndoLineEdit::dragEnterEvent(QDragEnterEvent* event) {
-  if (carriesFiles(event)) return event->ignore();
-  QLineEdit::dragEnterEvent(event);
-}
-
-void UndoLineEdit::dragMoveEvent(QDragMoveEvent* event) {
-  if (carriesFiles(event)) return event->ignore();
-  QLineEdit::dragMoveEvent(event);
-}
-
-void UndoTextView::dragEnterEvent(QDragEnterEvent* event) {
-  if (carriesFiles(event)) return event->ignore();
-  QPlainTextEdit::dragEnterEvent(event);
-}
-
-void UndoTextView::dragMoveEvent(QDragMoveEvent* event) {
-  if (carriesFiles(event)) return event->ignore();
-  QPlainTextEdit::dragMoveEvent(event);
-}
-
-UndoLineEdit::UndoLineEdit(QWidget* parent) : QLineEdit(parent) {
+UndoLineEdit::UndoLineEdit(QWidget* parent) : FieldControl(parent) {
   // Typing, pasting and input methods alike.
   connect(this, &QLineEdit::textEdited, this, &UndoLineEdit::complete);
 }
 
-bool UndoLineEdit::event(QEvent* event) {
-  if (passUndoShortcut(event)) return false;
-  return QLineEdit::event(event);
-}
-
 void UndoLineEdit::keyPressEvent(QKeyEvent* event) {
-  if (isUndoKey(event)) {
-    event->ignore();
-    return;
-  }
   deleting_ = event->key() == Qt::Key_Backspace || event->key() == Qt::Key_Delete;
-  QLineEdit::keyPressEvent(event);
+  FieldControl::keyPressEvent(event);
   deleting_ = false;
 }
 
@@ -105,23 +65,11 @@ void UndoLineEdit::complete(const QString& typed) {
   emit userEdited(text());
 }
 
-UndoTextView::UndoTextView(QWidget* parent) : QPlainTextEdit(parent) {
+UndoTextView::UndoTextView(QWidget* parent) : FieldControl(parent) {
   setUndoRedoEnabled(false);
   setTabChangesFocus(true);
 }
 
-bool UndoTextView::event(QEvent* event) {
-  if (passUndoShortcut(event)) return false;
-  return QPlainTextEdit::event(event);
-}
-
-void UndoTextView::keyPressEvent(QKeyEvent* event) {
-  if (isUndoKey(event)) {
-    event->ignore();
-    return;
-  }
-  QPlainTextEdit::keyPressEvent(event);
-}
 
 EditorFields::EditorFields(QWidget* owner) : QObject(owner) {
   for (size_t i = 0; i < pages_.size(); ++i) {

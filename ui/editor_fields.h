@@ -4,7 +4,10 @@
 // the field's right end and its quick-list button. Filling a control never
 // counts as the user's edit; only typing and choosing do.
 
+#include <QDragEnterEvent>
+#include <QKeyEvent>
 #include <QLineEdit>
+#include <QMimeData>
 #include <QObject>
 #include <QPlainTextEdit>
 #include <array>
@@ -23,9 +26,38 @@ namespace melos::ui {
 
 class StarRating;
 
-// A text field whose undo is the window's: the window's Undo and Redo reach
-// the window's stack, and it completes typed text from a list.
-class UndoLineEdit : public QLineEdit {
+// What the editor's text controls share: their undo is the window's (the
+// window's Undo and Redo reach the window's stack, not the control's own),
+// and files dropped on them open as tracks, as anywhere on the window.
+template <typename Base>
+class FieldControl : public Base {
+ public:
+  using Base::Base;
+
+ protected:
+  static bool isUndoKey(QKeyEvent* key) {
+    return key->matches(QKeySequence::Undo) || key->matches(QKeySequence::Redo);
+  }
+  bool event(QEvent* event) override {
+    if (event->type() == QEvent::ShortcutOverride && isUndoKey(static_cast<QKeyEvent*>(event))) return false;
+    return Base::event(event);
+  }
+  void keyPressEvent(QKeyEvent* event) override {
+    if (isUndoKey(event)) return event->ignore();
+    Base::keyPressEvent(event);
+  }
+  void dragEnterEvent(QDragEnterEvent* event) override {
+    if (event->mimeData()->hasUrls()) return event->ignore();
+    Base::dragEnterEvent(event);
+  }
+  void dragMoveEvent(QDragMoveEvent* event) override {
+    if (event->mimeData()->hasUrls()) return event->ignore();
+    Base::dragMoveEvent(event);
+  }
+};
+
+// A text field that also completes typed text from a list.
+class UndoLineEdit : public FieldControl<QLineEdit> {
   Q_OBJECT
  public:
   explicit UndoLineEdit(QWidget* parent = nullptr);
@@ -36,10 +68,7 @@ class UndoLineEdit : public QLineEdit {
   void userEdited(const QString& text);
 
  protected:
-  bool event(QEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
-  void dragEnterEvent(QDragEnterEvent* event) override;
-  void dragMoveEvent(QDragMoveEvent* event) override;
 
  private:
   void complete(const QString& text);
@@ -48,16 +77,9 @@ class UndoLineEdit : public QLineEdit {
   bool deleting_ = false;
 };
 
-class UndoTextView : public QPlainTextEdit {
-  Q_OBJECT
+class UndoTextView : public FieldControl<QPlainTextEdit> {
  public:
   explicit UndoTextView(QWidget* parent = nullptr);
-
- protected:
-  bool event(QEvent* event) override;
-  void keyPressEvent(QKeyEvent* event) override;
-  void dragEnterEvent(QDragEnterEvent* event) override;
-  void dragMoveEvent(QDragMoveEvent* event) override;
 };
 
 class EditorFields : public QObject {
