@@ -24,13 +24,11 @@
 #include "ui/shown_path.h"
 #include "ui/start_panel.h"
 #include "ui/track_window.h"
+#include "ui/qt_text.h"
 
 namespace melos::ui {
 namespace {
 
-QString qtext(std::string_view text) { return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())); }
-std::string localPath(const QString& path) { return QFile::encodeName(path).toStdString(); }
-QString displayPath(const std::string& path) { return QFile::decodeName(QByteArray::fromStdString(path)); }
 
 struct ActionText {
   MenuItem item;

@@ -18,12 +18,11 @@
 #include "operations/rating.h"
 #include "operations/text_completion.h"
 #include "ui/star_rating.h"
+#include "ui/qt_text.h"
 
 namespace melos::ui {
 namespace {
 
-QString qtext(std::string_view text) { return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())); }
-QString qtext(const std::u16string& text) { return QString::fromStdU16String(text); }
 
 constexpr std::array<const char*, 6> kPageNames = {"v1Page", "standardPage", "extendedPage",
                                                    "podcastPage", "userPage", "lyricsPage"};

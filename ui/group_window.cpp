@@ -34,13 +34,13 @@
 #include "ui/drag_image_view.h"
 #include "ui/group_track_table.h"
 #include "ui/snapshot_command.h"
+#include "ui/qt_text.h"
 
 namespace melos::ui {
 namespace {
 
 using G = GroupField;
 
-QString qtext(std::string_view text) { return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())); }
 
 // The name of each value's controls ("m" + key + "Field", "m" + key +
 // "Button" for its change box) and its label, in the order of groupSlots().
@@ -663,7 +663,7 @@ void GroupWindow::addPicture() {
   if (QImageReader(path).canRead() && file.open(QIODevice::ReadOnly)) bytes = file.readAll();
   if (bytes.isEmpty()) {
     tell(*questions_, "Add picture failed",
-         "Could not read a picture from the file '" + QFile::encodeName(path).toStdString() + "'.");
+         "Could not read a picture from the file '" + localPath(path) + "'.");
     return;
   }
   // Checked and, where the kind asks for it, converted as a drop is; the well

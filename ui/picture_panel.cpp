@@ -18,11 +18,11 @@
 #include "operations/tag_copy.h"
 #include "preferences/preferences_controller.h"
 #include "ui/drag_image_view.h"
+#include "ui/qt_text.h"
 
 namespace melos::ui {
 namespace {
 
-QString qtext(std::string_view text) { return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())); }
 
 QSize pixelSize(const Bytes& data) {
   QByteArray bytes =
@@ -156,7 +156,7 @@ void PicturePanel::showCurrent() {
 void PicturePanel::addImage() {
   const QString path = chooseImage_(this);
   if (path.isEmpty()) return;
-  std::optional<Bytes> bytes = readPictureFile(QFile::encodeName(path).toStdString());
+  std::optional<Bytes> bytes = readPictureFile(localPath(path));
   // The well keeps what it showed when the file is refused.
   if (!bytes || !well_->setImageWithData(std::move(*bytes), true)) {
     showCurrent();

@@ -22,14 +22,14 @@
 #include <QVBoxLayout>
 #include <algorithm>
 
+#include "ui/qt_text.h"
+
 namespace melos::ui {
 namespace {
 
 constexpr int kStartVolume = 80;
 
-QString qtext(const std::string& text) { return QString::fromStdString(text); }
-
-// The slider moves as the ear hears; the output takes a linear factor.
+// Which kind of control has the keyboard, for where Space goes.
 SpaceTaker spaceTaker(QWidget* focus) {
   if (focus->isWindow()) return SpaceTaker::Nothing;
   if (auto* combo = qobject_cast<QComboBox*>(focus))
@@ -43,6 +43,7 @@ SpaceTaker spaceTaker(QWidget* focus) {
   return SpaceTaker::Nothing;
 }
 
+// The slider moves as the ear hears; the output takes a linear factor.
 float linearVolume(int percent) {
   return QAudio::convertVolume(static_cast<float>(percent) / 100.0f, QAudio::LogarithmicVolumeScale,
                                QAudio::LinearVolumeScale);

@@ -20,12 +20,12 @@
 #include "preferences/preferences_controller.h"
 #include "ui/drag_image_view.h"
 #include "ui/preferences_window.h"
+#include "ui/qt_text.h"
 
 namespace melos::ui {
 
 namespace {
 
-QString qtext(std::string_view text) { return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())); }
 std::string utf8(const QString& text) { return text.toUtf8().toStdString(); }
 
 }  // namespace

@@ -33,12 +33,12 @@
 #include "preferences/preferences_controller.h"
 #include "preferences/settings_file_store.h"
 #include "ui/drag_image_view.h"
+#include "ui/qt_text.h"
 
 namespace melos::ui {
 
 namespace {
 
-QString qtext(std::string_view text) { return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())); }
 std::string utf8(const QString& text) { return text.toUtf8().toStdString(); }
 
 constexpr std::string_view kStoreProblemTitle = "Preferences";

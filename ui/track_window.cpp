@@ -40,12 +40,11 @@
 #include "ui/snapshot_command.h"
 #include "ui/play_controls.h"
 #include "ui/shown_path.h"
+#include "ui/qt_text.h"
 
 namespace melos::ui {
 namespace {
 
-QString qtext(std::string_view text) { return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())); }
-QString localName(const std::string& path) { return QFile::decodeName(QByteArray::fromStdString(path)); }
 
 constexpr int kDefaultSetCount = 10;
 
@@ -375,7 +374,7 @@ void TrackWindow::showEnables() {
 }
 
 void TrackWindow::showTitle() {
-  const QString path = localName(track().path());
+  const QString path = displayPath(track().path());
   QString title = QFileInfo(path).fileName();
   if (track().readOnly) title += tr(" [read only]");
   setWindowTitle(title + QStringLiteral("[*]"));
@@ -426,7 +425,7 @@ void TrackWindow::initTagWindow(const ID3Tag& track) {
   showTitle();
   showFileName(track.path());
   showFacts();
-  play_->setTrack(localName(track.path()), static_cast<int64_t>(track.duration) * 1000);
+  play_->setTrack(displayPath(track.path()), static_cast<int64_t>(track.duration) * 1000);
   watchFile();
   if (!values_.pictures->empty() && preferences_.isShowPictureSet() && pictureDock_ != nullptr) pictureDock_->show();
 }
@@ -436,14 +435,14 @@ void TrackWindow::stopPlayback() { play_->stop(); }
 void TrackWindow::showProgress(bool shown) { progress_->setVisible(shown); }
 
 void TrackWindow::showFileName(const std::string& path) {
-  const QFileInfo info(localName(path));
+  const QFileInfo info(displayPath(path));
   fileName_->setText(info.fileName());
   folder_->setText(shownPath(info.absolutePath()));
   showTitle();
 }
 
 IconResult TrackWindow::setFileIcon(const ID3Tag& track) {
-  return writeFileThumbnails(localName(track.path()), track.tagData.picdata.front().data);
+  return writeFileThumbnails(displayPath(track.path()), track.tagData.picdata.front().data);
 }
 
 void TrackWindow::closeWindow() { closeWhenIdle_ = true; }
@@ -572,7 +571,7 @@ void TrackWindow::applyDefaultTagData(int index) {
 
 bool TrackWindow::exportAs(bool xml, const QString& path) {
   if (busy_) return false;
-  const std::string target = QFile::encodeName(path).toStdString();
+  const std::string target = localPath(path);
   const int result = xml ? exportTagAsXml(&track(), target, 2, false) : exportTagAsCsv(target, &track(), 2);
   if (result != 0) {
     tell(questions_, "Export failed", "Could not write the tag information to the file '" + target + "'.");
@@ -665,7 +664,7 @@ void TrackWindow::preferencesChanged() {
 
 void TrackWindow::watchFile() {
   if (!watcher_.files().isEmpty()) watcher_.removePaths(watcher_.files());
-  watcher_.addPath(localName(track().path()));
+  watcher_.addPath(displayPath(track().path()));
 }
 
 void TrackWindow::fileChangedOnDisk() {
