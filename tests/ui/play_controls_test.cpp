@@ -8,6 +8,8 @@
 #include <QDialog>
 #include <QLabel>
 #include <QLineEdit>
+#include <QAudioDevice>
+#include <QMediaDevices>
 #include <QMediaPlayer>
 #include <QPushButton>
 #include <QSlider>
@@ -58,7 +60,10 @@ class PlayControlsTest : public QObject {
   // playback would have shown then cannot be watched, and the test says so.
   bool ranOut_ = false;
   static constexpr const char* kNoRealTime =
-      "The audio output here ran through the track at once (no sound device plays in real time).";
+      "No sound device plays in real time here: the audio output ran through the track at once, or never started.";
+  // Without an output device the backend's timing is its own: it may run
+  // through a track at once, or take its time to start or never count.
+  static bool noAudioOutput() { return QMediaDevices::audioOutputs().isEmpty(); }
 
   // MP3s of this audio, or one AIFF of three seconds of silence.
   void open(int count, const Bytes& audio = cbrStream(MpegHeader{}, 38 * 8), bool aiff = false) {
@@ -89,7 +94,9 @@ class PlayControlsTest : public QObject {
   // Waits for sound to come out of a play just started; false when the
   // player could not play at all.
   bool waitForSound() {
-    return QTest::qWaitFor([this] { return controls()->phase() == PlayPhase::Playing || ranOut_; }, 10000);
+    if (QTest::qWaitFor([this] { return controls()->phase() == PlayPhase::Playing || ranOut_; }, 10000)) return true;
+    ranOut_ = noAudioOutput();
+    return ranOut_;
   }
   // Plays the shown track with the play button until sound comes out (or the
   // track ran out at once: the caller skips).
@@ -263,7 +270,7 @@ class PlayControlsTest : public QObject {
     if (ranOut_) QSKIP(kNoRealTime);
     const bool counted =
         QTest::qWaitFor([this] { return find<QLabel>("playElapsed")->text() != QStringLiteral("0:00"); }, 10000);
-    if (ranOut_) QSKIP(kNoRealTime);
+    if (ranOut_ || (!counted && noAudioOutput())) QSKIP(kNoRealTime);
     QVERIFY2(counted, qPrintable(QStringLiteral("phase %1, position %2, status %3")
                                      .arg(static_cast<int>(controls()->phase()))
                                      .arg(controls()->player()->position())
