@@ -229,7 +229,9 @@ void changeBoxToggled(GroupModel& model, G field, bool on) {
 }
 
 namespace {
-bool& optionRef(GroupModel& model, GroupOption option) {
+// The model's box of an option, to read or to set.
+template <typename Model>
+auto& optionRef(Model& model, GroupOption option) {
   switch (option) {
     case GroupOption::CopyV2Details: return model.copyV2Details;
     case GroupOption::FileName: return model.fileName;
@@ -240,15 +242,7 @@ bool& optionRef(GroupModel& model, GroupOption option) {
 }
 }  // namespace
 
-bool optionValue(const GroupModel& model, GroupOption option) {
-  switch (option) {
-    case GroupOption::CopyV2Details: return model.copyV2Details;
-    case GroupOption::FileName: return model.fileName;
-    case GroupOption::IsrcIncrement: return model.isrcIncrement;
-    case GroupOption::ReplacePictures: break;
-  }
-  return model.replacePictures;
-}
+bool optionValue(const GroupModel& model, GroupOption option) { return optionRef(model, option); }
 
 void optionToggled(GroupModel& model, GroupOption option, bool on) {
   optionRef(model, option) = on;
