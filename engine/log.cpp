@@ -5,6 +5,7 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <ctime>
@@ -22,7 +23,9 @@ constexpr size_t kLastLineSize = 1024;
 
 struct LogState {
   FILE* stream = nullptr;
-  unsigned maxLevel = kInitialLogLevel;
+  // Read without the lock: worker threads reading a library ask for a line
+  // per track that the level mostly drops, and must not queue on the lock.
+  std::atomic<unsigned> maxLevel{kInitialLogLevel};
   char suffix[kMaxLogSuffix + 1] = ": ";
   bool milliseconds = false;
   int letterMode = 0;
@@ -66,6 +69,7 @@ int LogMessage(unsigned level, const char* format, ...) noexcept {
 
 int LogMessageV(unsigned level, const char* format, va_list args) noexcept {
   LogState& s = state();
+  if (s.maxLevel.load(std::memory_order_relaxed) < level) return 0;
   std::lock_guard<std::recursive_mutex> lock(s.mutex);
   if (s.maxLevel < level) return 0;
   FILE* out = s.stream != nullptr ? s.stream : stderr;
