@@ -1,6 +1,8 @@
 #pragma once
-// Work shared out over several threads, the calling one among them.
+// Work shared out over several threads, the calling one among them, and what
+// the programs set up so that reading many files on them stays fast.
 
+#include <malloc.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -23,6 +25,18 @@ inline void lowerCurrentThreadPriority() noexcept {
   constexpr int kBackgroundNice = 10;
   const auto thread = static_cast<id_t>(syscall(SYS_gettid));
   setpriority(PRIO_PROCESS, thread, kBackgroundNice);
+#endif
+}
+
+// Reading a folder goes file after file, each with tag buffers the size of its
+// pictures. Left to its defaults the allocator hands that memory back to the
+// system after every file and takes it again, page fault by page fault, for
+// the next: that doubles the time a file takes. Keeping it costs a few
+// megabytes. Called once, at the start of each program.
+inline void keepFreedMemoryForReuse() noexcept {
+#ifdef __GLIBC__
+  mallopt(M_MMAP_THRESHOLD, 32 << 20);
+  mallopt(M_TRIM_THRESHOLD, 64 << 20);
 #endif
 }
 

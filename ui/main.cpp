@@ -10,6 +10,7 @@
 #include "melos_version.h"
 #include "operations/app_log.h"
 #include "operations/crash_reporter.h"
+#include "operations/threads.h"
 #include "preferences/preferences_controller.h"
 #include "ui/dialog_questions.h"
 #include "ui/document_controller.h"
@@ -22,6 +23,7 @@
 int main(int argc, char* argv[]) {
   QElapsedTimer sinceStart;
   sinceStart.start();
+  melos::keepFreedMemoryForReuse();
   QApplication app(argc, argv);
   QApplication::setApplicationName(QStringLiteral("Meloscribe"));
   QApplication::setApplicationVersion(QString::fromLatin1(melos::kVersionText));
