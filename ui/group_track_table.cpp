@@ -1,8 +1,9 @@
 #include "ui/group_track_table.h"
 
-#include <utility>
-
 #include <QFile>
+#include <QPointer>
+#include <numeric>
+#include <utility>
 
 #include "engine/id3_tag.h"
 #include "ui/shown_path.h"
@@ -16,15 +17,20 @@ QString onDisk(const std::string& path) { return QFile::decodeName(QByteArray::f
 
 }  // namespace
 
+TrackTableModel::TrackTableModel(QObject* parent) : QAbstractTableModel(parent) { sorter_.setMaxThreadCount(1); }
+
+TrackTableModel::~TrackTableModel() { sorter_.waitForDone(); }
+
 int TrackTableModel::rowCount(const QModelIndex& parent) const {
-  return parent.isValid() ? 0 : static_cast<int>(rows_.size());
+  return parent.isValid() ? 0 : static_cast<int>(order_.size());
 }
 
 int TrackTableModel::columnCount(const QModelIndex& parent) const { return parent.isValid() ? 0 : kTrackColumnCount; }
 
 QVariant TrackTableModel::data(const QModelIndex& index, int role) const {
   if (!index.isValid() || index.row() >= rowCount()) return {};
-  const TrackRow& row = rows_[static_cast<size_t>(index.row())];
+  const size_t track = trackAt(index.row());
+  const TrackRow& row = *rows_[track];
   const auto column = static_cast<TrackColumn>(index.column());
   if (role == Qt::TextAlignmentRole) {
     const bool number = column == TrackColumn::Size || column == TrackColumn::Length || column == TrackColumn::Track;
@@ -43,7 +49,7 @@ QVariant TrackTableModel::data(const QModelIndex& index, int role) const {
     case TrackColumn::Tags: return utf8(row.tagVersions);
     case TrackColumn::Size: return utf8(fileSizeDisplay(row.size));
     case TrackColumn::Length: return utf8(durationDisplay(row.length));
-    case TrackColumn::Status: return utf8(status_[static_cast<size_t>(index.row())]);
+    case TrackColumn::Status: return utf8(status_[track]);
   }
   return {};
 }
@@ -54,36 +60,110 @@ QVariant TrackTableModel::headerData(int section, Qt::Orientation orientation, i
   return tr(trackColumnTitle(static_cast<TrackColumn>(section)));
 }
 
+void TrackTableModel::sort(int column, Qt::SortOrder order) {
+  sortColumn_ = column >= 0 && column < kTrackColumnCount ? column : -1;
+  descending_ = order == Qt::DescendingOrder;
+  if (sortColumn_ >= 0) {
+    startSort();
+    return;
+  }
+  // Back to the group's own order: nothing to compare.
+  std::vector<size_t> own(rows_.size());
+  std::iota(own.begin(), own.end(), size_t{0});
+  showOrder(own);
+  emit sortShown();
+}
+
+void TrackTableModel::startSort() {
+  if (sortColumn_ < 0) return;
+  if (sorting_) {
+    sortAgain_ = true;
+    return;
+  }
+  sorting_ = true;
+  RowSnapshot snapshot;
+  snapshot.rows = rows_;
+  const auto column = static_cast<TrackColumn>(sortColumn_);
+  if (column == TrackColumn::Status) snapshot.status = status_;
+  const QPointer<TrackTableModel> self(this);
+  sorter_.start([self, snapshot = std::move(snapshot), column, descending = descending_,
+                 version = order_.version()] {
+    std::vector<size_t> sorted = sortedTracks(snapshot, column, descending);
+    QMetaObject::invokeMethod(self.data(), [self, sorted = std::move(sorted), version, column, descending] {
+      if (self) self->sortDone(sorted, version, static_cast<int>(column), descending);
+    }, Qt::QueuedConnection);
+  });
+}
+
+void TrackTableModel::sortDone(const std::vector<size_t>& sorted, uint64_t version, int column, bool descending) {
+  sorting_ = false;
+  // Tracks removed since the snapshot make it a different list; tracks added
+  // since show below the sorted ones until the next sort.
+  const bool current = version == order_.version() && column == sortColumn_ && descending == descending_;
+  if (current) showOrder(sorted);
+  if (!current || std::exchange(sortAgain_, false)) startSort();
+  else emit sortShown();
+}
+
+void TrackTableModel::showOrder(const std::vector<size_t>& sorted) {
+  emit layoutAboutToBeChanged({}, QAbstractItemModel::VerticalSortHint);
+  // The selection and the current row follow their tracks.
+  const QModelIndexList before = persistentIndexList();
+  std::vector<size_t> tracks;
+  tracks.reserve(static_cast<size_t>(before.size()));
+  for (const QModelIndex& index : before) tracks.push_back(trackAt(index.row()));
+  order_.apply(sorted);
+  QModelIndexList after;
+  after.reserve(before.size());
+  for (qsizetype i = 0; i < before.size(); ++i)
+    after.append(index(static_cast<int>(order_.rowOf(tracks[static_cast<size_t>(i)])), before[i].column()));
+  changePersistentIndexList(before, after);
+  emit layoutChanged({}, QAbstractItemModel::VerticalSortHint);
+}
+
 void TrackTableModel::appendRows(std::vector<TrackRow> rows) {
   if (rows.empty()) return;
   const int first = rowCount();
   beginInsertRows({}, first, first + static_cast<int>(rows.size()) - 1);
   for (TrackRow& row : rows) {
-    rows_.push_back(std::move(row));
+    rows_.push_back(std::make_shared<const TrackRow>(std::move(row)));
     status_.push_back(status_.size() < carried_.size() ? carried_[status_.size()] : std::string());
   }
+  order_.append(rows.size());
   endInsertRows();
+  startSort();
 }
 
-void TrackTableModel::removeRowAt(int row) {
-  if (row < 0 || row >= rowCount()) return;
-  beginRemoveRows({}, row, row);
-  rows_.erase(rows_.begin() + row);
-  status_.erase(status_.begin() + row);
-  endRemoveRows();
+void TrackTableModel::removeTracks(const std::vector<size_t>& tracks) {
+  for (const auto& [first, last] : order_.blocksOf(tracks)) {
+    beginRemoveRows({}, static_cast<int>(first), static_cast<int>(last));
+    order_.eraseRows(first, last);
+    endRemoveRows();
+  }
+  std::vector<size_t> gone;
+  for (size_t track : tracks)
+    if (track < rows_.size()) gone.push_back(track);
+  std::sort(gone.begin(), gone.end(), std::greater<>());
+  gone.erase(std::unique(gone.begin(), gone.end()), gone.end());
+  for (size_t track : gone) {
+    rows_.erase(rows_.begin() + static_cast<std::ptrdiff_t>(track));
+    status_.erase(status_.begin() + static_cast<std::ptrdiff_t>(track));
+  }
+  order_.renumberAfterRemoving(std::move(gone));
 }
 
 void TrackTableModel::clearKeepingStatus() {
   beginResetModel();
   rows_.clear();
+  order_.clear();
   carried_ = std::exchange(status_, {});
   endResetModel();
 }
 
-void TrackTableModel::setStatus(int row, const std::string& status) {
-  if (row < 0 || row >= rowCount()) return;
-  status_[static_cast<size_t>(row)] = status;
-  const QModelIndex cell = index(row, static_cast<int>(TrackColumn::Status));
+void TrackTableModel::setStatus(size_t track, const std::string& status) {
+  if (track >= rows_.size()) return;
+  status_[track] = status;
+  const QModelIndex cell = index(static_cast<int>(order_.rowOf(track)), static_cast<int>(TrackColumn::Status));
   emit dataChanged(cell, cell, {Qt::DisplayRole});
 }
 
@@ -93,14 +173,6 @@ void TrackTableModel::clearStatus() {
   status_.assign(rows_.size(), {});
   emit dataChanged(index(0, static_cast<int>(TrackColumn::Status)),
                    index(rowCount() - 1, static_cast<int>(TrackColumn::Status)), {Qt::DisplayRole});
-}
-
-bool TrackSortProxy::lessThan(const QModelIndex& left, const QModelIndex& right) const {
-  const auto* table = qobject_cast<const TrackTableModel*>(sourceModel());
-  if (table == nullptr) return QSortFilterProxyModel::lessThan(left, right);
-  const auto column = static_cast<TrackColumn>(left.column());
-  if (column == TrackColumn::Status) return QSortFilterProxyModel::lessThan(left, right);
-  return rowLess(table->rowAt(left.row()), table->rowAt(right.row()), column);
 }
 
 }  // namespace melos::ui

@@ -424,14 +424,12 @@ QWidget* GroupWindow::buildTrackList() {
   auto* layout = new QVBoxLayout(box);
   layout->setContentsMargins(0, 0, 0, 0);
   table_ = new TrackTableModel(this);
-  sorted_ = new TrackSortProxy(this);
-  sorted_->setSourceModel(table_);
   auto* view = new TrackTableView;
   view->removeSelected = [this] { removeSelectedTracks(); };
   list_ = view;
   list_->setObjectName(QStringLiteral("groupTracks"));
   list_->setAccessibleName(tr("Tracks of the group"));
-  list_->setModel(sorted_);
+  list_->setModel(table_);
   list_->setEditTriggers(QAbstractItemView::NoEditTriggers);
   list_->setSelectionBehavior(QAbstractItemView::SelectRows);
   list_->setSelectionMode(QAbstractItemView::ExtendedSelection);
@@ -627,23 +625,20 @@ void GroupWindow::loadEnded(std::vector<OpenFailure> failures) {
 
 void GroupWindow::removeSelectedTracks() {
   if (running() || loading()) return;
-  std::vector<int> rows;
-  for (const QModelIndex& index : list_->selectionModel()->selectedRows())
-    rows.push_back(sorted_->mapToSource(index).row());
-  std::sort(rows.begin(), rows.end(), std::greater<>());
-  for (int row : rows) {
-    model_.removeTrack(static_cast<size_t>(row));
-    table_->removeRowAt(row);
-  }
+  std::vector<size_t> tracks;
+  for (const QModelIndex& index : list_->selectionModel()->selectedRows()) tracks.push_back(table_->trackAt(index.row()));
+  std::sort(tracks.begin(), tracks.end(), std::greater<>());
+  for (size_t track : tracks) model_.removeTrack(track);
+  table_->removeTracks(tracks);
   refreshTotals();
   emit stateChanged();
 }
 
 void GroupWindow::openTrackAt(const QModelIndex& index) {
   if (host_ == nullptr || !index.isValid()) return;
-  const int row = sorted_->mapToSource(index).row();
-  if (row < 0 || static_cast<size_t>(row) >= model_.count()) return;
-  const std::string path = model_.tracks()[static_cast<size_t>(row)]->path();
+  const size_t track = table_->trackAt(index.row());
+  if (track >= model_.count()) return;
+  const std::string path = model_.tracks()[track]->path();
   std::string cause;
   if (!host_->openSingleTrack(path, cause))
     tell(*questions_, std::string(kOpenFailedTitle),
@@ -779,7 +774,7 @@ void GroupWindow::statusChanged(const std::string& status) {
 
 void GroupWindow::trackStarting(size_t index) {
   QMetaObject::invokeMethod(this, [this, index] {
-    table_->setStatus(static_cast<int>(index), std::string(kWritingStatus));
+    table_->setStatus(index, std::string(kWritingStatus));
   }, Qt::QueuedConnection);
 }
 
@@ -788,7 +783,7 @@ void GroupWindow::trackUpdated(size_t index, const TrackOutcome& outcome) {
   // pictures are not kept, as at loading.
   if (index < model_.count()) PicDataArray().swap(model_.tracks()[index]->tagData.picdata);
   QMetaObject::invokeMethod(this, [this, index, text = trackStatusText(outcome.status)] {
-    table_->setStatus(static_cast<int>(index), text);
+    table_->setStatus(index, text);
   }, Qt::QueuedConnection);
 }
 

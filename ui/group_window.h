@@ -37,7 +37,6 @@ class DocumentHost;
 namespace melos::ui {
 
 class DragImageView;
-class TrackSortProxy;
 class TrackTableModel;
 
 class GroupWindow : public DocumentWindow, private UpdateObserver {
@@ -161,7 +160,6 @@ class GroupWindow : public DocumentWindow, private UpdateObserver {
   DragImageView* well_ = nullptr;
   std::function<QString(QWidget*)> choosePicture_;
   TrackTableModel* table_ = nullptr;
-  TrackSortProxy* sorted_ = nullptr;
   QTableView* list_ = nullptr;
   QLabel* totals_ = nullptr;
   QLabel* status_ = nullptr;

@@ -443,6 +443,7 @@ class GroupWindowTest : public QObject {
     QVERIFY(openGroup({"One", "Two", "Three"}));
     auto* list = child<QTableView>("groupTracks");
     list->sortByColumn(static_cast<int>(TrackColumn::Title), Qt::DescendingOrder);  // Two, Three, One
+    QTRY_COMPARE(list->model()->index(0, static_cast<int>(TrackColumn::Title)).data().toString(), QStringLiteral("Two"));
     list->setFocus();
     list->selectRow(0);
     QTest::keyClick(list, Qt::Key_Delete);
