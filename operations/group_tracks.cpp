@@ -199,9 +199,11 @@ void GroupLoader::work() {
     for (size_t i = first; i < end && !stop_; ++i) {
       std::string cause;
       try {
-        // Only the first tracks' covers travel: the window shows the first
-        // one and compares the others by their summaries.
-        LoadedTrack loaded = loadGroupTrack(paths_[i], cause, index == 0);
+        // One cover per batch travels, that of its first track read: the
+        // window shows the group's first track's cover and compares the
+        // others by their summaries, and a batch may hold the first track
+        // read when every track before it is broken.
+        LoadedTrack loaded = loadGroupTrack(paths_[i], cause, chunk.tracks.empty());
         if (loaded.track) chunk.tracks.push_back(std::move(loaded));
         else chunk.failures.push_back({paths_[i], cause});
       } catch (const std::exception& exception) {

@@ -25,6 +25,7 @@ struct Received {
   std::condition_variable ended;
   std::vector<std::string> titles;
   std::vector<size_t> batchSizes;
+  std::vector<size_t> coversKept;  // per batch
   std::vector<OpenFailure> failures;
   int finishedCalls = 0;
 
@@ -32,7 +33,9 @@ struct Received {
     return [this](std::vector<LoadedTrack> batch) {
       std::lock_guard lock(mutex);
       batchSizes.push_back(batch.size());
+      coversKept.push_back(0);
       for (const LoadedTrack& loaded : batch) {
+        coversKept.back() += loaded.values.picture.has_value() ? 1 : 0;
         EXPECT_TRUE(loaded.track->tagData.picdata.empty());
         titles.push_back(loaded.row.title);
       }
@@ -163,6 +166,27 @@ TEST(GroupTracksTest, PicturesAreCountedThenDropped) {
   EXPECT_TRUE(loaded.track->tagData.picdata.empty());
   ASSERT_TRUE(loaded.values.picture.has_value());  // the window may still show it
   EXPECT_TRUE(loaded.hasV2);
+}
+
+TEST(GroupTracksTest, OneCoverPerBatchTravelsTheFirstTrackReadAmongThem) {
+  TempDir dir;
+  const Bytes withCover = test::mp3File(
+      {test::Id3v2Builder(3)
+           .frame(test::pictureFrame(test::Enc::Latin1, "image/png", 3, "", test::pngBytes(64)))
+           .build(),
+       test::cbrStream(test::MpegHeader{}, 40), {}, {}});
+  std::vector<std::string> paths;
+  for (int i = 0; i < 3; ++i) paths.push_back(dir.write("broken" + std::to_string(i) + ".mp3", Bytes{'n', 'o'}));
+  for (int i = 0; i < 10; ++i) paths.push_back(dir.write(std::to_string(i) + ".mp3", withCover));
+  Received received;
+  {
+    GroupLoader loader(paths, 2, received.deliver(), received.finished(), 5);
+    loader.start();
+    received.wait();
+  }
+  // Batches of 5: two tracks read after three broken ones, then 5 and 3.
+  EXPECT_EQ(received.batchSizes, (std::vector<size_t>{2, 5, 3}));
+  EXPECT_EQ(received.coversKept, (std::vector<size_t>{1, 1, 1}));
 }
 
 TEST(GroupTracksTest, AStoppedLoaderBeginsNoFurtherTrack) {
