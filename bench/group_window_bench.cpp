@@ -139,13 +139,14 @@ class StallWatch {
       if (now - last_ > longest_) {
         longest_ = now - last_;
         longestCpu_ = cpu - lastCpu_;
+        longestEnd_ = now;
       }
       last_ = now;
       lastCpu_ = cpu;
     });
   }
   void start() {
-    longest_ = longestCpu_ = 0;
+    longest_ = longestCpu_ = longestEnd_ = 0;
     clock_.start();
     last_ = 0;
     lastCpu_ = threadCpuNs();
@@ -155,8 +156,9 @@ class StallWatch {
   double longestMs() const { return static_cast<double>(longest_) / 1e6; }
   double longestCpuMs() const { return static_cast<double>(longestCpu_) / 1e6; }
   std::string text() const {
-    char line[96];
-    std::snprintf(line, sizeof line, "%.1f ms (main thread busy %.1f ms of it)", longestMs(), longestCpuMs());
+    char line[128];
+    std::snprintf(line, sizeof line, "%.1f ms (main thread busy %.1f ms of it), ending %.0f ms in", longestMs(),
+                  longestCpuMs(), static_cast<double>(longestEnd_) / 1e6);
     return line;
   }
 
@@ -167,6 +169,7 @@ class StallWatch {
   qint64 lastCpu_ = 0;
   qint64 longest_ = 0;
   qint64 longestCpu_ = 0;
+  qint64 longestEnd_ = 0;
 };
 
 // Calls `painted` whenever the widget has painted itself.
