@@ -1,6 +1,6 @@
-// The group's track list sorts on a worker: the click returns at once, the
-// selection follows its tracks, and rows added or removed while a sort runs
-// end up in the order asked for.
+// The group's track list sorts on a worker: the click returns at once, and
+// the selection, rows added and rows removed while the sort runs all end up
+// where the order asked for puts them.
 
 #include <QItemSelectionModel>
 #include <QSignalSpy>
@@ -9,63 +9,43 @@
 #include "ui/group_track_table.h"
 
 namespace melos::test {
-namespace {
-
-using ui::TrackTableModel;
-constexpr int kTitle = static_cast<int>(TrackColumn::Title);
-
-std::vector<TrackRow> rowsTitled(const std::vector<std::string>& titles) {
-  std::vector<TrackRow> rows(titles.size());
-  for (size_t i = 0; i < titles.size(); ++i) rows[i].title = titles[i];
-  return rows;
-}
-
-QStringList titles(const TrackTableModel& table) {
-  QStringList shown;
-  for (int row = 0; row < table.rowCount(); ++row) shown << table.index(row, kTitle).data().toString();
-  return shown;
-}
-
-}  // namespace
 
 class TrackTableTest : public QObject {
   Q_OBJECT
 
  private slots:
-  void theSelectionFollowsItsTracksIntoTheSortedOrder() {
-    TrackTableModel table;
-    table.appendRows(rowsTitled({"c", "a", "b"}));
+  void sortsAwayFromTheWindowsThread() {
+    constexpr int kTitle = static_cast<int>(TrackColumn::Title);
+    ui::TrackTableModel table;
+    const auto append = [&](const std::vector<std::string>& titles) {
+      std::vector<TrackRow> rows(titles.size());
+      for (size_t i = 0; i < titles.size(); ++i) rows[i].title = titles[i];
+      table.appendRows(std::move(rows));
+    };
+    const auto shown = [&] {
+      QStringList titles;
+      for (int row = 0; row < table.rowCount(); ++row) titles << table.index(row, kTitle).data().toString();
+      return titles;
+    };
+    append({"d", "b", "f"});
     QItemSelectionModel selection(&table);
-    selection.select(table.index(0, 0), QItemSelectionModel::Select | QItemSelectionModel::Rows);
-    QSignalSpy shown(&table, &TrackTableModel::sortShown);
-    table.sort(kTitle, Qt::AscendingOrder);
-    QCOMPARE(titles(table), QStringList({"c", "a", "b"}));  // not on this thread
-    QVERIFY(shown.wait());
-    QCOMPARE(titles(table), QStringList({"a", "b", "c"}));
-    const QModelIndexList selected = selection.selectedRows();
-    QCOMPARE(selected.size(), 1);
-    QCOMPARE(selected[0].row(), 2);
-    QCOMPARE(table.trackAt(2), size_t{0});
+    selection.select(table.index(0, 0), QItemSelectionModel::Select | QItemSelectionModel::Rows);  // "d"
+    QSignalSpy sorted(&table, &ui::TrackTableModel::sortShown);
 
-    table.setStatus(0, "Written");  // the group's first track, shown last
-    QCOMPARE(table.index(2, static_cast<int>(TrackColumn::Status)).data().toString(), QStringLiteral("Written"));
-    table.sort(-1);  // back to the group's order, at once
-    QCOMPARE(titles(table), QStringList({"c", "a", "b"}));
-  }
-
-  void rowsAddedOrRemovedDuringASortEndInItsOrder() {
-    TrackTableModel table;
-    table.appendRows(rowsTitled({"d", "b", "f"}));
-    QSignalSpy shown(&table, &TrackTableModel::sortShown);
     table.sort(kTitle, Qt::DescendingOrder);
-    table.appendRows(rowsTitled({"a", "e"}));  // while the first sort runs
-    table.removeTracks({1});                   // "b"
-    QVERIFY(shown.wait());
-    QCOMPARE(shown.size(), 1);  // told once, when the last order shows
-    QCOMPARE(titles(table), QStringList({"f", "e", "d", "a"}));
-    for (int row = 0; row < table.rowCount(); ++row)
-      QCOMPARE(table.index(row, kTitle).data().toString(),
-               QString::fromStdString(std::vector<std::string>{"d", "f", "a", "e"}[table.trackAt(row)]));
+    QCOMPARE(shown(), QStringList({"d", "b", "f"}));  // not sorted on this thread
+    append({"a", "e"});       // while the sort runs
+    table.removeTracks({1});  // "b"
+    QVERIFY(sorted.wait());
+    QCOMPARE(sorted.size(), 1);  // once, when the last order shows
+    QCOMPARE(shown(), QStringList({"f", "e", "d", "a"}));
+    QCOMPARE(selection.selectedRows().size(), 1);
+    QCOMPARE(selection.selectedRows()[0].row(), 2);
+
+    table.setStatus(0, "Written");  // the group's first track, "d"
+    QCOMPARE(table.index(2, static_cast<int>(TrackColumn::Status)).data().toString(), QStringLiteral("Written"));
+    table.sort(-1);  // the group's own order, at once
+    QCOMPARE(shown(), QStringList({"d", "f", "a", "e"}));
   }
 };
 
