@@ -171,15 +171,25 @@ GroupLoader::~GroupLoader() {
     if (worker.joinable()) worker.join();
 }
 
-void GroupLoader::start() {
+void GroupLoader::start(int count) {
+  std::lock_guard lock(mutex_);
+  spawn(count > 0 ? std::min(count, jobs_) : jobs_);
+}
+
+void GroupLoader::startRest() {
+  std::lock_guard lock(mutex_);
+  // Once the last worker has ended, the end has been told: no more.
+  if (active_ > 0) spawn(jobs_ - static_cast<int>(workers_.size()));
+}
+
+void GroupLoader::spawn(int count) {
   size_t chunks = 0;
   while (batchStart(chunks) < paths_.size()) ++chunks;
-  const int count = static_cast<int>(std::min<size_t>(static_cast<size_t>(jobs_), std::max<size_t>(chunks, 1)));
-  {
-    std::lock_guard lock(mutex_);
-    active_ = count;
+  const int useful = static_cast<int>(std::max<size_t>(chunks, 1)) - static_cast<int>(workers_.size());
+  for (int i = 0; i < std::min(count, useful); ++i) {
+    ++active_;
+    workers_.emplace_back([this] { work(); });
   }
-  for (int i = 0; i < count; ++i) workers_.emplace_back([this] { work(); });
 }
 
 size_t GroupLoader::batchStart(size_t index) const {

@@ -80,7 +80,11 @@ class GroupLoader {
   GroupLoader(const GroupLoader&) = delete;
   GroupLoader& operator=(const GroupLoader&) = delete;
 
-  void start();
+  // Starts `count` of the workers (all when 0); startRest() the others. A
+  // window that is about to draw itself for the first time starts one, so
+  // that the workers leave it a core until it is on the screen.
+  void start(int count = 0);
+  void startRest();
   // No further track is begun; the tracks read so far are still delivered.
   void stop() noexcept { stop_ = true; }
   bool stopped() const noexcept { return stop_; }
@@ -96,6 +100,7 @@ class GroupLoader {
     std::vector<OpenFailure> failures;
   };
   void work();
+  void spawn(int count);  // with the lock held
   // The first path of batch `index`; the paths' count past the last one.
   size_t batchStart(size_t index) const;
   void handOver(size_t index, Chunk chunk);

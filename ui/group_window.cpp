@@ -92,6 +92,7 @@ constexpr SlotText kSlotTexts[kGroupSlotCount] = {
 const QString kDifferent = QStringLiteral("(different across tracks)");
 constexpr int kServeRunMs = 20;
 constexpr int kShowLoadedMs = 150;
+constexpr int kAllReadersAfterMs = 100;
 
 bool isGenre(G field) { return field == G::V1Genre || field == G::V2Genre; }
 
@@ -569,26 +570,41 @@ void GroupWindow::startLoading(std::vector<std::string> paths) {
           if (self) self->loadEnded(std::move(*shared));
         }, Qt::QueuedConnection);
       });
-  loader_->start();
+  // Until the window has drawn itself once, one worker: the others would
+  // take the core it draws on. A window that is never drawn gets them soon.
+  loader_->start(painted_ ? 0 : 1);
+  if (!painted_) QTimer::singleShot(kAllReadersAfterMs, this, &GroupWindow::startAllReaders);
+}
+
+void GroupWindow::startAllReaders() {
+  if (loader_) loader_->startRest();
+}
+
+void GroupWindow::paintEvent(QPaintEvent* event) {
+  DocumentWindow::paintEvent(event);
+  if (painted_) return;
+  painted_ = true;
+  // After the rest of this first drawing.
+  QTimer::singleShot(0, this, &GroupWindow::startAllReaders);
 }
 
 void GroupWindow::takeBatch(std::vector<LoadedTrack> batch) {
-  std::vector<TrackRow> rows;
-  rows.reserve(batch.size());
   for (LoadedTrack& loaded : batch) {
     common_.add(std::move(loaded.values), loaded.row.pictures, loaded.hasV1, loaded.hasV2);
     joinGroup(model_, std::move(loaded.track), loaded.row.pictures);
-    rows.push_back(std::move(loaded.row));
+    unlistedRows_.push_back(std::move(loaded.row));
   }
   loadDone_ += batch.size();
-  table_->appendRows(std::move(rows));
-  // Fields, totals and progress at most a few times a second: redrawing the
-  // whole window for every batch would take more of each frame than the rows.
+  // The first rows at once; then rows, fields, totals and progress at most a
+  // few times a second: each new block of rows redraws the visible ones, and
+  // redrawing for every batch would take more of each frame than the rows.
+  if (table_->rowCount() == 0) table_->appendRows(std::exchange(unlistedRows_, {}));
   if (!shownSoon_.isActive()) shownSoon_.start();
 }
 
 void GroupWindow::showLoaded() {
   shownSoon_.stop();
+  if (!unlistedRows_.empty()) table_->appendRows(std::exchange(unlistedRows_, {}));
   showCommonValues(model_, differing_, common_);
   refreshFields();
   refreshTotals();

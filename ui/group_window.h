@@ -90,6 +90,7 @@ class GroupWindow : public DocumentWindow, private UpdateObserver {
 
  protected:
   void closeEvent(QCloseEvent* event) override;
+  void paintEvent(QPaintEvent* event) override;
 
  private:
   struct SlotWidgets {
@@ -114,6 +115,7 @@ class GroupWindow : public DocumentWindow, private UpdateObserver {
   void restoreState(const GroupEditState& state);
 
   void startLoading(std::vector<std::string> paths);
+  void startAllReaders();
   void takeBatch(std::vector<LoadedTrack> batch);
   void showLoaded();
   void loadEnded(std::vector<OpenFailure> failures);
@@ -143,12 +145,14 @@ class GroupWindow : public DocumentWindow, private UpdateObserver {
   int loadJobs_ = 0;
   size_t loadTotal_ = 0;
   size_t loadDone_ = 0;
+  std::vector<TrackRow> unlistedRows_;  // read, in the group, not yet in the list
   std::vector<OpenFailure> loadFailures_;
   std::vector<std::string> pendingPaths_;
   bool closeAfterRun_ = false;
   bool closeConfirmed_ = false;
   bool refreshing_ = false;
   bool undoWasActive_ = false;
+  bool painted_ = false;
   QTimer shownSoon_;
 
   std::vector<SlotWidgets> slots_;

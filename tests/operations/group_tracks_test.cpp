@@ -110,13 +110,17 @@ TEST(GroupTracksTest, LoadingKeepsThePathOrderAndTellsFailuresOnce) {
     }
   }
   paths.push_back(dir.path() + "/gone.mp3");
-  for (int jobs : {1, 4}) {
+  // Also with one worker first and the others once the window has drawn,
+  // the last of them asked for after the end.
+  for (const auto& [jobs, staged] : {std::pair{1, false}, std::pair{4, false}, std::pair{4, true}}) {
     SCOPED_TRACE(jobs);
     Received received;
     {
       GroupLoader loader(paths, jobs, received.deliver(), received.finished(), 5);
-      loader.start();
+      loader.start(staged ? 1 : 0);
+      if (staged) loader.startRest();
       received.wait();
+      loader.startRest();
     }
     EXPECT_EQ(received.titles, expected);
     EXPECT_EQ(received.finishedCalls, 1);
