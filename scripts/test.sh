@@ -21,10 +21,10 @@ cmake --build build/sanitize -j "$jobs" --target engine_tests
 ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
   ctest --test-dir build/sanitize --output-on-failure -j "$jobs"
 
-echo "== Runs over several files at once under ThreadSanitizer"
+echo "== Runs and group reads over several files at once under ThreadSanitizer"
 CC=clang CXX=clang++ cmake -S . -B build/thread -G Ninja -DCMAKE_BUILD_TYPE=Debug -DMELOS_THREAD_SANITIZE=ON
 cmake --build build/thread -j "$jobs" --target operations_tests cli_tests
-TSAN_OPTIONS=halt_on_error=1 build/thread/tests/operations/operations_tests --gtest_filter='GroupUpdate*'
+TSAN_OPTIONS=halt_on_error=1 build/thread/tests/operations/operations_tests --gtest_filter='GroupUpdate*:GroupTracks*'
 TSAN_OPTIONS=halt_on_error=1 build/thread/tests/cli/cli_tests --gtest_filter='Set*:Show*'
 
 echo "== Fuzzing the track reader"

@@ -349,19 +349,23 @@ TEST_F(GroupUpdateTest, TheEndAction) {
   std::unique_ptr<GroupUpdate> update = makeUpdate();
   GroupUpdate* raw = update.get();
   update->m_bShowingSheet = true;
+  // The second run may end before the first run's action has stored that it
+  // began: both flags are awaited before `sent` is read.
   std::atomic<bool> deleted{false};
+  std::atomic<bool> firstEnded{false};
   ASSERT_TRUE(raw->updateTracks([&](bool value) {
     sent.push_back(value);
     setAlbum(u"Second");
     sent.push_back(raw->updateTracks([&](bool) { update.reset(), deleted = true; }));
+    firstEnded = true;
   }));
   EXPECT_FALSE(raw->updateTracks([&](bool value) { sent.push_back(!value); }));
   std::this_thread::sleep_for(std::chrono::milliseconds(50));
   EXPECT_FALSE(observer.finished || raw->m_bCanExit);
   EXPECT_EQ(sent, (Flags{true, false}));
   raw->m_bShowingSheet = false;
-  for (int i = 0; i < 500 && !deleted; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  ASSERT_TRUE(deleted);
+  for (int i = 0; i < 500 && !(deleted && firstEnded); ++i) std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  ASSERT_TRUE(deleted && firstEnded);
   EXPECT_EQ(sent, (Flags{true, false, true, true}));
   EXPECT_EQ(reopened(paths[1]).tagData.album, latin("Second"));
 }
