@@ -65,7 +65,8 @@ std::vector<std::pair<size_t, size_t>> RowOrder::blocksOf(std::vector<size_t> tr
 
 void RowOrder::eraseRows(size_t first, size_t last) {
   if (first > last || last >= order_.size()) return;
-  order_.erase(order_.begin() + static_cast<std::ptrdiff_t>(first), order_.begin() + static_cast<std::ptrdiff_t>(last) + 1);
+  const auto at = [&](size_t row) { return order_.begin() + static_cast<std::ptrdiff_t>(row); };
+  order_.erase(at(first), at(last) + 1);
 }
 
 void RowOrder::renumberAfterRemoving(std::vector<size_t> tracks) {

@@ -642,7 +642,8 @@ void GroupWindow::loadEnded(std::vector<OpenFailure> failures) {
 void GroupWindow::removeSelectedTracks() {
   if (running() || loading()) return;
   std::vector<size_t> tracks;
-  for (const QModelIndex& index : list_->selectionModel()->selectedRows()) tracks.push_back(table_->trackAt(index.row()));
+  for (const QModelIndex& index : list_->selectionModel()->selectedRows())
+    tracks.push_back(table_->trackAt(index.row()));
   std::sort(tracks.begin(), tracks.end(), std::greater<>());
   for (size_t track : tracks) model_.removeTrack(track);
   table_->removeTracks(tracks);

@@ -443,7 +443,8 @@ class GroupWindowTest : public QObject {
     QVERIFY(openGroup({"One", "Two", "Three"}));
     auto* list = child<QTableView>("groupTracks");
     list->sortByColumn(static_cast<int>(TrackColumn::Title), Qt::DescendingOrder);  // Two, Three, One
-    QTRY_COMPARE(list->model()->index(0, static_cast<int>(TrackColumn::Title)).data().toString(), QStringLiteral("Two"));
+    const QModelIndex first = list->model()->index(0, static_cast<int>(TrackColumn::Title));
+    QTRY_COMPARE(first.data().toString(), QStringLiteral("Two"));
     list->setFocus();
     list->selectRow(0);
     QTest::keyClick(list, Qt::Key_Delete);
