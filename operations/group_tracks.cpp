@@ -5,6 +5,7 @@
 #include <exception>
 
 #include "engine/open_track.h"
+#include "engine/text.h"
 #include "operations/threads.h"
 #include "operations/track_file.h"
 
@@ -21,21 +22,6 @@ std::string trackText(const ID3Tag& track) {
   }
   if (d.tracks == kUnsetNumber) return numberText(d.track);
   return numberText(d.track) + "/" + numberText(d.tracks);
-}
-
-std::string latin1ToUtf8(const std::string& latin1) {
-  std::string text;
-  text.reserve(latin1.size());
-  for (char c : latin1) {
-    const auto byte = static_cast<uint8_t>(c);
-    if (byte < 0x80) {
-      text += c;
-    } else {
-      text += static_cast<char>(0xC0 | (byte >> 6));
-      text += static_cast<char>(0x80 | (byte & 0x3F));
-    }
-  }
-  return text;
 }
 
 std::string shown(const UnicodeText& v2, const std::string& v1) {
