@@ -1,24 +1,11 @@
 #include "operations/name_preview.h"
 
-#include <cstdio>
-
 #include "operations/naming_preferences.h"
 #include "operations/rename_track.h"
 #include "operations/track_name.h"
 #include "preferences/preferences_controller.h"
 
 namespace melos {
-
-namespace {
-
-std::string extensionOf(const std::string& path) {
-  const size_t slash = path.rfind('/');
-  const size_t dot = path.rfind('.');
-  if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) return {};
-  return path.substr(dot);
-}
-
-}  // namespace
 
 std::unique_ptr<ID3Tag> samplePreviewTrack() {
   auto track = std::make_unique<ID3Tag>();
@@ -45,13 +32,8 @@ std::string toFileNamePreview(const ID3Tag& track, const PreferencesController& 
   if (target.name.empty()) return "(no name)";
   std::string shown;
   if (target.subfolder && !target.subfolder->empty()) shown = *target.subfolder + "/";
-  if (preferences.isDateTracksSet()) shown += datePrefix(now);
-  if (target.trackNumber != 0) {
-    char number[16];
-    std::snprintf(number, sizeof number, "%02d-", target.trackNumber);
-    shown += number;
-  }
-  return shown + target.name + extensionOf(track.path());
+  return shown + renamedFileName(track.path(), target.name, target.trackNumber,
+                                 preferences.isDateTracksSet() ? std::optional(now) : std::nullopt);
 }
 
 std::string fromFileNamePreview(const ID3Tag& track, const PreferencesController& preferences) {

@@ -142,6 +142,20 @@ std::string datePrefix(std::time_t when) {
   return buffer;
 }
 
+std::string renamedFileName(std::string_view oldPath, std::string_view name, int trackNumber,
+                            std::optional<std::time_t> datedAt) {
+  std::string fileName;
+  if (datedAt) fileName += datePrefix(*datedAt);
+  if (trackNumber != 0) {
+    char number[16];
+    std::snprintf(number, sizeof number, "%02d-", trackNumber);
+    fileName += number;
+  }
+  fileName += name;
+  fileName += extensionOf(oldPath);
+  return fileName;
+}
+
 bool renameTo(ID3Tag& track, bool dateTracks, int trackNumber, std::string_view name,
               std::optional<std::string_view> subfolder, std::optional<std::string_view> path) noexcept {
   try {
@@ -152,15 +166,8 @@ bool renameTo(ID3Tag& track, bool dateTracks, int trackNumber, std::string_view 
     const std::string folder =
         slash == std::string::npos ? std::string() : oldPath.substr(0, std::max<size_t>(slash, 1));
 
-    std::string fileName;
-    if (dateTracks) fileName += datePrefix(std::time(nullptr));
-    if (trackNumber != 0) {
-      char number[16];
-      std::snprintf(number, sizeof number, "%02d-", trackNumber);
-      fileName += number;
-    }
-    fileName += name;
-    fileName += extensionOf(oldPath);
+    const std::string fileName =
+        renamedFileName(oldPath, name, trackNumber, dateTracks ? std::optional(std::time(nullptr)) : std::nullopt);
     const std::string newPath = joinPath(targetFolder(folder, subfolder), fileName);
 
     if (equalsNoCase(newPath, oldPath)) return true;

@@ -29,6 +29,11 @@ bool moveWithoutReplacing(const std::string& from, const std::string& to) noexce
 // "YYYYMMDD-" of the local date at `when`.
 std::string datePrefix(std::time_t when);
 
+// The file name a rename gives: the date of `datedAt` and "%02d-" of the
+// track number in front when asked, and the old path's extension behind.
+std::string renamedFileName(std::string_view oldPath, std::string_view name, int trackNumber,
+                            std::optional<std::time_t> datedAt);
+
 // Renames the file to NAME (with the date and "%02d-" of the track number in
 // front when asked, and the old extension behind) in the track's folder or in
 // a subfolder of it, made when missing. Without `path`, the track's own path
