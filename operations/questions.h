@@ -34,6 +34,11 @@ class Questions {
   }
 };
 
+// The button a question closed without one (Escape, the window's close
+// button) counts as: "Cancel" when there is one, else "No", else the last.
+// Never a button that acts: closing a "No"/"Yes" alert must not say yes.
+size_t wayOutButton(const std::vector<std::string>& buttons);
+
 // "Yes" and "No", in that order; true for "Yes".
 bool askYesNo(Questions& questions, const std::string& title, const std::string& message);
 // An alert with the one button "OK".

@@ -31,12 +31,11 @@ std::string DialogQuestions::askWithDefault(const std::string& title, const std:
     made.push_back(button);
     if (i == defaultButton) box.setDefaultButton(button);
   }
+  if (!made.empty()) box.setEscapeButton(made[wayOutButton(buttons)]);
   box.exec();
   for (size_t i = 0; i < made.size(); ++i)
     if (box.clickedButton() == made[i]) return buttons[i];
-  // Closed with Escape or the window's close button: the last button is the
-  // way out when there are several, as Cancel comes last.
-  return buttons.empty() ? std::string() : buttons.back();
+  return buttons.empty() ? std::string() : buttons[wayOutButton(buttons)];
 }
 
 }  // namespace melos::ui

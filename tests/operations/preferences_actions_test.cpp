@@ -135,5 +135,18 @@ TEST(NamePreview, ShowsWhatRenamingAndReadingTheFileNameWouldGive) {
   EXPECT_EQ(fromFileNamePreview(untagged, prefs.controller), "(nothing found)");
 }
 
+// Escape on the reset alert must not reset: closing counts as the way out.
+TEST(ClosingAQuestion, NeverCountsAsTheButtonThatActs) {
+  const std::pair<std::vector<std::string>, size_t> rows[] = {
+      {{"No", "Yes"}, 0},
+      {{"Yes", "No"}, 1},
+      {{"Save", "Don't save", "Cancel"}, 2},
+      {{"Cancel", "No", "Yes"}, 0},
+      {{"Reload", "Overwrite"}, 1},
+      {{"OK"}, 0},
+  };
+  for (const auto& [buttons, way] : rows) EXPECT_EQ(wayOutButton(buttons), way) << buttons.front();
+}
+
 }  // namespace
 }  // namespace melos::test
