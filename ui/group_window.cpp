@@ -4,12 +4,9 @@
 #include <QCloseEvent>
 #include <QComboBox>
 #include <QCoreApplication>
-#include <QFileDialog>
-#include <QFile>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QHeaderView>
-#include <QImageReader>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
@@ -19,7 +16,6 @@
 #include <QSplitter>
 #include <QTabWidget>
 #include <QTableView>
-#include <QThread>
 #include <QTimer>
 #include <QVBoxLayout>
 #include <algorithm>
@@ -27,12 +23,14 @@
 
 #include "operations/open_documents.h"
 #include "operations/picture_list.h"
+#include "operations/picture_well.h"
 #include "operations/questions.h"
 #include "operations/tag_copy.h"
 #include "operations/track_writer.h"
 #include "preferences/preferences_controller.h"
 #include "ui/drag_image_view.h"
 #include "ui/group_track_table.h"
+#include "ui/picture_panel.h"
 #include "ui/snapshot_command.h"
 #include "ui/qt_text.h"
 
@@ -663,24 +661,13 @@ void GroupWindow::openTrackAt(const QModelIndex& index) {
 }
 
 void GroupWindow::addPicture() {
-  const QString path = choosePicture_ ? choosePicture_(this)
-                                      : QFileDialog::getOpenFileName(this, tr("Choose a picture"), QString(),
-                                                                     tr("Pictures (*.jpg *.jpeg *.png *.gif *.tif "
-                                                                        "*.tiff *.bmp)"));
+  const QString path = choosePicture_ ? choosePicture_(this) : choosePictureFile(this);
   if (path.isEmpty()) return;
-  QFile file(path);
-  QByteArray bytes;
-  // Only what an image reader recognises is read whole: a wrong choice may be
-  // a large file of another kind.
-  if (QImageReader(path).canRead() && file.open(QIODevice::ReadOnly)) bytes = file.readAll();
-  if (bytes.isEmpty()) {
-    tell(*questions_, "Add picture failed",
-         "Could not read a picture from the file '" + localPath(path) + "'.");
-    return;
-  }
+  std::optional<Bytes> bytes = readPictureFile(localPath(path));
   // Checked and, where the kind asks for it, converted as a drop is; the well
   // tells the window through its change signal.
-  well_->setImageWithData(Bytes(bytes.begin(), bytes.end()), true);
+  if (!bytes || !well_->setImageWithData(std::move(*bytes), true))
+    tell(*questions_, "Add picture failed", "Could not read a picture from the file '" + localPath(path) + "'.");
 }
 
 void GroupWindow::updateTracks(std::function<void(bool)> whenDone) {
@@ -759,13 +746,7 @@ void GroupWindow::closeEvent(QCloseEvent* event) {
   DocumentWindow::closeEvent(event);
 }
 
-void GroupWindow::runOnMainThread(const std::function<void()>& task) {
-  if (QThread::currentThread() == thread()) {
-    task();
-    return;
-  }
-  QMetaObject::invokeMethod(this, task, Qt::BlockingQueuedConnection);
-}
+void GroupWindow::runOnMainThread(const std::function<void()>& task) { callOnThreadOf(this, task); }
 
 void GroupWindow::updateStarted(size_t maximum, const std::string& status) {
   setControlsEnabled(false);
@@ -781,12 +762,11 @@ void GroupWindow::updateStarted(size_t maximum, const std::string& status) {
 void GroupWindow::progressAdvanced() {
   QMetaObject::invokeMethod(this, [this] {
     progress_->setValue(std::min(progress_->value() + 1, progress_->maximum()));
-  }, QThread::currentThread() == thread() ? Qt::DirectConnection : Qt::QueuedConnection);
+  });
 }
 
 void GroupWindow::statusChanged(const std::string& status) {
-  QMetaObject::invokeMethod(this, [this, text = qtext(status)] { status_->setText(text); },
-                            QThread::currentThread() == thread() ? Qt::DirectConnection : Qt::QueuedConnection);
+  QMetaObject::invokeMethod(this, [this, text = qtext(status)] { status_->setText(text); });
 }
 
 void GroupWindow::trackStarting(size_t index) {

@@ -90,10 +90,7 @@ PicturePanel::PicturePanel(const PreferencesController& preferences, Questions& 
   actions->addWidget(remove_);
   column->addLayout(actions);
 
-  chooseImage_ = [](QWidget* owner) {
-    return QFileDialog::getOpenFileName(owner, tr("Add image"), QString(),
-                                        tr("Images (*.jpg *.jpeg *.png *.gif *.tif *.tiff *.bmp)"));
-  };
+  chooseImage_ = choosePictureFile;
   connect(previous_, &QPushButton::clicked, this, [this] {
     if (index_ > 0) --index_;
     showCurrent();
@@ -151,6 +148,11 @@ void PicturePanel::showCurrent() {
   type_->setEnabled(any);
   description_->setEnabled(any);
   filling_ = false;
+}
+
+QString choosePictureFile(QWidget* owner) {
+  return QFileDialog::getOpenFileName(owner, PicturePanel::tr("Add image"), QString(),
+                                      PicturePanel::tr("Images (*.jpg *.jpeg *.png *.gif *.tif *.tiff *.bmp)"));
 }
 
 void PicturePanel::addImage() {

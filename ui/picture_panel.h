@@ -23,6 +23,9 @@ namespace melos::ui {
 
 class DragImageView;
 
+// Asks for a picture file to add; empty when the user cancels.
+QString choosePictureFile(QWidget* owner);
+
 class PicturePanel : public QWidget {
   Q_OBJECT
 
