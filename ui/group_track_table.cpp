@@ -1,23 +1,19 @@
 #include "ui/group_track_table.h"
 
-#include <QFile>
+#include <QDir>
 #include <QPointer>
 #include <numeric>
 #include <utility>
 
 #include "engine/id3_tag.h"
+#include "ui/qt_text.h"
 #include "ui/shown_path.h"
 
 namespace melos::ui {
-namespace {
 
-QString utf8(const std::string& text) { return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())); }
-// Names on disk are bytes; shown as the file system's encoding reads them.
-QString onDisk(const std::string& path) { return QFile::decodeName(QByteArray::fromStdString(path)); }
-
-}  // namespace
-
-TrackTableModel::TrackTableModel(QObject* parent) : QAbstractTableModel(parent) { sorter_.setMaxThreadCount(1); }
+TrackTableModel::TrackTableModel(QObject* parent) : QAbstractTableModel(parent), home_(QDir::homePath()) {
+  sorter_.setMaxThreadCount(1);
+}
 
 TrackTableModel::~TrackTableModel() { sorter_.waitForDone(); }
 
@@ -37,19 +33,19 @@ QVariant TrackTableModel::data(const QModelIndex& index, int role) const {
     return QVariant::fromValue(number ? Qt::AlignRight | Qt::AlignVCenter : Qt::AlignLeft | Qt::AlignVCenter);
   }
   if (role == Qt::ToolTipRole && column == TrackColumn::FileName)
-    return shownPath(onDisk(row.folder + "/" + row.fileName));
+    return shownPath(displayPath(row.folder + "/" + row.fileName), home_);
   if (role != Qt::DisplayRole) return {};
   switch (column) {
-    case TrackColumn::FileName: return onDisk(row.fileName);
-    case TrackColumn::Folder: return shownPath(onDisk(row.folder));
-    case TrackColumn::Title: return utf8(row.title);
-    case TrackColumn::Artist: return utf8(row.artist);
-    case TrackColumn::Album: return utf8(row.album);
-    case TrackColumn::Track: return utf8(row.track);
-    case TrackColumn::Tags: return utf8(row.tagVersions);
-    case TrackColumn::Size: return utf8(fileSizeDisplay(row.size));
-    case TrackColumn::Length: return utf8(durationDisplay(row.length));
-    case TrackColumn::Status: return utf8(status_[track]);
+    case TrackColumn::FileName: return displayPath(row.fileName);
+    case TrackColumn::Folder: return shownPath(displayPath(row.folder), home_);
+    case TrackColumn::Title: return qtext(row.title);
+    case TrackColumn::Artist: return qtext(row.artist);
+    case TrackColumn::Album: return qtext(row.album);
+    case TrackColumn::Track: return qtext(row.track);
+    case TrackColumn::Tags: return qtext(row.tagVersions);
+    case TrackColumn::Size: return qtext(fileSizeDisplay(row.size));
+    case TrackColumn::Length: return qtext(durationDisplay(row.length));
+    case TrackColumn::Status: return qtext(status_[track]);
   }
   return {};
 }

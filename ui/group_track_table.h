@@ -59,6 +59,7 @@ class TrackTableModel : public QAbstractTableModel {
   bool sorting_ = false;
   bool sortAgain_ = false;
   QThreadPool sorter_;
+  const QString home_;  // asked once: every visible cell of the folder column is shown with it
 };
 
 }  // namespace melos::ui

@@ -305,7 +305,7 @@ void GroupWindow::buildFields(QWidget* v1Page, QWidget* v2Page, QWidget* morePag
         widgets.pictureType->setObjectName(QStringLiteral("mT2PictureType"));
         widgets.pictureType->setAccessibleName(tr("Picture type"));
         for (std::string_view name : pictureTypeNames())
-          widgets.pictureType->addItem(QString::fromUtf8(name.data(), static_cast<qsizetype>(name.size())));
+          widgets.pictureType->addItem(qtext(name));
         widgets.pictureDescription = new QLineEdit(box);
         widgets.pictureDescription->setObjectName(QStringLiteral("mT2PictureDescription"));
         widgets.pictureDescription->setAccessibleName(tr("Picture description"));

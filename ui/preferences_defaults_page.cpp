@@ -24,12 +24,6 @@
 
 namespace melos::ui {
 
-namespace {
-
-std::string utf8(const QString& text) { return text.toUtf8().toStdString(); }
-
-}  // namespace
-
 QWidget* PreferencesWindow::buildDefaultsPage() {
   choosePicture_ = [](QWidget* parent) {
     return QFileDialog::getOpenFileName(parent, tr("Choose a picture file"), QString(),
@@ -210,9 +204,9 @@ void PreferencesWindow::defaultPictureChanged() {
 void PreferencesWindow::fillDefaultSetFromTrack() {
   const QString path = chooseTrack_(this);
   if (path.isEmpty()) return;
-  const TrackFile opened = openTrackFile(utf8(path), kScanQuick);
+  const TrackFile opened = openTrackFile(localPath(path), kScanQuick);
   if (!opened.opened()) {
-    tell(questions_, "Load failed", "Could not read the tag data from the file '" + utf8(path) + "'.");
+    tell(questions_, "Load failed", "Could not read the tag data from the file '" + localPath(path) + "'.");
     return;
   }
   storeDefaultSetFromTrack(preferences_, defaultSet_->currentIndex(), *opened.track);
@@ -225,10 +219,10 @@ void PreferencesWindow::fillDefaultSetFromTrack() {
 void PreferencesWindow::chooseDefaultPicture() {
   const QString path = choosePicture_(this);
   if (path.isEmpty()) return;
-  std::optional<Bytes> bytes = readPictureFile(utf8(path));
+  std::optional<Bytes> bytes = readPictureFile(localPath(path));
   if (!bytes || !defaultPicture_->setImageWithData(std::move(*bytes), true)) {
     tell(questions_, std::string(kDefaultImageAlert),
-         "The file '" + utf8(path) + "' is not a picture that can be used.");
+         "The file '" + localPath(path) + "' is not a picture that can be used.");
     return;
   }
   // setImageWithData told the page through didChange.

@@ -19,12 +19,11 @@
 #include "preferences/preference_controls.h"
 #include "preferences/preferences_controller.h"
 #include "ui/preferences_window.h"
+#include "ui/qt_text.h"
 
 namespace melos::ui {
 
 namespace {
-
-std::string utf8(const QString& text) { return text.toUtf8().toStdString(); }
 
 QByteArray encodeRows(const std::vector<int>& rows) {
   QStringList numbers;

@@ -39,8 +39,6 @@ namespace melos::ui {
 
 namespace {
 
-std::string utf8(const QString& text) { return text.toUtf8().toStdString(); }
-
 constexpr std::string_view kStoreProblemTitle = "Preferences";
 constexpr std::string_view kNotSavedMessage =
     "The preferences could not be saved, so changes last only until the program ends (see melos.log for more "

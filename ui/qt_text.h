@@ -15,6 +15,8 @@ inline QString qtext(std::string_view utf8) {
 inline QString qtext(std::u16string_view text) {
   return QString::fromUtf16(text.data(), static_cast<qsizetype>(text.size()));
 }
+// A text of the layers below from one typed into a control.
+inline std::string utf8(const QString& text) { return text.toUtf8().toStdString(); }
 
 // A path as the file system holds it, and as Qt shows it.
 inline std::string localPath(const QString& path) { return QFile::encodeName(path).toStdString(); }
