@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "engine/text.h"
+
 namespace melos {
 
 namespace {
@@ -11,13 +13,6 @@ std::vector<int> validRows(std::vector<int> rows, size_t size) {
   std::sort(rows.begin(), rows.end());
   rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
   return rows;
-}
-
-std::string trimmed(std::string_view text) {
-  const size_t first = text.find_first_not_of(" \t");
-  if (first == std::string_view::npos) return {};
-  const size_t last = text.find_last_not_of(" \t");
-  return std::string(text.substr(first, last - first + 1));
 }
 
 }  // namespace
@@ -73,7 +68,7 @@ GenreListEdit removeGenreRows(std::vector<std::string> names, std::vector<int> r
 
 GenreListEdit renameGenreRow(std::vector<std::string> names, int row, std::string_view name) {
   GenreListEdit edit{std::move(names), {}, false};
-  const std::string text = trimmed(name);
+  const std::string text(trimLatin1(name));
   if (row < 0 || static_cast<size_t>(row) >= edit.names.size()) return edit;
   edit.selected = {row};
   if (text.empty() || edit.names[static_cast<size_t>(row)] == text) return edit;
@@ -84,7 +79,7 @@ GenreListEdit renameGenreRow(std::vector<std::string> names, int row, std::strin
 
 GenreListEdit addGenre(std::vector<std::string> names, std::string_view name) {
   GenreListEdit edit{std::move(names), {}, false};
-  const std::string text = trimmed(name);
+  const std::string text(trimLatin1(name));
   if (text.empty()) return edit;
   edit.names.push_back(text);
   edit.selected = {static_cast<int>(edit.names.size()) - 1};

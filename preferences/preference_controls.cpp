@@ -262,13 +262,13 @@ bool saveUseDefaultPicture(PreferencesController& preferences, int index, bool u
 
 std::string defaultSetName(const PreferencesController& preferences, int index) {
   std::string name = preferences.getStringPreferenceNamed(preferenceName(kDefaultSetNameBase, index), "");
-  if (name.find_first_not_of(" \t") == std::string::npos) name = "Default " + std::to_string(index + 1);
+  if (trimLatin1(name).empty()) name = "Default " + std::to_string(index + 1);
   return name;
 }
 
 bool saveDefaultSetName(PreferencesController& preferences, int index, std::string_view name) {
   const std::string key = preferenceName(kDefaultSetNameBase, index);
-  if (name.find_first_not_of(" \t") == std::string_view::npos) preferences.removePreferenceNamed(key);
+  if (trimLatin1(name).empty()) preferences.removePreferenceNamed(key);
   else preferences.setStringPreferenceNamed(key, name);
   return preferences.synchronize();
 }
