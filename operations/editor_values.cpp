@@ -135,14 +135,8 @@ bool EditorValues::operator==(const EditorValues& other) const {
          advisory == other.advisory && (pictures == other.pictures || *pictures == *other.pictures);
 }
 
-ChangedTags setFieldText(EditorValues& values, EditorField field, std::u16string_view text) {
+void setFieldText(EditorValues& values, EditorField field, std::u16string_view text) {
   setWithTwin(values, field, field == Genre ? genreEntry(text) : std::u16string(text));
-  return {isV1(field), !isV1(field)};
-}
-
-ChangedTags setPodcast(EditorValues& values, bool on) {
-  values.podcast = on;
-  return {false, true};
 }
 
 std::optional<std::u16string> fieldWarningFor(const EditorValues& values, EditorField field) {
@@ -247,7 +241,7 @@ void copyV2ToV1(EditorValues& v, const std::vector<std::string>& v1Genres) {
   v[V1Genre] = listed ? v[Genre] : latin1ToU16(genreName(static_cast<unsigned>(named)));
 }
 
-ChangedTags useFileName(EditorValues& v, bool v1, const FileNameUpdate& update) {
+void useFileName(EditorValues& v, bool v1, const FileNameUpdate& update) {
   const auto put = [&v](EditorField field, const std::optional<std::u16string>& text) {
     if (text) v[field] = *text;
   };
@@ -256,7 +250,6 @@ ChangedTags useFileName(EditorValues& v, bool v1, const FileNameUpdate& update) 
   put(v1 ? V1Album : Album, update.album);
   put(v1 ? V1Year : Year, update.year);
   put(v1 ? V1Track : Track, update.track);
-  return {v1, !v1};
 }
 
 bool applyDefaultTagData(EditorValues& v, int index, const PreferencesController& prefs, size_t pictureIndex) {

@@ -115,19 +115,9 @@ struct EditorValues {
   bool operator==(const EditorValues& other) const;
 };
 
-// What one edit changed, for the editor's changed marks.
-struct ChangedTags {
-  bool v1 = false;
-  bool v2 = false;
-};
-
 // The text typed into a field, with what the field's rules make of it: the
-// one-letter genre capitalised, the twin given the same text. Returns which
-// tag changed.
-ChangedTags setFieldText(EditorValues& values, EditorField field, std::u16string_view text);
-
-// Both podcast boxes are one value; the V2 tag changes.
-ChangedTags setPodcast(EditorValues& values, bool on);
+// one-letter genre capitalised, the twin given the same text.
+void setFieldText(EditorValues& values, EditorField field, std::u16string_view text);
 
 // The warning tooltip of a checked field as its text now stands, or none.
 std::optional<std::u16string> fieldWarningFor(const EditorValues& values, EditorField field);
@@ -154,7 +144,7 @@ void copyV2ToV1(EditorValues& values, const std::vector<std::string>& v1Genres);
 
 // What the file name gave into the fields of one tag version (the buttons
 // "Use file name for V1 title" and "... V2 title"); the others keep theirs.
-ChangedTags useFileName(EditorValues& values, bool v1, const FileNameUpdate& update);
+void useFileName(EditorValues& values, bool v1, const FileNameUpdate& update);
 
 // Default set `index` over the values: a field the set does not supply keeps
 // its text; V1 fields only with "Apply defaults to V1 tags". The picture goes

@@ -144,7 +144,6 @@ PictureSummary summarisePictures(const PicDataArray& pictures) {
 
 void CommonValues::add(GroupValues values, const PictureSummary& picture, bool hasV1, bool hasV2) {
   const auto& slots = groupSlots();
-  if (picture.count > 0) anyPictures_ = true;
   anyV1_ = anyV1_ || hasV1;
   anyV2_ = anyV2_ || hasV2;
   if (count_++ == 0) {

@@ -51,11 +51,9 @@ class CommonValues {
   // `values` as valuesOfTrack gives them; `picture` the track's own summary;
   // whether the track has each tag.
   void add(GroupValues values, const PictureSummary& picture, bool hasV1, bool hasV2);
-  size_t count() const noexcept { return count_; }
   const GroupValues& values() const noexcept { return values_; }
   // The slots whose values are not the same in every track.
   const SlotSet& differing() const noexcept { return differing_; }
-  bool anyPictures() const noexcept { return anyPictures_; }
   bool anyV1() const noexcept { return anyV1_; }
   bool anyV2() const noexcept { return anyV2_; }
 
@@ -64,7 +62,6 @@ class CommonValues {
   SlotSet differing_;
   size_t count_ = 0;
   uint64_t pictureHash_ = 0;
-  bool anyPictures_ = false;
   bool anyV1_ = false;
   bool anyV2_ = false;
 };

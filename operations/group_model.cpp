@@ -241,11 +241,6 @@ void GroupModel::removePicture(Questions& questions) {
   imagesExist_ = false;
 }
 
-namespace {
-
-
-}  // namespace
-
 void GroupModel::setTagData(const ID3Tag& tag) {
   GroupValues& v = values;
   v.v1Title = latin1ToU16(tag.v1.title);

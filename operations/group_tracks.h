@@ -87,7 +87,6 @@ class GroupLoader {
   void startRest();
   // No further track is begun; the tracks read so far are still delivered.
   void stop() noexcept { stop_ = true; }
-  bool stopped() const noexcept { return stop_; }
 
   // Every hand-over costs the window's thread about the same whatever its
   // size, so batches are large; the first is small, so that rows show at once.

@@ -284,13 +284,6 @@ void EditorFields::show(const EditorValues& values, const EditorValues* shown) {
   filling_ = false;
 }
 
-std::u16string EditorFields::text(EditorField field) const {
-  QWidget* control = this->control(field);
-  if (auto* edit = qobject_cast<QLineEdit*>(control)) return edit->text().toStdU16String();
-  if (auto* view = qobject_cast<QPlainTextEdit*>(control)) return view->toPlainText().toStdU16String();
-  return static_cast<QComboBox*>(control)->currentText().toStdU16String();
-}
-
 void EditorFields::showWarning(EditorField field, const std::optional<std::u16string>& tooltip) {
   QAction* warning = this->warning(field);
   if (warning == nullptr) return;

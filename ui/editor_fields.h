@@ -92,18 +92,12 @@ class EditorFields : public QObject {
   QWidget* control(EditorField field) const { return controls_[static_cast<size_t>(field)]; }
   QAction* warning(EditorField field) const { return warnings_[static_cast<size_t>(field)]; }
   QToolButton* quickListButton(EditorField field) const { return quickButtons_[static_cast<size_t>(field)]; }
-  QCheckBox* podcastBox() const { return podcast_; }
-  QCheckBox* userPodcastBox() const { return userPodcast_; }
-  QCheckBox* compilationBox() const { return compilation_; }
-  QComboBox* advisoryBox() const { return advisory_; }
-  StarRating* rating() const { return rating_; }
 
   // The page's controls as the eye reads them: row by row, left to right.
   QList<QWidget*> focusOrder(EditorTab tab) const;
   // The controls from the values, and the warnings as the texts stand; with
   // the values they show now, only the controls whose values differ.
   void show(const EditorValues& values, const EditorValues* shown = nullptr);
-  std::u16string text(EditorField field) const;
   void setGenreLists(const std::vector<std::string>& v1, const std::vector<std::string>& v2);
   // The lists under their keys; a field without a list has no button. With
   // `shown` off every button is hidden.

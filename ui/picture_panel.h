@@ -34,7 +34,6 @@ class PicturePanel : public QWidget {
 
   void showPictures(const PicDataArray& pictures);
   size_t index() const { return index_; }
-  DragImageView* well() const { return well_; }
   // Asks for an image file (a dialog unless replaced) and adds it.
   void addImage();
   void setImageChooser(std::function<QString(QWidget*)> choose) { chooseImage_ = std::move(choose); }

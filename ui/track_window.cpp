@@ -316,7 +316,7 @@ void TrackWindow::connectFields() {
          [&](EditorValues& v) { setFieldText(v, field, text.toStdU16String()); });
   });
   connect(fields_, &EditorFields::podcastToggled, this, [this](bool on) {
-    edit(tr("Podcast"), [on](EditorValues& v) { setPodcast(v, on); });
+    edit(tr("Podcast"), [on](EditorValues& v) { v.podcast = on; });
   });
   connect(fields_, &EditorFields::compilationToggled, this, [this](bool on) {
     edit(tr("Compilation"), [on](EditorValues& v) { v.compilation = on; });

@@ -6,8 +6,6 @@
 // window fills controls, forwards actions and shows questions.
 
 #include <QFileSystemWatcher>
-#include <QPointer>
-#include <atomic>
 #include <functional>
 #include <memory>
 #include <thread>
@@ -50,7 +48,6 @@ class TrackWindow : public DocumentWindow, private EditorView {
   const ID3Tag& track() const { return tracks_.current(); }
   TrackSet& tracks() { return tracks_; }
   const EditorValues& values() const { return values_; }
-  EditorFields& fields() { return *fields_; }
   // Shows another track in this window (the single edit window).
   void replaceTrack(std::unique_ptr<ID3Tag> track);
   void showTrackAt(size_t position);
@@ -105,7 +102,6 @@ class TrackWindow : public DocumentWindow, private EditorView {
   void enableNavigation(bool previous, bool next, bool close) override;
 
   void buildWindow();
-  void buildActions();
   void layOut();
   void connectFields();
   // Every edit goes through here: one undoable step from the values before
