@@ -365,13 +365,14 @@ bool DocumentController::openGroup(const std::vector<std::string>& paths) {
 
 bool DocumentController::replaceFrontTrack(const std::string& path, std::string& cause) {
   auto* window = qobject_cast<TrackWindow*>(frontWindow());
-  TrackFile file = openTrackFile(path, kScanQuick);
-  if (window == nullptr || !file.opened()) {
-    cause = file.cause;
-    return false;
-  }
+  if (window == nullptr) return false;
   if (window->isBusy()) {
     cause = "the window is saving its track";
+    return false;
+  }
+  TrackFile file = openTrackFile(path, kScanQuick);
+  if (!file.opened()) {
+    cause = file.cause;
     return false;
   }
   window->replaceTrack(std::move(file.track));

@@ -136,16 +136,20 @@ void TrackTableModel::removeTracks(const std::vector<size_t>& tracks) {
     order_.eraseRows(first, last);
     endRemoveRows();
   }
-  std::vector<size_t> gone;
+  // One pass over the rows, however many go.
+  std::vector<bool> gone(rows_.size(), false);
   for (size_t track : tracks)
-    if (track < rows_.size()) gone.push_back(track);
-  std::sort(gone.begin(), gone.end(), std::greater<>());
-  gone.erase(std::unique(gone.begin(), gone.end()), gone.end());
-  for (size_t track : gone) {
-    rows_.erase(rows_.begin() + static_cast<std::ptrdiff_t>(track));
-    status_.erase(status_.begin() + static_cast<std::ptrdiff_t>(track));
+    if (track < gone.size()) gone[track] = true;
+  size_t kept = 0;
+  for (size_t track = 0; track < rows_.size(); ++track) {
+    if (gone[track]) continue;
+    rows_[kept] = std::move(rows_[track]);
+    status_[kept] = std::move(status_[track]);
+    ++kept;
   }
-  order_.renumberAfterRemoving(std::move(gone));
+  rows_.resize(kept);
+  status_.resize(kept);
+  order_.renumberAfterRemoving(tracks);
 }
 
 void TrackTableModel::clearKeepingStatus() {
