@@ -7,7 +7,6 @@
 namespace melos::cli {
 
 using melos::audioLine;
-using melos::durationText;
 using melos::encoderName;
 using melos::sampleRateText;
 using melos::trackText;

@@ -73,10 +73,10 @@ std::string fileSizeDisplay(uint64_t bytes) {
   return text;
 }
 
-std::string durationDisplay(uint64_t seconds) {
+std::string durationDisplay(uint64_t seconds, bool withHours) {
   char text[48];
   unsigned long long h = seconds / 3600, m = (seconds / 60) % 60, s = seconds % 60;
-  if (h > 0)
+  if (h > 0 || withHours)
     std::snprintf(text, sizeof text, "%llu:%02llu:%02llu", h, m, s);
   else
     std::snprintf(text, sizeof text, "%llu:%02llu", m, s);

@@ -122,7 +122,8 @@ class ID3Tag : public Tag {
 };
 
 std::string fileSizeDisplay(uint64_t bytes);
-std::string durationDisplay(uint64_t seconds);
+// "3:07", or "1:02:03" from an hour on, or with the hours always.
+std::string durationDisplay(uint64_t seconds, bool withHours = false);
 
 // The one copy of tag data between tracks.
 void CopyTagData(ID3Tag& destination, const ID3Tag& source, bool all, bool title, bool track,

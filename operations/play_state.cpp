@@ -1,6 +1,6 @@
 #include "operations/play_state.h"
 
-#include <cstdio>
+#include "engine/id3_tag.h"
 
 namespace melos {
 
@@ -39,17 +39,7 @@ bool spaceTogglesPlay(SpaceTaker focus, bool controlsUsable) noexcept {
 }
 
 std::string playTimeText(int64_t ms, int64_t totalMs) {
-  const int64_t seconds = ms > 0 ? ms / 1000 : 0;
-  const int64_t h = seconds / 3600;
-  const int64_t m = (seconds / 60) % 60;
-  const int64_t s = seconds % 60;
-  char text[48];
-  if (totalMs >= 3600 * 1000 || h > 0)
-    std::snprintf(text, sizeof text, "%lld:%02lld:%02lld", static_cast<long long>(h), static_cast<long long>(m),
-                  static_cast<long long>(s));
-  else
-    std::snprintf(text, sizeof text, "%lld:%02lld", static_cast<long long>(m), static_cast<long long>(s));
-  return text;
+  return durationDisplay(ms > 0 ? static_cast<uint64_t>(ms / 1000) : 0, totalMs >= 3600 * 1000);
 }
 
 }  // namespace melos

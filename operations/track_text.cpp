@@ -205,20 +205,6 @@ void addV2(Rows& rows, const ID3Tag& track) {
 
 }  // namespace
 
-std::string durationText(uint64_t seconds) {
-  char text[48];
-  const uint64_t hours = seconds / 3600;
-  const uint64_t minutes = seconds / 60 % 60;
-  if (hours > 0)
-    std::snprintf(text, sizeof text, "%llu:%02llu:%02llu", static_cast<unsigned long long>(hours),
-                  static_cast<unsigned long long>(minutes),
-                  static_cast<unsigned long long>(seconds % 60));
-  else
-    std::snprintf(text, sizeof text, "%llu:%02llu", static_cast<unsigned long long>(minutes),
-                  static_cast<unsigned long long>(seconds % 60));
-  return text;
-}
-
 std::string sampleRateText(uint32_t hertz) {
   std::string text = std::to_string(hertz / 1000);
   std::string fraction = std::to_string(hertz % 1000 + 1000).substr(1);
@@ -242,7 +228,7 @@ std::string audioLine(const ID3Tag& track) {
     parts.push_back(audio.bitrateText);
   else if (audio.bitrate != 0)
     parts.push_back(std::to_string(audio.bitrate) + " kbps");
-  parts.push_back(durationText(track.duration));
+  parts.push_back(durationDisplay(track.duration));
   if (const uint32_t rate = track.sampleRateHz(); rate != 0) parts.push_back(sampleRateText(rate));
   if (track.isAiffFile && audio.sampleSize != 0)
     parts.push_back(std::to_string(audio.sampleSize) + " bit");

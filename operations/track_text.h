@@ -11,8 +11,6 @@ namespace melos {
 
 // "128 kbps (CBR), 3:07, 44.1 kHz, joint stereo"; empty for a tag-data file.
 std::string audioLine(const ID3Tag& track);
-// "3:07", or "1:02:03" from an hour on.
-std::string durationText(uint64_t seconds);
 // "44.1 kHz", "48 kHz", "22.05 kHz".
 std::string sampleRateText(uint32_t hertz);
 
