@@ -141,6 +141,8 @@ struct TagData {
 inline constexpr size_t kV1TextField = 30;
 inline constexpr size_t kV1YearField = 4;
 inline constexpr size_t kV1CommentField = 29;
+// The V2 year frame keeps four digits too; the date frames carry the rest.
+inline constexpr size_t kV2YearField = 4;
 
 struct V1Tag {
   bool enabled = false;

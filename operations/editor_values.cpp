@@ -113,8 +113,6 @@ constexpr LatinField kLatinFields[] = {
     {PodcastFeed, &TagData::podcastfeed},
 };
 
-constexpr size_t kV2YearWidth = 4;
-
 UnicodeText editorText(std::u16string_view text, bool allowUnicode) {
   return allowUnicode ? storedText(text) : UnicodeText::latin1(latin1Field(text));
 }
@@ -202,7 +200,7 @@ void updateV2TagData(const EditorValues& v, ID3Tag& track, bool allowUnicode) {
   // The window shows a time with a blank where the tag may hold a "T".
   for (const LatinField& f : {LatinField{ReleaseTime, &TagData::releasetime}, {RecordTime, &TagData::recordtime}})
     if (latin1ToU16(timeText(d.*f.tag)) != v[f.field]) d.*f.tag = latin1Field(v[f.field]);
-  d.year = v1Field(v[Year], kV2YearWidth);
+  d.year = v1Field(v[Year], kV2YearField);
   d.track = numberField(v[Track]);
   d.tracks = numberField(v[Tracks]);
   d.set = numberField(v[Set]);

@@ -55,7 +55,6 @@ constexpr std::array<std::string_view, kGroupFieldCount> kLabels = {
 
 constexpr size_t kIsrcPrefix = 7;
 constexpr size_t kIsrcLength = 12;
-constexpr size_t kV2YearWidth = 4;
 
 }  // namespace
 
@@ -196,7 +195,7 @@ void GroupModel::updateV2TagData(ID3Tag& track, bool addPicToEnd) const {
     if (changeBox(f.field)) d.*f.tag = storedText(v.*f.value);
   for (const LatinField& f : kLatinFields)
     if (changeBox(f.field)) d.*f.tag = latin1Field(v.*f.value);
-  if (changeBox(GroupField::V2Year)) d.year = v1Field(v.year, kV2YearWidth);
+  if (changeBox(GroupField::V2Year)) d.year = v1Field(v.year, kV2YearField);
   if (changeBox(GroupField::V2Tracks)) d.tracks = numberField(v.tracks);
   if (changeBox(GroupField::V2SetAndSets)) {
     d.set = numberField(v.set);

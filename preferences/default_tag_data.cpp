@@ -62,7 +62,7 @@ void applyV1(V1Tag& v1, const DefaultTagValues& values) {
 void applyV2(TagData& tag, const DefaultTagValues& values, bool unicode) {
   auto text = [unicode](const std::string& value) { return v2Text(value, unicode); };
   auto latin1 = [](const std::string& value) { return latin1Of(value); };
-  auto year = [](const std::string& value) { return cut(latin1Of(value), 4); };
+  auto year = [](const std::string& value) { return cut(latin1Of(value), kV2YearField); };
 
   setIfSupplied(tag.title, values.title, text);
   setIfSupplied(tag.album, values.album, text);

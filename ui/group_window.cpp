@@ -27,6 +27,7 @@
 #include "operations/questions.h"
 #include "operations/tag_copy.h"
 #include "operations/track_writer.h"
+#include "preferences/preference_controls.h"
 #include "preferences/preferences_controller.h"
 #include "ui/drag_image_view.h"
 #include "ui/group_track_table.h"
@@ -682,7 +683,7 @@ void GroupWindow::updateTracks(std::function<void(bool)> whenDone) {
 bool GroupWindow::perform(MenuItem item) {
   switch (item) {
     case MenuItem::Update: updateTracks(); return true;
-    case MenuItem::ApplyDefaultTagData: setDefaultTagData(preferences_.getDefaultTypeIndex()); return true;
+    case MenuItem::ApplyDefaultTagData: setDefaultTagData(currentDefaultSet(preferences_)); return true;
     default: return false;
   }
 }

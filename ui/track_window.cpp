@@ -46,7 +46,6 @@ namespace melos::ui {
 namespace {
 
 
-constexpr int kDefaultSetCount = 10;
 
 }  // namespace
 
@@ -207,7 +206,7 @@ void TrackWindow::buildWindow() {
   defaults_->setPopupMode(QToolButton::InstantPopup);
   auto* sets = new QMenu(defaults_);
   sets->setObjectName(QStringLiteral("defaultSetsMenu"));
-  for (int index = 0; index < kDefaultSetCount; ++index)
+  for (int index = 0; index < prefs::kDefaultSetCount; ++index)
     sets->addAction(QString(), this, [this, index] { applyDefaultTagData(index); });
   sets->addSeparator();
   QAction* always = sets->addAction(tr("Always apply default tag data"));
@@ -217,11 +216,11 @@ void TrackWindow::buildWindow() {
   // always applied is marked.
   const auto name = [this, sets, always] {
     const QList<QAction*> items = sets->actions();
-    for (int index = 0; index < kDefaultSetCount; ++index) {
+    for (int index = 0; index < prefs::kDefaultSetCount; ++index) {
       const QString title = QString::fromStdString(defaultSetName(preferences_, index));
       items[index]->setText(QString(title).replace(QLatin1Char('&'), QStringLiteral("&&")));
       items[index]->setCheckable(true);
-      items[index]->setChecked(index == preferences_.getDefaultTypeIndex());
+      items[index]->setChecked(index == currentDefaultSet(preferences_));
     }
     always->setChecked(preferences_.isAlwaysApplyDefTagDataSet());
   };
@@ -468,7 +467,7 @@ bool TrackWindow::perform(MenuItem item) {
     case MenuItem::Revert: revert(); return true;
     case MenuItem::CopyV1ToV2: copyV1ToV2(); return true;
     case MenuItem::CopyV2ToV1: copyV2ToV1(); return true;
-    case MenuItem::ApplyDefaultTagData: applyDefaultTagData(preferences_.getDefaultTypeIndex()); return true;
+    case MenuItem::ApplyDefaultTagData: applyDefaultTagData(currentDefaultSet(preferences_)); return true;
     case MenuItem::ShowPicture:
     case MenuItem::AddImage: showPanel(picture_, item == MenuItem::AddImage); return true;
     case MenuItem::ShowLyrics:
