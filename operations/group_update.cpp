@@ -222,11 +222,9 @@ CloseAnswer GroupUpdate::askToUpdate() {
   m_bShowingSheet = true;
   CloseAnswer answer = CloseAnswer::Cancel;
   if (m_bCanExit) {
-    const std::string chosen =
-        questions_.ask("Do you want to save changes?", "If you do not save, your changes will be lost.",
-                       {std::string(kSaveButton), std::string(kDontSaveButton), std::string(kCancelButton)});
-    if (chosen == kSaveButton) answer = CloseAnswer::Save;
-    else if (chosen == kDontSaveButton) answer = CloseAnswer::DontSave;
+    const SaveAnswer chosen = askToSaveChanges(questions_);
+    if (chosen == SaveAnswer::Save) answer = CloseAnswer::Save;
+    else if (chosen == SaveAnswer::DontSave) answer = CloseAnswer::DontSave;
   } else {
     const std::string chosen =
         questions_.ask("Do you want to cancel?", "If you cancel now, no more tracks will be changed.",

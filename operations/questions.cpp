@@ -12,6 +12,14 @@ size_t wayOutButton(const std::vector<std::string>& buttons) {
   return buttons.empty() ? 0 : buttons.size() - 1;
 }
 
+SaveAnswer askToSaveChanges(Questions& questions) {
+  const std::string chosen =
+      questions.ask("Do you want to save changes?", "If you do not save, your changes will be lost.",
+                    {std::string(kSaveButton), std::string(kDontSaveButton), std::string(kCancelButton)});
+  if (chosen == kSaveButton) return SaveAnswer::Save;
+  return chosen == kDontSaveButton ? SaveAnswer::DontSave : SaveAnswer::Cancel;
+}
+
 bool askYesNo(Questions& questions, const std::string& title, const std::string& message) {
   return questions.ask(title, message, {std::string(kYesButton), std::string(kNoButton)}) == kYesButton;
 }

@@ -39,6 +39,11 @@ class Questions {
 // Never a button that acts: closing a "No"/"Yes" alert must not say yes.
 size_t wayOutButton(const std::vector<std::string>& buttons);
 
+// "Do you want to save changes?" with "Save", "Don't save" and "Cancel", as
+// every editor asks it before its edits would be lost.
+enum class SaveAnswer { Save, DontSave, Cancel };
+SaveAnswer askToSaveChanges(Questions& questions);
+
 // "Yes" and "No", in that order; true for "Yes".
 bool askYesNo(Questions& questions, const std::string& title, const std::string& message);
 // An alert with the one button "OK".

@@ -188,16 +188,12 @@ void SingleTrackEditor::revert() {
 
 bool SingleTrackEditor::askToLeave(bool reloadOnDontSave) {
   if (!isChanged()) return true;
-  const std::string chosen =
-      questions_.ask("Do you want to save changes?", "If you do not save, your changes will be lost.",
-                     {std::string(kSaveButton), std::string(kDontSaveButton), std::string(kCancelButton)});
-  if (chosen == kSaveButton) {
-    updateTag();
-    return true;
-  }
-  if (chosen == kDontSaveButton) {
-    if (reloadOnDontSave) revert();
-    return true;
+  switch (askToSaveChanges(questions_)) {
+    case SaveAnswer::Save: updateTag(); return true;
+    case SaveAnswer::DontSave:
+      if (reloadOnDontSave) revert();
+      return true;
+    case SaveAnswer::Cancel: return false;
   }
   return false;
 }

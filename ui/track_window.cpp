@@ -589,11 +589,9 @@ std::unique_ptr<ID3Tag> TrackWindow::trackFromValues() const {
 void TrackWindow::replaceTrack(std::unique_ptr<ID3Tag> track) {
   if (busy_) return;
   if (!undoStack()->isClean()) {
-    const std::string chosen =
-        questions_.ask("Do you want to save changes?", "If you do not save, your changes will be lost.",
-                       {std::string(kSaveButton), std::string(kDontSaveButton), std::string(kCancelButton)});
-    if (chosen == kCancelButton) return;
-    if (chosen == kSaveButton) {
+    const SaveAnswer chosen = askToSaveChanges(questions_);
+    if (chosen == SaveAnswer::Cancel) return;
+    if (chosen == SaveAnswer::Save) {
       // The new track comes in once the old one is saved.
       auto waiting = std::make_shared<std::unique_ptr<ID3Tag>>(std::move(track));
       connect(this, &TrackWindow::idle, this, [this, waiting] {
@@ -697,12 +695,10 @@ void TrackWindow::closeEvent(QCloseEvent* event) {
     return;
   }
   if (!undoStack()->isClean()) {
-    const std::string chosen =
-        questions_.ask("Do you want to save changes?", "If you do not save, your changes will be lost.",
-                       {std::string(kSaveButton), std::string(kDontSaveButton), std::string(kCancelButton)});
-    if (chosen != kDontSaveButton) {
+    const SaveAnswer chosen = askToSaveChanges(questions_);
+    if (chosen != SaveAnswer::DontSave) {
       event->ignore();
-      if (chosen == kSaveButton) {
+      if (chosen == SaveAnswer::Save) {
         closeWhenIdle_ = true;
         updateTag();
       }
