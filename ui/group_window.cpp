@@ -30,6 +30,7 @@
 #include "preferences/preference_controls.h"
 #include "preferences/preferences_controller.h"
 #include "ui/drag_image_view.h"
+#include "ui/editor_fields.h"
 #include "ui/group_track_table.h"
 #include "ui/picture_panel.h"
 #include "ui/snapshot_command.h"
@@ -328,11 +329,13 @@ void GroupWindow::buildFields(QWidget* v1Page, QWidget* v2Page, QWidget* morePag
         widgets.combo = new QComboBox(parent);
         widgets.combo->setEditable(true);
         widgets.combo->setInsertPolicy(QComboBox::NoInsert);
+        // Undo and Redo belong to the window's stack, not to each field.
+        widgets.combo->setLineEdit(new UndoLineEdit(widgets.combo));
         widgets.combo->addItems(genres(preferences_, slot.field));
         editor = widgets.combo;
         grid->addWidget(editor, row, 1);
       } else {
-        widgets.line = new QLineEdit(parent);
+        widgets.line = new UndoLineEdit(parent);
         editor = widgets.line;
         grid->addWidget(editor, row, 1);
       }

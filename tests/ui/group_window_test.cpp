@@ -222,6 +222,10 @@ class GroupWindowTest : public QObject {
     QVERIFY(child<QCheckBox>("mT2TitleButton")->isChecked());
     QVERIFY(window_->isWindowModified() && window_->describe().dirty);
     QCOMPARE(window_->undoStack()->count(), 1);  // the typing is one command
+    // Ctrl+Z in the field is the window's, not the field's own undo.
+    QTest::keyClick(child<QLineEdit>("mT2TitleField"), Qt::Key_Z, Qt::ControlModifier);
+    QCOMPARE(child<QLineEdit>("mT2TitleField")->text(), QStringLiteral("Same"));
+    QCOMPARE(window_->undoStack()->count(), 1);
     window_->undoStack()->undo();
     QVERIFY(child<QLineEdit>("mT2TitleField")->text().isEmpty());
     QCOMPARE(child<QLineEdit>("mT2TitleField")->placeholderText(), QStringLiteral("(different across tracks)"));
