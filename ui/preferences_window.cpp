@@ -320,10 +320,11 @@ void PreferencesWindow::buildResetButton(QLayout* layout) {
   windows->setObjectName(QStringLiteral("mResetDoNotShowItem"));
   windows->setData(static_cast<int>(ResetItem::DoNotShowAgain));
   connect(menu, &QMenu::triggered, this, [this](QAction* item) {
-    if (resetItemSelected(static_cast<ResetItem>(item->data().toInt()), preferences_, questions_)) {
-      loadPreferences();
-      stored(true);
-    }
+    const auto chosen = static_cast<ResetItem>(item->data().toInt());
+    if (!resetItemSelected(chosen, preferences_, questions_)) return;
+    // A reset shows the defaults itself, through the load handler.
+    if (chosen != ResetItem::Preferences) loadPreferences();
+    stored(true);
   });
   reset->setMenu(menu);
   layout->addWidget(reset);
