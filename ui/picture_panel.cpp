@@ -96,15 +96,15 @@ PicturePanel::PicturePanel(const PreferencesController& preferences, Questions& 
     showCurrent();
   });
   connect(next_, &QPushButton::clicked, this, [this] {
-    index_ = clampPictureIndex(index_ + 1, pictures_.size());
+    index_ = clampPictureIndex(index_ + 1, pictures_->size());
     showCurrent();
   });
   connect(add, &QPushButton::clicked, this, &PicturePanel::addImage);
   connect(remove_, &QPushButton::clicked, this, [this] {
-    if (pictures_.empty()) return;
-    PicDataArray after = pictures_;
-    after.erase(after.begin() + static_cast<std::ptrdiff_t>(index_));
-    emit picturesEdited(tr("Remove Picture"), after);
+    if (pictures_->empty()) return;
+    auto after = std::make_shared<PicDataArray>(*pictures_);
+    after->erase(after->begin() + static_cast<std::ptrdiff_t>(index_));
+    emit picturesEdited(tr("Remove Picture"), std::move(after), false);
   });
   connect(well_, &DragImageView::dropped, this, [this] { addFromWell(tr("Drop Picture")); });
   connect(type_, &QComboBox::activated, this, [this](int type) {
@@ -112,22 +112,22 @@ PicturePanel::PicturePanel(const PreferencesController& preferences, Questions& 
   });
   connect(description_, &QLineEdit::textEdited, this, [this](const QString& text) {
     changeCurrent(tr("Picture Description"),
-                  [&text](PicData& p) { p.description = storedText(text.toStdU16String()); });
+                  [&text](PicData& p) { p.description = storedText(text.toStdU16String()); }, true);
   });
   showCurrent();
 }
 
-void PicturePanel::showPictures(const PicDataArray& pictures) {
-  pictures_ = pictures;
-  index_ = clampPictureIndex(index_, pictures_.size());
+void PicturePanel::showPictures(std::shared_ptr<const PicDataArray> pictures) {
+  pictures_ = std::move(pictures);
+  index_ = clampPictureIndex(index_, pictures_->size());
   showCurrent();
 }
 
 void PicturePanel::showCurrent() {
   filling_ = true;
-  const bool any = !pictures_.empty();
+  const bool any = !pictures_->empty();
   if (any) {
-    const PicData& shown = pictures_[index_];
+    const PicData& shown = (*pictures_)[index_];
     if (well_->getImageData() != shown.data) well_->setImageWithData(shown.data);
     well_->setImageType(QString::fromStdString(shown.pictureSubtype));
     const QSize size = pixelSize(shown.data);
@@ -135,7 +135,7 @@ void PicturePanel::showCurrent() {
     type_->setCurrentIndex(shown.pictureType < kPictureTypeCount ? shown.pictureType : 0);
     const QString description = QString::fromStdU16String(shown.description.toU16());
     if (description_->text() != description) description_->setText(description);
-    position_->setText(tr("%1 of %2").arg(index_ + 1).arg(pictures_.size()));
+    position_->setText(tr("%1 of %2").arg(index_ + 1).arg(pictures_->size()));
   } else {
     well_->removeImage();
     facts_->setText(tr("No picture"));
@@ -143,7 +143,7 @@ void PicturePanel::showCurrent() {
     position_->clear();
   }
   previous_->setEnabled(index_ > 0);
-  next_->setEnabled(index_ + 1 < pictures_.size());
+  next_->setEnabled(index_ + 1 < pictures_->size());
   remove_->setEnabled(any);
   type_->setEnabled(any);
   description_->setEnabled(any);
@@ -169,17 +169,17 @@ void PicturePanel::addImage() {
 
 void PicturePanel::addFromWell(const QString& name) {
   if (filling_) return;
-  PicDataArray after = pictures_;
+  auto after = std::make_shared<PicDataArray>(*pictures_);
   PicData picture(well_->getImageData(), well_->getImageType().toStdString());
-  index_ = addPicture(after, std::move(picture), index_, preferences_.isAddPicToEndSet());
-  emit picturesEdited(name, after);
+  index_ = addPicture(*after, std::move(picture), index_, preferences_.isAddPicToEndSet());
+  emit picturesEdited(name, std::move(after), false);
 }
 
-void PicturePanel::changeCurrent(const QString& name, const std::function<void(PicData&)>& change) {
-  if (filling_ || pictures_.empty()) return;
-  PicDataArray after = pictures_;
-  change(after[index_]);
-  emit picturesEdited(name, after);
+void PicturePanel::changeCurrent(const QString& name, const std::function<void(PicData&)>& change, bool typing) {
+  if (filling_ || pictures_->empty()) return;
+  auto after = std::make_shared<PicDataArray>(*pictures_);
+  change((*after)[index_]);
+  emit picturesEdited(name, std::move(after), typing);
 }
 
 }  // namespace melos::ui

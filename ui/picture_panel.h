@@ -6,6 +6,7 @@
 
 #include <QWidget>
 #include <functional>
+#include <memory>
 
 #include "engine/tag_data.h"
 
@@ -32,22 +33,25 @@ class PicturePanel : public QWidget {
  public:
   PicturePanel(const PreferencesController& preferences, Questions& questions, QWidget* parent = nullptr);
 
-  void showPictures(const PicDataArray& pictures);
+  // Shared with the window's values and its undo steps, never copied to show.
+  void showPictures(std::shared_ptr<const PicDataArray> pictures);
   size_t index() const { return index_; }
   // Asks for an image file (a dialog unless replaced) and adds it.
   void addImage();
   void setImageChooser(std::function<QString(QWidget*)> choose) { chooseImage_ = std::move(choose); }
 
  signals:
-  void picturesEdited(const QString& name, const PicDataArray& pictures);
+  // The new list; `typing` when the description is being typed, which one
+  // undo step takes back as a whole.
+  void picturesEdited(const QString& name, std::shared_ptr<const PicDataArray> pictures, bool typing);
 
  private:
   void showCurrent();
   void addFromWell(const QString& name);
-  void changeCurrent(const QString& name, const std::function<void(PicData&)>& change);
+  void changeCurrent(const QString& name, const std::function<void(PicData&)>& change, bool typing = false);
 
   const PreferencesController& preferences_;
-  PicDataArray pictures_;
+  std::shared_ptr<const PicDataArray> pictures_ = std::make_shared<PicDataArray>();
   size_t index_ = 0;
   DragImageView* well_ = nullptr;
   QLabel* facts_ = nullptr;

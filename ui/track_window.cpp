@@ -45,7 +45,8 @@
 namespace melos::ui {
 namespace {
 
-
+// The merge id of typing a picture's description: past every field's.
+constexpr int kPictureTypingStep = kEditorFieldCount;
 
 }  // namespace
 
@@ -308,7 +309,7 @@ void TrackWindow::layOut() {
 void TrackWindow::connectFields() {
   connect(fields_, &EditorFields::edited, this, [this](EditorField field, const QString& text) {
     edit(tr("Typing in %1").arg(qtext(editorFieldInfo(field).name)),
-         [&](EditorValues& v) { setFieldText(v, field, text.toStdU16String()); }, field);
+         [&](EditorValues& v) { setFieldText(v, field, text.toStdU16String()); }, static_cast<int>(field));
   });
   connect(fields_, &EditorFields::quickListChosen, this, [this](EditorField field, const QString& text) {
     edit(tr("Choose %1").arg(qtext(editorFieldInfo(field).name)),
@@ -326,13 +327,14 @@ void TrackWindow::connectFields() {
   connect(fields_, &EditorFields::ratingEdited, this, [this](int, int after) {
     edit(tr("Rating"), [after](EditorValues& v) { v.rating = static_cast<uint8_t>(after); });
   });
-  connect(picture_, &PicturePanel::picturesEdited, this, [this](const QString& name, const PicDataArray& pictures) {
-    edit(name, [&](EditorValues& v) { v.pictures = std::make_shared<PicDataArray>(pictures); });
+  connect(picture_, &PicturePanel::picturesEdited, this,
+          [this](const QString& name, std::shared_ptr<const PicDataArray> pictures, bool typing) {
+    edit(name, [&](EditorValues& v) { v.pictures = std::move(pictures); }, typing ? kPictureTypingStep : -1);
   });
 }
 
 void TrackWindow::edit(const QString& name, const std::function<void(EditorValues&)>& change,
-                       std::optional<EditorField> typing) {
+                       int mergeId) {
   if (busy_) return;
   EditorValues after = values_;
   change(after);
@@ -346,7 +348,7 @@ void TrackWindow::edit(const QString& name, const std::function<void(EditorValue
   // Typing into one field merges into one step, so an undo takes back a
   // word, not a letter.
   undoStack()->push(new SnapshotCommand<EditorValues>(name, std::move(before), std::move(after),
-                                                      typing ? static_cast<int>(*typing) : -1,
+                                                      mergeId,
                                                       [this](const EditorValues& values) { showValues(values); }));
 }
 
@@ -354,7 +356,7 @@ void TrackWindow::showValues(const EditorValues& values, bool whole) {
   fields_->show(values, whole ? nullptr : &values_);
   values_ = values;
   // The pictures are shared between undo steps: only a new list is shown anew.
-  if (std::exchange(shownPictures_, values_.pictures) != values_.pictures) picture_->showPictures(*values_.pictures);
+  if (std::exchange(shownPictures_, values_.pictures) != values_.pictures) picture_->showPictures(values_.pictures);
   showEnables();
 }
 

@@ -106,8 +106,8 @@ class TrackWindow : public DocumentWindow, private EditorView {
   void connectFields();
   // Every edit goes through here: one undoable step from the values before
   // to the values after. Typing into the same field merges into one step.
-  void edit(const QString& name, const std::function<void(EditorValues&)>& change,
-            std::optional<EditorField> typing = std::nullopt);
+  // Consecutive edits with the same merge id (a field's typing) are one step.
+  void edit(const QString& name, const std::function<void(EditorValues&)>& change, int mergeId = -1);
   // With `whole` every control is filled again, else only those that change.
   void showValues(const EditorValues& values, bool whole = false);
   void showEnables();

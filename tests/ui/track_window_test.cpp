@@ -388,8 +388,11 @@ class TrackWindowTest : public QObject {
     QCOMPARE(find<QComboBox>("pictureType")->currentText(), QStringLiteral("Back cover"));
     auto* description = find<QLineEdit>("pictureDescription");
     description->selectAll();
+    const int steps = rig_->window->undoStack()->count();
     QTest::keyClicks(description, QStringLiteral("sleeve"));
     QCOMPARE(rig_->window->undoStack()->undoText(), QStringLiteral("Picture Description"));
+    // One step for the word: each would otherwise keep a copy of every picture.
+    QCOMPARE(rig_->window->undoStack()->count(), steps + 1);
 
     const QString added = QString::fromStdString(rig_->dir.path() + "/added.png");
     QImage image(8, 8, QImage::Format_RGB32);
