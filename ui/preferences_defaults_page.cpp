@@ -60,7 +60,7 @@ QWidget* PreferencesWindow::buildDefaultsPage() {
     const bool saved = saveDefaultSetName(preferences_, index, utf8(name));
     defaultSet_->setItemText(index, QString::fromStdString(defaultSetName(preferences_, index)));
     updateAlwaysApplied();
-    stored(saved);
+    stored(saved, true);
   });
   auto* nameLabel = new QLabel(tr("&Name:"));
   nameLabel->setBuddy(defaultSetName_);
@@ -112,7 +112,7 @@ QWidget* PreferencesWindow::buildDefaultsPage() {
       value->setAccessibleName(use->text());
       value->setToolTip(tr("What the set puts in the field when its box is checked."));
       connect(value, &QLineEdit::textEdited, this, [this, row](const QString& text) {
-        stored(saveDefaultText(preferences_, *row, defaultSet_->currentIndex(), utf8(text)));
+        stored(saveDefaultText(preferences_, *row, defaultSet_->currentIndex(), utf8(text)), true);
       });
       defaultValue_.push_back(value);
       grid->addWidget(value, line, 1);

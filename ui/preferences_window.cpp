@@ -40,6 +40,7 @@ namespace melos::ui {
 namespace {
 
 constexpr std::string_view kStoreProblemTitle = "Preferences";
+constexpr int kNotifyAfterMs = 250;
 constexpr std::string_view kNotSavedMessage =
     "The preferences could not be saved, so changes last only until the program ends (see melos.log for more "
     "details).";
@@ -93,6 +94,9 @@ PreferencesWindow::PreferencesWindow(PreferencesController& preferences, Questio
 
   // Sized by the text it shows, so it opens alike at any scale.
   resize(fontMetrics().averageCharWidth() * 100, fontMetrics().lineSpacing() * 36);
+  notifySoon_.setSingleShot(true);
+  notifySoon_.setInterval(kNotifyAfterMs);
+  connect(&notifySoon_, &QTimer::timeout, this, &PreferencesWindow::notifyChanged);
   preferences_.setLoadPreferencesHandler([this] { loadPreferences(); });
   loadPreferences();
 }
@@ -110,6 +114,17 @@ void PreferencesWindow::showEvent(QShowEvent* event) {
   tellUnreadable();
 }
 
+void PreferencesWindow::hideEvent(QHideEvent* event) {
+  if (notifySoon_.isActive()) notifyChanged();
+  QWidget::hideEvent(event);
+}
+
+void PreferencesWindow::changeEvent(QEvent* event) {
+  QWidget::changeEvent(event);
+  // The front track may have changed while another window was active.
+  if (event->type() == QEvent::ActivationChange && isActiveWindow()) refreshPreviews();
+}
+
 void PreferencesWindow::tellUnreadable() {
   const QString kept = SettingsFileStore::takeKeptBrokenFile();
   if (kept.isEmpty() || toldStoreProblem_) return;
@@ -119,13 +134,19 @@ void PreferencesWindow::tellUnreadable() {
            utf8(QDir::toNativeSeparators(kept)) + "'.");
 }
 
-void PreferencesWindow::stored(bool saved) {
+void PreferencesWindow::stored(bool saved, bool typing) {
   if (loading_) return;
   if (!saved && !toldStoreProblem_) {
     toldStoreProblem_ = true;
     tell(questions_, std::string(kStoreProblemTitle), std::string(kNotSavedMessage));
   }
-  refreshPreviews();
+  showPreviews();
+  if (typing) notifySoon_.start();
+  else notifyChanged();
+}
+
+void PreferencesWindow::notifyChanged() {
+  notifySoon_.stop();
   if (changedHandler_) changedHandler_();
 }
 
@@ -193,7 +214,7 @@ QWidget* PreferencesWindow::buildFormatGroup(bool toFileName) {
   field->setToolTip(qtext(control->toolTip));
   field->setPlaceholderText(tr("e.g. %A - %N %T"));
   connect(field, &QLineEdit::textEdited, this,
-          [this, control](const QString& text) { stored(saveText(preferences_, *control, utf8(text))); });
+          [this, control](const QString& text) { stored(saveText(preferences_, *control, utf8(text)), true); });
   textFields_.push_back(field);
   auto* form = new QFormLayout;
   form->addRow(buddyLabel(toFileName ? tr("&Format:") : tr("F&ormat:"), field), field);
@@ -229,7 +250,7 @@ QWidget* PreferencesWindow::buildNamingPage() {
   path->setObjectName(qtext(control->objectName));
   path->setToolTip(qtext(control->toolTip));
   connect(path, &QLineEdit::textEdited, this,
-          [this, control](const QString& text) { stored(saveText(preferences_, *control, utf8(text))); });
+          [this, control](const QString& text) { stored(saveText(preferences_, *control, utf8(text)), true); });
   textFields_.push_back(path);
   auto* form = new QFormLayout;
   form->addRow(buddyLabel(tr("Defa&ult folder:"), path), path);
@@ -367,12 +388,18 @@ void PreferencesWindow::fillControls() {
 }
 
 void PreferencesWindow::refreshPreviews() {
-  std::unique_ptr<ID3Tag> track = previewTrack_ ? previewTrack_() : nullptr;
-  if (!track) track = samplePreviewTrack();
-  const QString name = QString::fromStdString(track->path()).section(QLatin1Char('/'), -1);
-  toPreview_->setText(QString::fromStdString(toFileNamePreview(*track, preferences_, std::time(nullptr))));
+  previewSource_ = previewTrack_ ? previewTrack_() : nullptr;
+  if (!previewSource_) previewSource_ = samplePreviewTrack();
+  showPreviews();
+}
+
+void PreferencesWindow::showPreviews() {
+  if (!previewSource_) previewSource_ = samplePreviewTrack();
+  const ID3Tag& track = *previewSource_;
+  const QString name = QString::fromStdString(track.path()).section(QLatin1Char('/'), -1);
+  toPreview_->setText(QString::fromStdString(toFileNamePreview(track, preferences_, std::time(nullptr))));
   fromPreview_->setText(name + QStringLiteral(" → ") +
-                        QString::fromStdString(fromFileNamePreview(*track, preferences_)));
+                        QString::fromStdString(fromFileNamePreview(track, preferences_)));
 }
 
 }  // namespace melos::ui

@@ -6,6 +6,7 @@
 // operations/preferences_actions.
 
 #include <QListWidget>
+#include <QTimer>
 #include <QWidget>
 #include <functional>
 #include <memory>
@@ -80,6 +81,8 @@ class PreferencesWindow : public QWidget {
 
  protected:
   void showEvent(QShowEvent* event) override;
+  void hideEvent(QHideEvent* event) override;
+  void changeEvent(QEvent* event) override;
 
  private:
   QWidget* buildSavingPage();
@@ -104,14 +107,21 @@ class PreferencesWindow : public QWidget {
   void formatTypeChosen(bool toFileName, bool custom);
 
   // After a write: says once when the store could not be saved, refreshes
-  // the previews and tells the open windows.
-  void stored(bool saved);
+  // the previews and tells the open windows, once typing pauses when typed.
+  void stored(bool saved, bool typing = false);
   void tellUnreadable();
+  void showPreviews();
+  void notifyChanged();
 
   PreferencesController& preferences_;
   Questions& questions_;
   std::function<void()> changedHandler_;
   std::function<std::unique_ptr<ID3Tag>()> previewTrack_;
+  // The front track as the previews last took it: typing a format must not
+  // copy it, pictures and all, for every key.
+  std::unique_ptr<ID3Tag> previewSource_;
+  // Open windows hear of changes once typing pauses, not for every key.
+  QTimer notifySoon_;
   std::function<void(const QString&)> openFolder_;
   std::function<QString(QWidget*)> choosePicture_;
   std::function<QString(QWidget*)> chooseTrack_;

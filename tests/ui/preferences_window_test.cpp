@@ -461,14 +461,23 @@ class PreferencesWindowTest : public QObject {
 
   void theFormatPreviewFollowsTheFormatAsItIsTyped() {
     open();
-    window_->setPreviewTrack([] { return samplePreviewTrack(); });
+    int fetched = 0;
+    int told = 0;
+    window_->setPreviewTrack([&fetched] { return ++fetched, samplePreviewTrack(); });
+    window_->setPreferencesChangedHandler([&told] { ++told; });
     auto* to = child<QLabel>("mToFileNamePreview");
     QCOMPARE(to->text(), QStringLiteral("01-A title.mp3"));
     child<QCheckBox>("mCreateFolderCheckBox")->click();
     QCOMPARE(to->text(), QStringLiteral("Artist/Album/01-A title.mp3"));
     child<QRadioButton>("mToCustomRadio")->click();
+    fetched = told = 0;
     QTest::keyClicks(child<QLineEdit>("mToFileNameFormatField"), QStringLiteral("%n %T"));
     QCOMPARE(to->text(), QStringLiteral("01 A title.mp3"));
+    // Typing takes no copy of the track and tells the open windows once.
+    QCOMPARE(fetched, 0);
+    QTRY_COMPARE(told, 1);
+    window_->setPreferencesChangedHandler(nullptr);  // the counters go with this test
+    window_->setPreviewTrack([] { return samplePreviewTrack(); });
     child<QRadioButton>("mFromCustomRadio")->click();
     QTest::keyClicks(child<QLineEdit>("mFromFileNameFormatField"), QStringLiteral("%A - %N %T"));
     QCOMPARE(child<QLabel>("mFromFileNamePreview")->text(),
