@@ -65,6 +65,7 @@ TrackWindow::TrackWindow(std::unique_ptr<ID3Tag> track, PreferencesController& p
   layoutStyle_ = preferences_.getWindowStyle();
   buildWindow();
   connectFields();
+  fields_->setGenreLists(preferences_.v1GenreList(), preferences_.v2GenreList());
   connect(undoStack(), &QUndoStack::indexChanged, this, [this] {
     if (busy_) return;
     const bool changed = !undoStack()->isClean();
@@ -416,7 +417,8 @@ void TrackWindow::updateV2TagData(ID3Tag& track, bool allowUnicode) {
 }
 
 void TrackWindow::initTagWindow(const ID3Tag& track) {
-  fields_->setGenreLists(preferences_.v1GenreList(), preferences_.v2GenreList());
+  // A save may have added entries to the quick lists; the genre lists change
+  // only with the preferences.
   fields_->setQuickLists(preferences_.showQuickLists(), [this](std::string_view key) { return quickLists_.list(key); });
   // The values of a track read afresh are where undo starts.
   const bool wasBusy = std::exchange(busy_, true);
