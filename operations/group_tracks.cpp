@@ -38,16 +38,15 @@ int compareNoCase(const std::string& a, const std::string& b) {
   return a.size() < b.size() ? -1 : (a.size() > b.size() ? 1 : 0);
 }
 
-// "3/12" sorts as 3, then 12; an empty one last.
-std::pair<long, long> trackKey(const std::string& text) {
+}  // namespace
+
+std::pair<long, long> trackSortKey(const std::string& text) {
   constexpr long kNone = 1L << 30;
   const size_t slash = text.find('/');
   const std::string number = text.substr(0, slash);
   const std::string total = slash == std::string::npos ? std::string() : text.substr(slash + 1);
   return {number.empty() ? kNone : std::atol(number.c_str()), total.empty() ? kNone : std::atol(total.c_str())};
 }
-
-}  // namespace
 
 TrackRow trackRow(const ID3Tag& track) {
   TrackRow row;
@@ -59,6 +58,7 @@ TrackRow trackRow(const ID3Tag& track) {
   row.artist = shown(track.tagData.artist, track.v1.artist);
   row.album = shown(track.tagData.album, track.v1.album);
   row.track = trackText(track);
+  row.trackOrder = trackSortKey(row.track);
   row.tagVersions = track.versionText;
   row.size = track.fileSize;
   row.length = track.duration;
@@ -103,7 +103,7 @@ bool rowLess(const TrackRow& a, const TrackRow& b, TrackColumn column) {
     case TrackColumn::Title: return compareNoCase(a.title, b.title) < 0;
     case TrackColumn::Artist: return compareNoCase(a.artist, b.artist) < 0;
     case TrackColumn::Album: return compareNoCase(a.album, b.album) < 0;
-    case TrackColumn::Track: return trackKey(a.track) < trackKey(b.track);
+    case TrackColumn::Track: return a.trackOrder < b.trackOrder;
     case TrackColumn::Tags: return a.tagVersions < b.tagVersions;
     case TrackColumn::Size: return a.size < b.size;
     case TrackColumn::Length: return a.length < b.length;

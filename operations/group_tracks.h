@@ -11,6 +11,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "operations/group_fill.h"
@@ -24,6 +25,7 @@ struct TrackRow {
   std::string fileName, folder;
   std::string title, artist, album;  // V2, else V1
   std::string track;                 // "3/12", "3", "/12" or empty
+  std::pair<long, long> trackOrder;  // trackSortKey(track), worked out once for sorting
   std::string tagVersions;           // "V1 and V2.3", ...
   uint64_t size = 0;                 // bytes
   uint64_t length = 0;               // seconds
@@ -31,6 +33,9 @@ struct TrackRow {
 };
 
 TrackRow trackRow(const ID3Tag& track);
+
+// "3/12" sorts as 3, then 12; an empty number after every other.
+std::pair<long, long> trackSortKey(const std::string& track);
 
 // The list's columns, in order.
 enum class TrackColumn : int { FileName, Folder, Title, Artist, Album, Track, Tags, Size, Length, Status };

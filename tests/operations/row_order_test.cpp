@@ -19,6 +19,7 @@ TrackRow row(std::string title, uint64_t size, std::string track) {
   row.title = std::move(title);
   row.size = size;
   row.track = std::move(track);
+  row.trackOrder = trackSortKey(row.track);
   return row;
 }
 
