@@ -6,9 +6,7 @@
 #include <QComboBox>
 #include <QCompleter>
 #include <QGridLayout>
-#include <QDragEnterEvent>
 #include <QKeyEvent>
-#include <QMimeData>
 #include <QLabel>
 #include <QMenu>
 #include <QStyle>

@@ -2,7 +2,6 @@
 
 #include <QBuffer>
 #include <QComboBox>
-#include <QFile>
 #include <QFileDialog>
 #include <QFormLayout>
 #include <QHBoxLayout>

@@ -68,6 +68,8 @@ PlayControls::PlayControls(QWidget* parent) : QWidget(parent) {
   position_ = new QSlider(Qt::Horizontal, this);
   position_->setObjectName(QStringLiteral("playPosition"));
   position_->setAccessibleName(tr("Position"));
+  position_->setSingleStep(5000);
+  position_->setPageStep(30000);
   // Room to aim at a moment of the track, in a narrow window too.
   position_->setMinimumWidth(fontMetrics().averageCharWidth() * 16);
   total_ = new QLabel(this);
@@ -229,8 +231,6 @@ void PlayControls::showTimes() {
     // Not under the user's hand while it drags.
     if (!position_->isSliderDown()) position_->setValue(static_cast<int>(positionMs_));
   }
-  position_->setSingleStep(5000);
-  position_->setPageStep(30000);
   elapsed_->setText(qtext(playTimeText(positionMs_, durationMs_)));
   total_->setText(qtext(playTimeText(durationMs_, durationMs_)));
 }

@@ -1,17 +1,13 @@
 // The quick lists and genres page of the preferences window, and the user
 // genre list that reorders by dragging and by Alt+Up/Down.
 
-#include <QCheckBox>
 #include <QDragEnterEvent>
 #include <QDropEvent>
-#include <QGroupBox>
 #include <QHBoxLayout>
-#include <QInputDialog>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QMimeData>
 #include <QPushButton>
-#include <QSignalBlocker>
 #include <QVBoxLayout>
 
 #include "operations/preferences_actions.h"

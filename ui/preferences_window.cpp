@@ -16,7 +16,6 @@
 #include <QRadioButton>
 #include <QScrollArea>
 #include <QShowEvent>
-#include <QSignalBlocker>
 #include <QSpinBox>
 #include <QTabWidget>
 #include <QUrl>

@@ -2,14 +2,12 @@
 
 #include <QApplication>
 #include <QComboBox>
-#include <QElapsedTimer>
-#include <QMediaPlayer>
 #include <QDir>
 #include <QElapsedTimer>
-#include <QFileInfo>
 #include <QFile>
+#include <QFileInfo>
 #include <QLineEdit>
-#include <QPixmap>
+#include <QMediaPlayer>
 #include <QTabWidget>
 #include <functional>
 #include <iterator>
