@@ -29,6 +29,7 @@
 #include <thread>
 #include <vector>
 
+#include "engine/bytes.h"
 #include "operations/app_log.h"
 #include "operations/open_documents.h"
 #include "operations/threads.h"
@@ -41,7 +42,7 @@
 
 namespace {
 
-using Bytes = std::vector<uint8_t>;
+using melos::Bytes;
 namespace fs = std::filesystem;
 
 constexpr int kTickMs = 10;
@@ -49,10 +50,10 @@ constexpr int kAudioFrames = 40;
 constexpr size_t kFrameBytes = 417;  // MPEG-1 layer III, 128 kbit/s, 44.1 kHz
 
 void putU32(Bytes& out, uint32_t value, bool syncsafe) {
-  for (int shift = 24; shift >= 0; shift -= 8) {
-    const uint32_t part = syncsafe ? (value >> (shift / 8 * 7)) & 0x7F : (value >> shift) & 0xFF;
-    out.push_back(static_cast<uint8_t>(part));
-  }
+  uint8_t bytes[4];
+  if (syncsafe) melos::syncsafeEncode(bytes, value);
+  else melos::writeU32BE(bytes, value);
+  out.insert(out.end(), bytes, bytes + 4);
 }
 
 void frame(Bytes& tag, const char* id, const Bytes& body) {
