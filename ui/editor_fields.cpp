@@ -17,6 +17,7 @@
 #include "operations/text_completion.h"
 #include "ui/star_rating.h"
 #include "ui/qt_text.h"
+#include "ui/widget_parts.h"
 
 namespace melos::ui {
 namespace {
@@ -293,12 +294,7 @@ void EditorFields::setGenreLists(const std::vector<std::string>& v1, const std::
   filling_ = true;
   for (auto [field, list] : {std::pair{EditorField::V1Genre, &v1}, std::pair{EditorField::Genre, &v2}}) {
     auto* combo = static_cast<QComboBox*>(control(field));
-    const QString current = combo->currentText();
-    combo->clear();
-    if (field == EditorField::V1Genre) combo->addItem(QString());  // no genre
-    for (const std::string& name : *list) combo->addItem(qtext(name));
-    if (combo->isEditable()) combo->setEditText(current);
-    else combo->setCurrentIndex(std::max(0, combo->findText(current)));
+    fillGenreBox(combo, *list, field == EditorField::V1Genre);
   }
   filling_ = false;
 }

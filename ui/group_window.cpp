@@ -34,6 +34,7 @@
 #include "ui/group_track_table.h"
 #include "ui/picture_panel.h"
 #include "ui/snapshot_command.h"
+#include "ui/widget_parts.h"
 #include "ui/qt_text.h"
 
 namespace melos::ui {
@@ -102,26 +103,8 @@ Page pageOf(G field) {
   return field <= G::V2Picture ? Page::V2 : Page::More;
 }
 
-QWidget* scrolled(QWidget* page) {
-  auto* scroll = new QScrollArea;
-  scroll->setWidget(page);
-  scroll->setWidgetResizable(true);
-  scroll->setFrameShape(QFrame::NoFrame);
-  return scroll;
-}
-
-QStringList genres(const PreferencesController& preferences, G field) {
-  QStringList names;
-  for (const std::string& name : field == G::V1Genre ? preferences.v1GenreList() : preferences.v2GenreList())
-    names.append(QString::fromStdString(name));
-  return names;
-}
-
-void fillGenres(QComboBox* combo, const QStringList& names) {
-  const QString typed = combo->currentText();
-  combo->clear();
-  combo->addItems(names);
-  combo->setEditText(typed);
+std::vector<std::string> genres(const PreferencesController& preferences, G field) {
+  return field == G::V1Genre ? preferences.v1GenreList() : preferences.v2GenreList();
 }
 
 // The Delete and Backspace keys remove the selected tracks from the group.
@@ -161,9 +144,9 @@ GroupWindow::GroupWindow(Questions& questions, const PreferencesController& pref
   auto* v2Page = new QWidget;
   auto* morePage = new QWidget;
   buildFields(v1Page, v2Page, morePage);
-  tabs->addTab(scrolled(v1Page), tr("ID3 v&1"));
-  tabs->addTab(scrolled(v2Page), tr("ID3 v&2"));
-  tabs->addTab(scrolled(morePage), tr("&More"));
+  tabs->addTab(scrollingPage(v1Page), tr("ID3 v&1"));
+  tabs->addTab(scrollingPage(v2Page), tr("ID3 v&2"));
+  tabs->addTab(scrollingPage(morePage), tr("&More"));
   fields_ = tabs;
   splitter->addWidget(tabs);
   splitter->addWidget(buildTrackList());
@@ -331,7 +314,7 @@ void GroupWindow::buildFields(QWidget* v1Page, QWidget* v2Page, QWidget* morePag
         widgets.combo->setInsertPolicy(QComboBox::NoInsert);
         // Undo and Redo belong to the window's stack, not to each field.
         widgets.combo->setLineEdit(new UndoLineEdit(widgets.combo));
-        widgets.combo->addItems(genres(preferences_, slot.field));
+        fillGenreBox(widgets.combo, genres(preferences_, slot.field), false);
         editor = widgets.combo;
         grid->addWidget(editor, row, 1);
       } else {
@@ -718,7 +701,7 @@ void GroupWindow::preferencesChanged() {
   const auto& all = groupSlots();
   refreshing_ = true;
   for (size_t i = 0; i < all.size(); ++i)
-    if (isGenre(all[i].field)) fillGenres(slots_[i].combo, genres(preferences_, all[i].field));
+    if (isGenre(all[i].field)) fillGenreBox(slots_[i].combo, genres(preferences_, all[i].field), false);
   refreshing_ = false;
 }
 

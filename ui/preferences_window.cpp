@@ -33,6 +33,7 @@
 #include "preferences/settings_file_store.h"
 #include "ui/drag_image_view.h"
 #include "ui/qt_text.h"
+#include "ui/widget_parts.h"
 
 namespace melos::ui {
 
@@ -51,14 +52,6 @@ QLabel* buddyLabel(const QString& text, QWidget* buddy) {
   return label;
 }
 
-// A page that scrolls rather than forcing the window taller than the screen at 200%.
-QWidget* scrolling(QWidget* page) {
-  auto* area = new QScrollArea;
-  area->setWidget(page);
-  area->setWidgetResizable(true);
-  area->setFrameShape(QFrame::NoFrame);
-  return area;
-}
 
 }  // namespace
 
@@ -73,12 +66,12 @@ PreferencesWindow::PreferencesWindow(PreferencesController& preferences, Questio
 
   tabs_ = new QTabWidget;
   tabs_->setObjectName(QStringLiteral("mPreferencesTabs"));
-  tabs_->addTab(scrolling(buildSavingPage()), tr("&Saving"));
-  tabs_->addTab(scrolling(buildNamingPage()), tr("&Renaming"));
-  tabs_->addTab(scrolling(buildEditingPage()), tr("&Editing"));
+  tabs_->addTab(scrollingPage(buildSavingPage()), tr("&Saving"));
+  tabs_->addTab(scrollingPage(buildNamingPage()), tr("&Renaming"));
+  tabs_->addTab(scrollingPage(buildEditingPage()), tr("&Editing"));
   tabs_->addTab(buildGenresPage(), tr("&Quick lists and genres"));
-  tabs_->addTab(scrolling(buildDefaultsPage()), tr("&Default tag data"));
-  tabs_->addTab(scrolling(buildLogPage()), tr("&Log"));
+  tabs_->addTab(scrollingPage(buildDefaultsPage()), tr("&Default tag data"));
+  tabs_->addTab(scrollingPage(buildLogPage()), tr("&Log"));
 
   auto* layout = new QVBoxLayout(this);
   layout->addWidget(tabs_);
